@@ -1,0 +1,64 @@
+# How a room of the house becomes a target. Every room compiles with the same warnings; what ships has no exceptions
+# and no RTTI.
+
+set(DUN_WARNINGS -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror)
+
+# dun_room(NAME [USES target...]): an object library of the .cpp files of this folder, part of what ships.
+function(dun_room name)
+  cmake_parse_arguments(ARG "" "" "USES" ${ARGN})
+  file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp)
+  add_library(${name} OBJECT ${sources})
+  target_include_directories(${name} PUBLIC ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/ril/include)
+  target_compile_options(${name} PRIVATE ${DUN_WARNINGS} -fno-exceptions -fno-rtti)
+  target_link_libraries(${name} PUBLIC ${ARG_USES} Threads::Threads)
+endfunction()
+
+# dun_program(NAME SOURCES file... [USES target...]): a program for the development machine.
+function(dun_program name)
+  cmake_parse_arguments(ARG "" "" "SOURCES;USES" ${ARGN})
+  add_executable(${name} ${ARG_SOURCES})
+  target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/ril/include)
+  target_compile_options(${name} PRIVATE ${DUN_WARNINGS})
+  target_link_libraries(${name} PRIVATE ${ARG_USES} Threads::Threads)
+endfunction()
+
+# dun_test(NAME SOURCES file... [USES target...] [TIMEOUT seconds]): a GoogleTest program, one entry of ctest.
+# Name the object libraries of the rooms under test in USES.
+function(dun_test name)
+  cmake_parse_arguments(ARG "" "TIMEOUT" "SOURCES;USES" ${ARGN})
+  dun_program(${name} SOURCES ${ARG_SOURCES} USES ${ARG_USES} gmock gtest gtest_main)
+  add_test(NAME ${name} COMMAND ${name})
+  if(NOT ARG_TIMEOUT)
+    set(ARG_TIMEOUT 120)
+  endif()
+  set_tests_properties(${name} PROPERTIES TIMEOUT ${ARG_TIMEOUT})
+endfunction()
+
+# dun_fuzz(NAME SOURCES file... [USES target...]): a libFuzzer program. ctest runs it for a short while on top of its
+# seed corpus fuzz/corpus/NAME; run it by hand with -max_total_time=600 for a long one.
+set(DUN_FUZZ_SECONDS 10 CACHE STRING "Length of each fuzz target's run under ctest")
+function(dun_fuzz name)
+  cmake_parse_arguments(ARG "" "" "SOURCES;USES" ${ARGN})
+  dun_program(${name} SOURCES ${ARG_SOURCES} USES ${ARG_USES})
+  target_link_options(${name} PRIVATE -fsanitize=fuzzer)
+  file(MAKE_DIRECTORY ${CMAKE_CURRENT_BINARY_DIR}/found/${name})
+  file(GLOB seeds ${PROJECT_SOURCE_DIR}/fuzz/corpus/${name})
+  add_test(NAME ${name} COMMAND ${name} -max_total_time=${DUN_FUZZ_SECONDS} -print_final_stats=1 -timeout=10
+    ${CMAKE_CURRENT_BINARY_DIR}/found/${name} ${seeds})
+endfunction()
+
+# dun_bench(NAME SOURCES file... [USES target...]): a Google Benchmark program.
+function(dun_bench name)
+  find_package(benchmark REQUIRED)
+  dun_program(${name} ${ARGN})
+  target_link_libraries(${name} PRIVATE benchmark::benchmark)
+endfunction()
+
+# Adds the folders that have a CMakeLists.txt.
+function(dun_add_rooms)
+  foreach(room ${ARGN})
+    if(EXISTS ${CMAKE_CURRENT_SOURCE_DIR}/${room}/CMakeLists.txt)
+      add_subdirectory(${room})
+    endif()
+  endforeach()
+endfunction()
