@@ -29,20 +29,20 @@ function(dun_test name)
   dun_program(${name} SOURCES ${ARG_SOURCES} USES ${ARG_USES} gmock gtest gtest_main)
   add_test(NAME ${name} COMMAND ${name})
   if(NOT ARG_TIMEOUT)
-    set(ARG_TIMEOUT 120)
+    set(ARG_TIMEOUT 300)
   endif()
   set_tests_properties(${name} PROPERTIES TIMEOUT ${ARG_TIMEOUT})
 endfunction()
 
 # dun_fuzz(NAME SOURCES file... [USES target...]): a libFuzzer program. ctest runs it for a short while on top of its
-# seed corpus fuzz/corpus/NAME; run it by hand with -max_total_time=600 for a long one.
+# seed corpus corpus/NAME beside its source; run it by hand with -max_total_time=600 for a long one.
 set(DUN_FUZZ_SECONDS 10 CACHE STRING "Length of each fuzz target's run under ctest")
 function(dun_fuzz name)
   cmake_parse_arguments(ARG "" "" "SOURCES;USES" ${ARGN})
   dun_program(${name} SOURCES ${ARG_SOURCES} USES ${ARG_USES})
   target_link_options(${name} PRIVATE -fsanitize=fuzzer)
   file(MAKE_DIRECTORY ${CMAKE_CURRENT_BINARY_DIR}/found/${name})
-  file(GLOB seeds ${PROJECT_SOURCE_DIR}/fuzz/corpus/${name})
+  file(GLOB seeds ${CMAKE_CURRENT_SOURCE_DIR}/corpus/${name})
   add_test(NAME ${name} COMMAND ${name} -max_total_time=${DUN_FUZZ_SECONDS} -print_final_stats=1 -timeout=10
     ${CMAKE_CURRENT_BINARY_DIR}/found/${name} ${seeds})
 endfunction()
