@@ -1,0 +1,473 @@
+#include "rpc/multi-client/rpc-stubs/ril/wire.h"
+
+#include <cstring>
+
+#include "rpc/multi-client/rpc-stubs/ril/wire_cursor.h"
+
+using wire::claim;
+using wire::consume;
+using wire::put_number;
+using wire::take_number;
+
+static constexpr uint8_t c_null_form[2] = {0x05, 0x00};
+
+void ExFail(ExWriteCursor& cursor) {
+    cursor.failed = true;
+    cursor.base = cursor.next + 1;
+}
+
+void ExFail(ExReadCursor& cursor) {
+    cursor.failed = true;
+    cursor.end = cursor.next;
+}
+
+// --- Headers ---------------------------------------------------------------------------------------------------------
+
+// Up to 127 in one byte; above that 80|n and n little-endian bytes, where X.690 would have them big-endian.
+static size_t put_length(size_t length, ExWriteCursor& cursor) {
+    if (length < 0x80) {
+        uint8_t* byte = claim(cursor, 1);
+        if (byte == nullptr) {
+            return 0;
+        }
+        *byte = static_cast<uint8_t>(length);
+        return 1;
+    }
+    if (length > UINT32_MAX) {
+        ExFail(cursor);
+        return 0;
+    }
+    size_t count = 1;
+    while (count < 4 && length >> (8 * count) != 0) {
+        ++count;
+    }
+    uint8_t* bytes = claim(cursor, 1 + count);
+    if (bytes == nullptr) {
+        return 0;
+    }
+    bytes[0] = static_cast<uint8_t>(0x80U | count);
+    for (size_t i = 0; i < count; ++i) {
+        bytes[1 + i] = static_cast<uint8_t>(length >> (8 * i));
+    }
+    return 1 + count;
+}
+
+static bool take_length(ExReadCursor& cursor, uint32_t& length) {
+    const uint8_t* first = consume(cursor, 1);
+    if (first == nullptr) {
+        return false;
+    }
+    if (*first < 0x80) {
+        length = *first;
+        return true;
+    }
+    const size_t count = *first & 0x7FU;
+    const uint8_t* bytes = count == 0 || count > 4 ? nullptr : consume(cursor, count);
+    if (bytes == nullptr) {
+        ExFail(cursor);
+        return false;
+    }
+    length = 0;
+    for (size_t i = 0; i < count; ++i) {
+        length |= static_cast<uint32_t>(bytes[i]) << (8 * i);
+    }
+    return true;
+}
+
+size_t EXWriteBERHeader(const ExTag& tag, ExWriteCursor& cursor, size_t length) {
+    const size_t length_size = put_length(length, cursor);
+    uint8_t* bytes = claim(cursor, 1 + size_t{tag.count});
+    if (bytes == nullptr) {
+        return 0;
+    }
+    bytes[0] = 0x7F;
+    memcpy(bytes + 1, tag.bytes, tag.count);
+    return 1 + size_t{tag.count} + length_size;
+}
+
+size_t EXReadBERHeader(ExReadCursor& cursor, ExBerHeader& header) {
+    header = {};
+    const uint8_t* start = cursor.next;
+    const uint8_t* byte = consume(cursor, 1);
+    if (byte == nullptr) {
+        return 0;
+    }
+    header.tag_class = *byte & 0xC0U;
+    header.constructed = (*byte & 0x20U) != 0 ? 1 : 0;
+    header.tag = *byte & 0x1FU;
+    if (header.tag == 0x1F) {
+        header.tag = 0;
+        do {
+            byte = consume(cursor, 1);
+            if (byte == nullptr || header.tag >= (1U << 21)) {
+                ExFail(cursor);
+                return 0;
+            }
+            header.tag = (header.tag << 7) | (*byte & 0x7FU);
+        } while ((*byte & 0x80U) != 0);
+    }
+    if (!take_length(cursor, header.length)) {
+        return 0;
+    }
+    header.header_size = static_cast<uint32_t>(cursor.next - start);
+    return header.header_size;
+}
+
+size_t ExWriteBufferHeader(ExWriteCursor& cursor, uint32_t index, size_t body_length) {
+    if (body_length > UINT32_MAX - c_rpc_header_size) {
+        ExFail(cursor);
+        return 0;
+    }
+    put_number<uint32_t>(index, cursor);
+    put_number<uint32_t>(static_cast<uint32_t>(body_length + c_rpc_header_size), cursor);
+    return cursor.failed ? 0 : c_rpc_header_size;
+}
+
+// Both integer headers are skipped as two bytes each: with any other width the header would not have its 12 bytes, and
+// `size` would not say where the next packet begins.
+size_t ExReadBufferHeader(ExReadCursor& cursor, uint32_t& index, uint32_t& size) {
+    const uint8_t* bytes = consume(cursor, c_rpc_header_size);
+    if (bytes == nullptr) {
+        return 0;
+    }
+    for (size_t at = 0; at < c_rpc_header_size; at += c_rpc_header_size / 2) {
+        const uint8_t* number = bytes + at;
+        if ((number[0] & 0xE0U) != 0 || number[0] == 0x1F || number[1] > 0x7F) {
+            ExFail(cursor);
+            return 0;
+        }
+    }
+    memcpy(&size, bytes + 2, sizeof(size));
+    memcpy(&index, bytes + 8, sizeof(index));
+    size = wire::big_endian(size);
+    index = wire::big_endian(index);
+    return c_rpc_header_size;
+}
+
+size_t ExWriteContextId(ExWriteCursor& cursor, uint32_t context_id) {
+    return EXPackUINT32BITFIELD(context_id, cursor);
+}
+
+size_t ExReadContextId(ExReadCursor& cursor, uint32_t& context_id) {
+    const uint8_t* bytes = consume(cursor, sizeof(context_id));
+    if (bytes == nullptr) {
+        return 0;
+    }
+    memcpy(&context_id, bytes, sizeof(context_id));
+    context_id = wire::big_endian(context_id);
+    return sizeof(context_id);
+}
+
+// --- Integers and flags ----------------------------------------------------------------------------------------------
+
+size_t wire::skip_number_header(ExReadCursor& cursor) {
+    ExBerHeader header;
+    const size_t size = EXReadBERHeader(cursor, header);
+    if (header.tag_class != c_ber_universal || header.constructed != 0) {
+        ExFail(cursor);
+    }
+    return size;
+}
+
+// The bits of an unpacked number in the caller's own integer type.
+template <typename Unsigned, typename Value>
+static size_t take_as(Value* value, ExReadCursor& cursor) {
+    static_assert(sizeof(Unsigned) == sizeof(Value));
+    Unsigned bits;
+    const size_t size = take_number(bits, cursor);
+    if (size != 0) {
+        *value = static_cast<Value>(bits);
+    }
+    return size;
+}
+
+size_t EXPackBOOLEAN(const uint8_t* value, ExWriteCursor& cursor) {
+    uint8_t* bytes = claim(cursor, 3);
+    if (bytes == nullptr) {
+        return 0;
+    }
+    bytes[0] = 0x01;
+    bytes[1] = 0x01;
+    bytes[2] = *value == 1 ? 0xFF : 0x00;
+    return 3;
+}
+
+size_t EXPackUINT8(const uint8_t* value, ExWriteCursor& cursor) {
+    return put_number<uint8_t>(*value, cursor);
+}
+
+size_t EXPackINT8(const int8_t* value, ExWriteCursor& cursor) {
+    return put_number<uint8_t>(static_cast<uint8_t>(*value), cursor);
+}
+
+size_t EXPackchar(const char* value, ExWriteCursor& cursor) {
+    return put_number<uint8_t>(static_cast<uint8_t>(*value), cursor);
+}
+
+size_t EXPackUINT16(const uint16_t* value, ExWriteCursor& cursor) {
+    return put_number<uint16_t>(*value, cursor);
+}
+
+size_t EXPackINT16(const int16_t* value, ExWriteCursor& cursor) {
+    return put_number<uint16_t>(static_cast<uint16_t>(*value), cursor);
+}
+
+size_t EXPackUINT32(const uint32_t* value, ExWriteCursor& cursor) {
+    return put_number<uint32_t>(*value, cursor);
+}
+
+size_t EXPackINT32(const int32_t* value, ExWriteCursor& cursor) {
+    return put_number<uint32_t>(static_cast<uint32_t>(*value), cursor);
+}
+
+size_t EXPackENUM(const int32_t* value, ExWriteCursor& cursor) {
+    return EXPackINT32(value, cursor);
+}
+
+size_t EXPackUINT64(const uint64_t* value, ExWriteCursor& cursor) {
+    return put_number<uint64_t>(*value, cursor);
+}
+
+size_t EXPackINT64(const int64_t* value, ExWriteCursor& cursor) {
+    return put_number<uint64_t>(static_cast<uint64_t>(*value), cursor);
+}
+
+size_t EXPackUINT32BITFIELD(uint32_t value, ExWriteCursor& cursor) {
+    uint8_t* bytes = claim(cursor, sizeof(value));
+    if (bytes == nullptr) {
+        return 0;
+    }
+    value = wire::big_endian(value);
+    memcpy(bytes, &value, sizeof(value));
+    return sizeof(value);
+}
+
+size_t EXPackNULLStruct(ExWriteCursor& cursor) {
+    uint8_t* bytes = claim(cursor, sizeof(c_null_form));
+    if (bytes == nullptr) {
+        return 0;
+    }
+    memcpy(bytes, c_null_form, sizeof(c_null_form));
+    return sizeof(c_null_form);
+}
+
+size_t EXPackVoid(ExWriteCursor&) {
+    return 0;
+}
+
+size_t EXUnpackBOOLEAN(uint8_t* value, ExReadCursor& cursor) {
+    const size_t size = EXUnpackUINT8(value, cursor);
+    if (size != 0) {
+        *value = *value == 0xFF ? 1 : 0;
+    }
+    return size;
+}
+
+size_t EXUnpackUINT8(uint8_t* value, ExReadCursor& cursor) {
+    return take_as<uint8_t>(value, cursor);
+}
+
+size_t EXUnpackINT8(int8_t* value, ExReadCursor& cursor) {
+    return take_as<uint8_t>(value, cursor);
+}
+
+size_t EXUnpackchar(char* value, ExReadCursor& cursor) {
+    return take_as<uint8_t>(value, cursor);
+}
+
+size_t EXUnpackUINT16(uint16_t* value, ExReadCursor& cursor) {
+    return take_as<uint16_t>(value, cursor);
+}
+
+size_t EXUnpackINT16(int16_t* value, ExReadCursor& cursor) {
+    return take_as<uint16_t>(value, cursor);
+}
+
+size_t EXUnpackUINT32(uint32_t* value, ExReadCursor& cursor) {
+    return take_as<uint32_t>(value, cursor);
+}
+
+size_t EXUnpackINT32(int32_t* value, ExReadCursor& cursor) {
+    return take_as<uint32_t>(value, cursor);
+}
+
+size_t EXUnpackENUM(int32_t* value, ExReadCursor& cursor) {
+    return take_as<uint32_t>(value, cursor);
+}
+
+size_t EXUnpackUINT64(uint64_t* value, ExReadCursor& cursor) {
+    return take_as<uint64_t>(value, cursor);
+}
+
+size_t EXUnpackINT64(int64_t* value, ExReadCursor& cursor) {
+    return take_as<uint64_t>(value, cursor);
+}
+
+static bool at_null_form(const ExReadCursor& cursor) {
+    return wire::left(cursor) >= sizeof(c_null_form) && memcmp(cursor.next, c_null_form, sizeof(c_null_form)) == 0;
+}
+
+size_t EXUnpackNULLStruct(ExReadCursor& cursor) {
+    if (!at_null_form(cursor)) {
+        ExFail(cursor);
+        return 0;
+    }
+    cursor.next += sizeof(c_null_form);
+    return sizeof(c_null_form);
+}
+
+size_t EXUnpackVoid(ExReadCursor&) {
+    return 0;
+}
+
+// --- Octet strings ---------------------------------------------------------------------------------------------------
+
+// The identifier and the count, which has the form of a length but counts elements.
+static size_t put_octet_header(ExWriteCursor& cursor, uint32_t count, uint32_t type) {
+    const size_t count_size = put_length(count, cursor);
+    uint8_t* byte = claim(cursor, 1);
+    if (byte == nullptr) {
+        return 0;
+    }
+    *byte = static_cast<uint8_t>(type | c_ber_application);
+    return count_size + 1;
+}
+
+// Everything of a string: data, padding, the two integers and the header. `static_form` says whether `total` is told.
+static size_t put_octets(const void* source, ExWriteCursor& cursor, uint32_t count, uint32_t type, bool static_form) {
+    const uint64_t length = uint64_t{count} << ExOctetShift(type);
+    const uint8_t* end = cursor.next + 1;
+    uint32_t pad = 0;
+    if (length != 0) {
+        // The data is to start at an address of the sender's buffer that is a multiple of 4.
+        pad = static_cast<uint32_t>((reinterpret_cast<uintptr_t>(end) - static_cast<uintptr_t>(length)) & 3U);
+        uint8_t* bytes = length > SIZE_MAX - 3 ? nullptr : claim(cursor, static_cast<size_t>(length) + pad);
+        if (bytes == nullptr) {
+            ExFail(cursor);
+            return 0;
+        }
+        memcpy(bytes, source, static_cast<size_t>(length));
+        memset(bytes + length, 0, pad);
+    }
+    put_number<uint32_t>(pad, cursor);
+    put_number<uint32_t>(static_form ? static_cast<uint32_t>(length) + pad : 0, cursor);
+    put_octet_header(cursor, count, type);
+    return cursor.failed ? 0 : static_cast<size_t>(end - (cursor.next + 1));
+}
+
+size_t EXPackOCTETSTRINGStatic(const void* source, ExWriteCursor& cursor, uint32_t count, uint32_t type) {
+    return put_octets(source, cursor, count, type, true);
+}
+
+size_t EXPackOCTETSTRINGMalloc(const void* source, ExWriteCursor& cursor, uint32_t count, uint32_t type) {
+    if (source == nullptr) {
+        return EXPackNULLStruct(cursor);
+    }
+    return put_octets(source, cursor, count, type, false);
+}
+
+size_t ExPackEnumArray(const void* source, ExWriteCursor& cursor, uint32_t count, size_t element_size) {
+    uint32_t type = c_octets_8;
+    switch (element_size) {
+        case 2:
+            type = c_octets_16;
+            break;
+        case 4:
+            type = c_octets_32;
+            break;
+        case 8:
+            type = c_octets_64;
+            break;
+        default:
+            break;
+    }
+    return EXPackOCTETSTRINGStatic(source, cursor, count, type);
+}
+
+struct OctetHeader {
+    uint32_t type;
+    uint64_t length;  // bytes of data
+    uint32_t total;
+    uint32_t pad;
+};
+
+// A header that is not of the application class, or is constructed, begins something else; a pad above 3 cannot come
+// from any alignment. Both mean that the packet and the tables have lost step.
+static bool take_octet_header(ExReadCursor& cursor, OctetHeader& octets) {
+    ExBerHeader header;
+    EXReadBERHeader(cursor, header);
+    take_number(octets.total, cursor);
+    take_number(octets.pad, cursor);
+    if (cursor.failed || header.tag_class != c_ber_application || header.constructed != 0 || octets.pad > 3) {
+        ExFail(cursor);
+        return false;
+    }
+    octets.type = header.tag;
+    octets.length = uint64_t{header.length} << ExOctetShift(header.tag);
+    return true;
+}
+
+// The data of a string with its padding, tested against what the packet still has.
+static const uint8_t* take_octet_data(ExReadCursor& cursor, const OctetHeader& octets) {
+    if (octets.length > wire::left(cursor)) {
+        ExFail(cursor);
+        return nullptr;
+    }
+    return consume(cursor, static_cast<size_t>(octets.length) + octets.pad);
+}
+
+size_t EXUnpackOCTETSTRINGStatic(void* destination, size_t capacity, ExReadCursor& cursor) {
+    const uint8_t* start = cursor.next;
+    if (at_null_form(cursor)) {
+        return EXUnpackNULLStruct(cursor);
+    }
+    OctetHeader octets;
+    if (!take_octet_header(cursor, octets)) {
+        return 0;
+    }
+    const size_t wanted = octets.total != 0 ? 0 : size_t{1} << ExOctetShift(octets.type);
+    if (wanted > capacity || (octets.total != 0 && octets.length > capacity)) {
+        ExFail(cursor);
+        return 0;
+    }
+    if (octets.total == 0) {
+        memset(destination, 0, wanted);
+        return static_cast<size_t>(cursor.next - start);
+    }
+    const uint8_t* data = take_octet_data(cursor, octets);
+    if (data == nullptr) {
+        return 0;
+    }
+    memcpy(destination, data, static_cast<size_t>(octets.length));
+    return static_cast<size_t>(cursor.next - start);
+}
+
+size_t EXUnpackOCTETSTRINGMalloc(void** destination, size_t* length, ExReadCursor& cursor, MemTable& mem_table) {
+    const uint8_t* start = cursor.next;
+    *destination = nullptr;
+    if (length != nullptr) {
+        *length = 0;
+    }
+    if (at_null_form(cursor)) {
+        return EXUnpackNULLStruct(cursor);
+    }
+    OctetHeader octets;
+    if (!take_octet_header(cursor, octets)) {
+        return 0;
+    }
+    if (octets.length == 0) {
+        return static_cast<size_t>(cursor.next - start);
+    }
+    const uint8_t* data = take_octet_data(cursor, octets);
+    void* block = data == nullptr ? nullptr : PgenAllocNew(static_cast<size_t>(octets.length), mem_table);
+    if (block == nullptr) {
+        ExFail(cursor);
+        return 0;
+    }
+    memcpy(block, data, static_cast<size_t>(octets.length));
+    *destination = block;
+    if (length != nullptr) {
+        *length = static_cast<size_t>(octets.length);
+    }
+    return static_cast<size_t>(cursor.next - start);
+}
