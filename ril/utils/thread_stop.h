@@ -11,6 +11,9 @@
 #include <pthread.h>
 #include <semaphore.h>
 
+// Forgets the last request. The owner calls it before it creates the next stoppable thread.
+void thread_stop_arm();
+
 // Makes the calling thread the stoppable one / ends that. On the thread itself, as its first and last act.
 void thread_stop_enter();
 void thread_stop_leave();

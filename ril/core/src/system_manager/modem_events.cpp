@@ -1,0 +1,159 @@
+#include <unistd.h>
+
+#include <atomic>
+#include <climits>
+
+#include "ril/core/src/async_ril/async_ril.h"
+#include "ril/core/src/async_ril/radio_state.h"
+#include "ril/core/src/sim/sim_status.h"
+#include "ril/core/src/system_manager/bring_up.h"
+#include "ril/core/src/system_manager/system_manager.h"
+#include "ril/utils/trace.h"
+
+namespace {
+
+constexpr int c_pdp_fail_no_modem = -3;
+
+// The modem event thread writes both; the gate reads them on rild's event thread.
+std::atomic<uint32_t> last_modem_event{E_MODEM_NONE};
+std::atomic<uint32_t> s_spoof_commands{0};
+
+// Tells Android to read its state again.
+void changeInState(uint32_t sim_id) {
+    for (const int number : {RIL_UNSOL_DATA_CALL_LIST_CHANGED, RIL_UNSOL_RESPONSE_CALL_STATE_CHANGED,
+                             RIL_UNSOL_RESPONSE_VOICE_NETWORK_STATE_CHANGED, RIL_UNSOL_RESPONSE_SIM_STATUS_CHANGED}) {
+        RIL_UnsolicitedResponse(sim_id, number, nullptr, 0);
+    }
+}
+
+void resetInternalState() {
+    modem_exit();
+    qelril_destroy();
+}
+
+// Starts everything, and lets RIL_Init return the first time.
+void mehInit() {
+    usleep(1000);
+    if (qelril_init() < 0) {
+        RIL_TRACE(TRACE_ERROR, "%s: qelril_init failed\n", __func__);
+    }
+    s_spoof_commands.store(0, std::memory_order_release);
+    changeInState(ril_instance);
+    sleep(5);
+    const int32_t ctxt_id = qelril_get_free_ctxt_id(nullptr);
+    if (ctxt_id < 0) {
+        RIL_TRACE(TRACE_ERROR, "%s get ctx failed --> something wrong here\n", __func__);
+        return;
+    }
+    stack_power_off(ril_instance, uta_context_id(static_cast<uint32_t>(ctxt_id)));
+    sys_sem_signal(s_ril_wait_init_sem);
+    second_stack_power_off();
+}
+
+void modem_up() {
+    RIL_TRACE(TRACE_EVENT, "%s REQ --> E_MODEM_UP\n", "mehHandler");
+    if (last_modem_event.load(std::memory_order_relaxed) == E_MODEM_UP) {
+        return;
+    }
+    last_modem_event.store(E_MODEM_UP, std::memory_order_release);
+    mehInit();
+}
+
+void modem_down() {
+    RIL_TRACE(TRACE_EVENT, "%s REQ --> E_MODEM_DOWN\n", "mehHandler");
+    s_spoof_commands.store(1, std::memory_order_release);
+    if (last_modem_event.load(std::memory_order_relaxed) != E_MODEM_UP) {
+        return;
+    }
+    set_radio_state(ril_instance, RADIO_STATE_UNAVAILABLE);
+    changeInState(ril_instance);
+    resetInternalState();
+    if (is_platform_shutdown()) {
+        RIL_TRACE(TRACE_EVENT, "%s, platform shutdown request\n", "mehHandler");
+        set_radio_state(ril_instance, RADIO_STATE_UNAVAILABLE);
+        for (;;) {
+            RIL_TRACE(TRACE_EVENT, "%s, sleep for ever\n", "mehHandler");
+            sleep(10000);
+        }
+    }
+    last_modem_event.store(E_MODEM_DOWN, std::memory_order_release);
+}
+
+void answer_sim_status(uint32_t sim_id, RIL_Token token) {
+    RIL_CardStatus_v6 status{};
+    status.gsm_umts_subscription_app_index = -1;
+    status.cdma_subscription_app_index = -1;
+    status.ims_subscription_app_index = -1;
+    switch (sim_get_sim_status(sim_id)) {
+        case SIM_STATUS_SIM_ABSENT:
+            status.card_state = RIL_CARDSTATE_ABSENT;
+            break;
+        case SIM_STATUS_SIM_NOT_READY:
+        case SIM_STATUS_SIM_READY:
+            status.card_state = RIL_CARDSTATE_PRESENT;
+            status.gsm_umts_subscription_app_index = 0;
+            status.num_applications = 1;
+            status.applications[0].app_type = RIL_APPTYPE_SIM;
+            break;
+        default:
+            status.card_state = RIL_CARDSTATE_ERROR;
+            break;
+    }
+    ril_request_complete(token, RIL_E_SUCCESS, &status, sizeof(status));
+}
+
+}  // namespace
+
+void mehHandler(uint32_t event) {
+    switch (event) {
+        case E_MODEM_UP:
+            modem_up();
+            break;
+        case E_MODEM_DOWN:
+            modem_down();
+            break;
+        case E_MODEM_RESET:
+            RIL_TRACE(TRACE_EVENT, "%s REQ --> E_MODEM_RESET\n", __func__);
+            break;
+        case E_MODEM_SHUTDOWN:
+            RIL_TRACE(TRACE_EVENT, "%s REQ --> E_MODEM_SHUTDOWN\n", __func__);
+            break;
+        default:
+            RIL_TRACE(TRACE_EVENT, "%s REQ --> UNKNOWN\n", __func__);
+            break;
+    }
+}
+
+uint32_t getLastModemEvent() { return last_modem_event.load(std::memory_order_acquire); }
+
+uint32_t mmgr_get_spoof_command_state() { return s_spoof_commands.load(std::memory_order_acquire); }
+
+void handleRequestNoModem(uint32_t sim_id, int32_t request, void* data, size_t length, RIL_Token token) {
+    switch (request) {
+        case RIL_REQUEST_GET_SIM_STATUS:
+            answer_sim_status(sim_id, token);
+            break;
+        case RIL_REQUEST_GET_CURRENT_CALLS:
+        case RIL_REQUEST_DEACTIVATE_DATA_CALL:
+            ril_request_complete(token, RIL_E_SUCCESS, nullptr, 0);
+            break;
+        case RIL_REQUEST_SETUP_DATA_CALL: {
+            RIL_Data_Call_Response_v6 response{};
+            response.status = c_pdp_fail_no_modem;
+            response.suggestedRetryTime = INT_MAX;
+            ril_request_complete(token, RIL_E_SUCCESS, &response, sizeof(response));
+            break;
+        }
+        case RIL_REQUEST_SET_PREFERRED_NETWORK_TYPE:
+            if (get_radio_state(sim_id) == RADIO_STATE_OFF || !net_pref_is_saved(sim_id)) {
+                saveNetPrefInfo(sim_id, request, data, length, token);
+            } else {
+                // One is kept already and stays: this one will not be carried out.
+                ril_request_complete(token, RIL_E_RADIO_NOT_AVAILABLE, nullptr, 0);
+            }
+            break;
+        default:
+            ril_request_complete(token, RIL_E_RADIO_NOT_AVAILABLE, nullptr, 0);
+            break;
+    }
+}
