@@ -1,0 +1,337 @@
+#include <gtest/gtest.h>
+#include <semaphore.h>
+
+#include <chrono>
+#include <set>
+#include <thread>
+
+#include "ril/core/src/async_ril/async_ril.h"
+#include "ril/utils/mem_util.h"
+#include "ril/utils/ril_instance.h"
+#include "tests/async_ril/seams.h"
+#include "tests/harness/failing_alloc.h"
+#include "tests/harness/fake_android.h"
+
+namespace {
+
+using namespace std::chrono_literals;
+
+FakeAndroid& android() { return FakeAndroid::instance(); }
+RIL_Token token(uintptr_t number) { return FakeAndroid::token(number); }
+bool in_use(uint32_t ctxt_id) { return rilreq_state_info[ctxt_id].entry_in_use != 0; }
+
+class Engine : public testing::Test {
+protected:
+    void SetUp() override {
+        Seams::instance().reset();
+        start_engine();
+    }
+    void TearDown() override { stop_engine(); }
+
+    // Runs `work` on the RIL thread, as an indication does.
+    static void on_ril_thread(const std::function<void()>& work) {
+        ASSERT_EQ(qelril_post_utamsindcb(ril_instance, &work,
+                                         [](uint32_t, const void* p) { (*static_cast<const std::function<void()>*>(p))(); }),
+                  0);
+    }
+};
+
+void count_call(uint32_t, const void* p_params, uint32_t) { ++*static_cast<int*>(const_cast<void*>(p_params)); }
+
+TEST_F(Engine, ContextIdsRotateFrom3To255AndOver2) {
+    uint32_t expected = 3;
+    for (int i = 0; i < 600; ++i) {
+        const int32_t id = qelril_get_free_ctxt_id(token(7));
+        ASSERT_EQ(id, static_cast<int32_t>(expected)) << i;
+        EXPECT_EQ(rilreq_state_info[expected].token, token(7));
+        qelril_free_and_return(expected);
+        expected = expected == 255 ? 2 : expected + 1;
+    }
+}
+
+TEST_F(Engine, All254InUseThenTheRotationGoesOn) {
+    std::set<int32_t> ids;
+    for (int i = 0; i < 254; ++i) {
+        ids.insert(qelril_get_free_ctxt_id(nullptr));
+    }
+    EXPECT_EQ(ids.size(), 254U);
+    EXPECT_EQ(*ids.begin(), 2);
+    EXPECT_EQ(*ids.rbegin(), 255);
+    EXPECT_EQ(qelril_get_free_ctxt_id(nullptr), -1);
+    qelril_free_and_return(100);
+    qelril_free_and_return(2);
+    qelril_free_and_return(3);
+    // The last id was 2: the next free one behind it is 3.
+    EXPECT_EQ(qelril_get_free_ctxt_id(nullptr), 3);
+    EXPECT_EQ(qelril_get_free_ctxt_id(nullptr), 100);
+    EXPECT_EQ(qelril_get_free_ctxt_id(nullptr), 2);
+    EXPECT_EQ(qelril_get_free_ctxt_id(nullptr), -1);
+}
+
+TEST_F(Engine, PrivateAreas) {
+    const auto id = static_cast<uint32_t>(qelril_get_free_ctxt_id(token(1)));
+    void* out = &out;
+    ASSERT_EQ(qelril_create_priv_area(id, 0, &out), 0);
+    EXPECT_EQ(out, nullptr);
+    ASSERT_EQ(qelril_create_priv_area(id, 16, &out), 0);
+    EXPECT_EQ(out, rilreq_state_info[id].p_priv_data);
+    void* again = nullptr;
+    ASSERT_EQ(qelril_create_priv_area(id, 0, &again), 0);
+    EXPECT_EQ(again, out);
+    qelril_free_and_return(id);
+    EXPECT_FALSE(in_use(id));
+    qelril_free_and_return(id);  // nothing left: only clears the entry
+
+    const auto multi = static_cast<uint32_t>(qelril_get_free_ctxt_id(token(2)));
+    out = &out;
+    ASSERT_EQ(qelril_create_multi_mod_priv(multi, 28, 0, &out), 0);
+    EXPECT_EQ(out, nullptr);
+    auto* data = static_cast<rilreq_priv_data*>(rilreq_state_info[multi].p_priv_data);
+    EXPECT_EQ(data->req_id, 28);
+    data->callee_priv = MEM_ALLOC(8);
+    qelril_free_and_return(multi);
+
+    const auto both = static_cast<uint32_t>(qelril_get_free_ctxt_id(token(3)));
+    ASSERT_EQ(qelril_create_multi_mod_priv(both, 28, 24, &out), 0);
+    EXPECT_EQ(out, static_cast<rilreq_priv_data*>(rilreq_state_info[both].p_priv_data)->caller_priv);
+    qelril_free_and_return_generic_failure(both);
+    EXPECT_FALSE(in_use(both));
+    EXPECT_EQ(android().wait_completion(token(3)).error, RIL_E_GENERIC_FAILURE);
+    EXPECT_EQ(android().completed(token(1)) + android().completed(token(2)), 0);
+}
+
+TEST_F(Engine, PrivateAreasWithoutMemory) {
+    const auto id = static_cast<uint32_t>(qelril_get_free_ctxt_id(token(1)));
+    int mark = 0;
+    void* out = &mark;
+    for (int nth = 0; nth < 2; ++nth) {
+        const FailingAlloc failing(nth);
+        EXPECT_EQ(qelril_create_multi_mod_priv(id, 28, 24, &out), -1);
+        EXPECT_EQ(rilreq_state_info[id].p_priv_data, nullptr);
+    }
+    const FailingAlloc failing(0);
+    EXPECT_EQ(qelril_create_priv_area(id, 16, &out), -1);
+    EXPECT_EQ(out, &mark);
+    EXPECT_TRUE(in_use(id));
+    qelril_return_generic_failure(id);
+    EXPECT_FALSE(in_use(id));
+    EXPECT_EQ(android().completed(token(1)), 1);
+}
+
+TEST_F(Engine, AnEntryWithALeftPointerIsTakenAllTheSame) {
+    int left = 0;
+    rilreq_state_info[3].p_priv_data = &left;
+    EXPECT_EQ(qelril_get_free_ctxt_id(token(1)), 3);
+    EXPECT_EQ(rilreq_state_info[3].p_priv_data, nullptr);
+}
+
+TEST_F(Engine, RequestRunsBeforeThePostReturns) {
+    int data = 41;
+    Seams::instance().handler = [&](int32_t request, void* p_data, size_t length, RIL_Token t) {
+        EXPECT_EQ(request, 10);
+        EXPECT_EQ(length, sizeof(int));
+        ++*static_cast<int*>(p_data);
+        ril_request_complete(t, RIL_E_SUCCESS, p_data, length);
+    };
+    EXPECT_EQ(qelril_post_request(0, 10, &data, sizeof(data), token(9)), 0);
+    EXPECT_EQ(data, 42);
+    EXPECT_EQ(android().completed(token(9)), 1);
+}
+
+TEST_F(Engine, ResponseReachesOnlyAContextInUse) {
+    int calls = 0;
+    const auto id = static_cast<uint32_t>(qelril_get_free_ctxt_id(token(1)));
+    const struct {
+        uint32_t context_id;
+        int calls;
+    } cases[] = {
+        {0x20000100, 0}, {0x20000101, 0}, {0x20000100 | (id + 1), 0}, {id, 1}, {0xFFFFFF00 | id, 2},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(qelril_post_utamsrspcb(1, &calls, c.context_id, count_call), 0);
+        EXPECT_EQ(calls, c.calls) << std::hex << c.context_id;
+    }
+    qelril_free_and_return(id);
+    EXPECT_EQ(qelril_post_utamsrspcb(0, &calls, id, count_call), 0);
+    EXPECT_EQ(calls, 2);
+}
+
+TEST_F(Engine, IndicationOfTheOtherStackIsDropped) {
+    bool called = false;
+    const auto callback = [](uint32_t, const void* p) { *static_cast<bool*>(const_cast<void*>(p)) = true; };
+    EXPECT_EQ(qelril_post_utamsindcb(1, &called, callback), -1);
+    EXPECT_FALSE(called);
+    EXPECT_EQ(qelril_post_utamsindcb(0, &called, callback), 0);
+    EXPECT_TRUE(called);
+}
+
+TEST_F(Engine, PostsWithoutMemoryOrEngineReturnAtOnce) {
+    int calls = 0;
+    const auto id = static_cast<uint32_t>(qelril_get_free_ctxt_id(token(1)));
+    const auto indcb = [](uint32_t, const void*) { FAIL(); };
+    const auto post_all = [&] {
+        EXPECT_EQ(qelril_post_request(0, 10, nullptr, 0, token(2)), -1);
+        EXPECT_EQ(qelril_post_utamsrspcb(0, &calls, id, count_call), -1);
+        EXPECT_EQ(qelril_post_utamsindcb(0, &calls, indcb), -1);
+    };
+    for (int kind = 0; kind < 3; ++kind) {
+        const FailingAlloc failing(0);
+        EXPECT_EQ(kind == 0   ? qelril_post_request(0, 10, nullptr, 0, token(2))
+                  : kind == 1 ? qelril_post_utamsrspcb(0, &calls, id, count_call)
+                              : qelril_post_utamsindcb(0, &calls, indcb),
+                  -1);
+    }
+    stop_engine();
+    post_all();
+    EXPECT_EQ(calls, 0);
+    EXPECT_EQ(android().completed(token(2)), 0);
+    start_engine();
+}
+
+// While the RIL thread is busy, 128 posters fill the mailbox; the others are refused at once, and nothing leaks.
+TEST_F(Engine, FullMailboxLosesTheMessageAndBlocksNobody) {
+    sem_t go;
+    sem_init(&go, 0, 0);
+    std::thread busy([&] { on_ril_thread([&] { sem_wait(&go); }); });
+    std::this_thread::sleep_for(20ms);
+    constexpr int c_posters = 140;
+    std::atomic<int> returned{0};
+    std::atomic<int> ran{0};
+    std::vector<std::thread> posters;
+    for (int i = 0; i < c_posters; ++i) {
+        posters.emplace_back([&] {
+            EXPECT_EQ(qelril_post_utamsindcb(0, &ran,
+                                             [](uint32_t, const void* p) {
+                                                 ++*static_cast<std::atomic<int>*>(const_cast<void*>(p));
+                                             }),
+                      0);
+            ++returned;
+        });
+    }
+    while (returned < c_posters - 128) {
+        std::this_thread::yield();
+    }
+    std::this_thread::sleep_for(20ms);
+    EXPECT_EQ(returned, c_posters - 128);
+    EXPECT_EQ(ran, 0);
+    sem_post(&go);
+    busy.join();
+    for (std::thread& poster : posters) {
+        poster.join();
+    }
+    EXPECT_EQ(ran, 128);
+    sem_destroy(&go);
+}
+
+TEST_F(Engine, TimerFailsARequestInFlightAndOnlyThat) {
+    const auto answered = static_cast<uint32_t>(qelril_get_free_ctxt_id(token(1)));
+    const auto silent = static_cast<uint32_t>(qelril_get_free_ctxt_id(token(2)));
+    void* out = nullptr;
+    qelril_create_multi_mod_priv(silent, 10, 8, &out);
+    qelril_arm_response_timer(0, answered, 10);
+    qelril_arm_response_timer(0, silent, 25);
+    qelril_complete_and_return(answered, RIL_E_SUCCESS, nullptr, 0);
+    android().advance(24999);
+    EXPECT_EQ(android().completed(token(2)), 0);
+    EXPECT_EQ(android().completed(token(1)), 1);
+    android().advance(1);
+    EXPECT_EQ(android().wait_completion(token(2)).error, RIL_E_GENERIC_FAILURE);
+    EXPECT_FALSE(in_use(silent));
+    // The late response finds a free entry.
+    int calls = 0;
+    EXPECT_EQ(qelril_post_utamsrspcb(0, &calls, silent, count_call), 0);
+    EXPECT_EQ(calls, 0);
+    EXPECT_EQ(android().completions().size(), 2U);
+}
+
+// It compares no token: a context that was handed out again fails in place of the old one.
+TEST_F(Engine, TimerFailsWhateverHoldsItsContextNow) {
+    const auto id = static_cast<uint32_t>(qelril_get_free_ctxt_id(token(1)));
+    qelril_arm_response_timer(0, id, 10);
+    qelril_complete_and_return(id, RIL_E_SUCCESS, nullptr, 0);
+    while (qelril_get_free_ctxt_id(token(5)) != static_cast<int32_t>(id)) {
+    }
+    android().advance(10000);
+    EXPECT_FALSE(in_use(id));
+    EXPECT_EQ(android().completed(token(5)), 1);
+}
+
+TEST_F(Engine, TimerOfAnEarlierModemLeavesTheNextOneAlone) {
+    const auto id = static_cast<uint32_t>(qelril_get_free_ctxt_id(token(1)));
+    qelril_arm_response_timer(0, id, 25);
+    stop_engine();
+    EXPECT_EQ(android().wait_completion(token(1)).error, RIL_E_RADIO_NOT_AVAILABLE);
+    start_engine();
+    ASSERT_EQ(qelril_get_free_ctxt_id(token(2)), static_cast<int32_t>(id));
+    android().advance(25000);
+    EXPECT_TRUE(in_use(id));
+    EXPECT_EQ(android().completed(token(2)), 0);
+    EXPECT_EQ(android().timers(), 0U);
+}
+
+TEST_F(Engine, TimerWithoutMemoryLetsTheRequestRun) {
+    const auto id = static_cast<uint32_t>(qelril_get_free_ctxt_id(token(1)));
+    const FailingAlloc failing(0);
+    qelril_arm_response_timer(0, id, 10);
+    EXPECT_EQ(android().timers(), 0U);
+    EXPECT_TRUE(in_use(id));
+}
+
+// The RIL thread sits in a wait that nobody ends, with a request in its hands and others behind it.
+TEST_F(Engine, StopReleasesEverybodyAndAnswersEverything) {
+    sys_sem_t never = sys_sem_new(0);
+    std::atomic<bool> stuck{false};
+    Seams::instance().handler = [&](int32_t, void*, size_t, RIL_Token t) {
+        const auto id = static_cast<uint32_t>(qelril_get_free_ctxt_id(t));
+        void* out = nullptr;
+        qelril_create_multi_mod_priv(id, 10, 16, &out);
+        stuck = true;
+        sys_sem_wait(never);
+    };
+    bool modules_after_thread = false;
+    Seams::instance().module_exit = [&] { modules_after_thread = stuck.load(); };
+    std::vector<std::thread> posters;
+    posters.emplace_back([] { EXPECT_EQ(qelril_post_request(0, 10, nullptr, 0, token(1)), 0); });
+    while (!stuck) {
+        std::this_thread::yield();
+    }
+    posters.emplace_back([] { EXPECT_EQ(qelril_post_request(0, 10, nullptr, 0, token(2)), 0); });
+    posters.emplace_back([] { qelril_post_utamsindcb(0, nullptr, [](uint32_t, const void*) { FAIL(); }); });
+    posters.emplace_back([] { qelril_post_utamsrspcb(0, nullptr, 3, [](uint32_t, const void*, uint32_t) { FAIL(); }); });
+    std::this_thread::sleep_for(20ms);
+    ASSERT_TRUE(sys_mark_trylock(hold_call_and_dial_mutex_lock));
+    stop_engine();
+    for (std::thread& poster : posters) {
+        poster.join();
+    }
+    EXPECT_TRUE(modules_after_thread);
+    for (const uintptr_t number : {1, 2}) {
+        EXPECT_EQ(android().wait_completion(token(number)).error, RIL_E_RADIO_NOT_AVAILABLE);
+        EXPECT_EQ(android().completed(token(number)), 1);
+    }
+    EXPECT_TRUE(sys_mark_trylock(hold_call_and_dial_mutex_lock)) << "a hold still counts as pending";
+    sys_mark_unlock(hold_call_and_dial_mutex_lock);
+    start_engine();
+    sys_sem_free(never);
+}
+
+TEST_F(Engine, StartTellsWhatModemInitSays) {
+    stop_engine();
+    Seams::instance().modem_init = [] {
+        // The engine already runs: the start sequence may use it.
+        EXPECT_EQ(qelril_post_utamsindcb(ril_instance, nullptr, [](uint32_t, const void*) {}), 0);
+        return -1;
+    };
+    EXPECT_EQ(qelril_init(), -1);
+}
+
+TEST(EngineDeath, NoMailboxNoEngine) {
+    EXPECT_EXIT(
+        {
+            const FailingAlloc failing(0);
+            qelril_init();
+        },
+        testing::ExitedWithCode(255), "");
+}
+
+}  // namespace

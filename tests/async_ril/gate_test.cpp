@@ -1,0 +1,231 @@
+#include "ril/core/src/async_ril/gate.h"
+
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <csignal>
+#include <set>
+#include <thread>
+
+#include "ril/core/src/async_ril/async_ril.h"
+#include "ril/core/src/async_ril/radio_state.h"
+#include "ril/core/src/sim/sim_status.h"
+#include "ril/core/src/system_manager/system_manager.h"
+#include "ril/utils/ril_instance.h"
+#include "tests/async_ril/seams.h"
+#include "tests/harness/fake_android.h"
+
+namespace {
+
+using Numbers = std::set<int>;
+
+const Numbers c_with_card = {1, 2, 3, 4, 5, 6, 7, 42, 43};
+const Numbers c_with_ready_card = {11, 63, 64, 69, 70, 100, 101, 103, 105, 107};
+const Numbers c_always = {23, 61};
+const Numbers c_with_modem = {38, 39, 51, 80, 81};
+const Numbers c_refused = {58, 77, 78, 79, 82, 83, 84, 85, 86, 87, 88, 92, 93, 94, 95, 96, 97, 98, 99, 104, 105};
+
+FakeAndroid& android() { return FakeAndroid::instance(); }
+RIL_Token token(int number) { return FakeAndroid::token(static_cast<uintptr_t>(number)); }
+
+class Gate : public testing::Test {
+protected:
+    void SetUp() override {
+        Seams::instance().reset();
+        start_engine();
+        radio_state_start();
+        Seams::instance().handler = [this](int32_t request, void*, size_t, RIL_Token) { handled_.insert(request); };
+    }
+    void TearDown() override { stop_engine(); }
+
+    // The handler was reached and left the token to itself.
+    void request(int number) {
+        android().reset();
+        handled_.clear();
+        int type = 3;
+        on_request(number, &type, sizeof(type), token(number + 1000));
+    }
+    bool reached(int number) const { return handled_.count(number) == 1 && android().completions().empty(); }
+    static void expect_answer(int number, RIL_Errno error) {
+        const auto completions = android().completions();
+        ASSERT_EQ(completions.size(), 1U) << number;
+        EXPECT_EQ(completions[0].token, token(number + 1000));
+        EXPECT_EQ(completions[0].error, error) << number;
+        EXPECT_FALSE(completions[0].has_data) << number;
+    }
+
+    Numbers handled_;
+};
+
+TEST_F(Gate, RadioOffAndOnPassAllButTheRefused) {
+    for (const RIL_RadioState state : {RADIO_STATE_OFF, RADIO_STATE_ON}) {
+        set_radio_state(0, state);
+        for (const int number : {INT_MIN, -1, 111, 1000, INT_MAX}) {
+            request(number);
+            EXPECT_TRUE(reached(number)) << number;  // the dispatch table refuses these
+        }
+        for (int number = 0; number <= 110; ++number) {
+            request(number);
+            if (c_refused.count(number) != 0) {
+                expect_answer(number, RIL_E_REQUEST_NOT_SUPPORTED);
+            } else {
+                EXPECT_TRUE(reached(number)) << number;
+            }
+        }
+    }
+}
+
+TEST_F(Gate, RadioUnavailable) {
+    for (const int32_t sim : {SIM_STATUS_SIM_ABSENT, SIM_STATUS_SIM_NOT_READY, SIM_STATUS_SIM_READY, SIM_STATUS_SIM_PIN}) {
+        for (const uint32_t event : {uint32_t{E_MODEM_NONE}, uint32_t{E_MODEM_UP}, uint32_t{E_MODEM_DOWN}}) {
+            Seams::instance().sim_status = sim;
+            Seams::instance().last_event = event;
+            for (int number = -1; number <= 120; ++number) {
+                const bool allowed =
+                    (c_with_card.count(number) != 0 && sim != 0) || (c_with_ready_card.count(number) != 0 && sim == 2) ||
+                    c_always.count(number) != 0 || (c_with_modem.count(number) != 0 && event == E_MODEM_UP);
+                request(number);
+                switch (number) {
+                    case 9:
+                    case 41:
+                        expect_answer(number, RIL_E_SUCCESS);
+                        break;
+                    case 20:
+                    case 21:
+                    case 22:
+                    case 45:
+                        expect_answer(number, RIL_E_RADIO_NOT_AVAILABLE);
+                        break;
+                    case 27:
+                    case 73:
+                        break;  // below
+                    default:
+                        if (!allowed) {
+                            expect_answer(number, RIL_E_GENERIC_FAILURE);
+                        } else if (c_refused.count(number) != 0) {
+                            expect_answer(number, RIL_E_REQUEST_NOT_SUPPORTED);
+                        } else {
+                            EXPECT_TRUE(reached(number)) << number;
+                        }
+                }
+            }
+        }
+    }
+}
+
+TEST_F(Gate, RadioUnavailableDataCallFailsInItsRecord) {
+    request(RIL_REQUEST_SETUP_DATA_CALL);
+    const auto completions = android().completions();
+    ASSERT_EQ(completions.size(), 1U);
+    EXPECT_EQ(completions[0].error, RIL_E_SUCCESS);
+    RIL_Data_Call_Response_v6 expected{};
+    expected.status = -5;
+    expected.suggestedRetryTime = 0x7FFFFFFF;
+    EXPECT_EQ(completions[0].data, std::string(reinterpret_cast<const char*>(&expected), sizeof(expected)));
+}
+
+TEST_F(Gate, RadioUnavailableKeepsThePreferredNetworkType) {
+    request(RIL_REQUEST_SET_PREFERRED_NETWORK_TYPE);
+    EXPECT_TRUE(android().completions().empty());
+    EXPECT_EQ(Seams::instance().saved_net_pref, token(1073));
+    EXPECT_EQ(Seams::instance().saved_net_type, 3);
+}
+
+TEST_F(Gate, SpoofingComesFirst) {
+    set_radio_state(0, RADIO_STATE_ON);
+    Seams::instance().spoofing = 1;
+    for (const int number : {1, 10, 58, 73, 111}) {
+        request(number);
+        expect_answer(number, RIL_E_RADIO_NOT_AVAILABLE);
+    }
+}
+
+TEST_F(Gate, SupportsHasAListOfItsOwn) {
+    const Numbers differs = {15, 51, 98};
+    for (int number = -1; number <= 120; ++number) {
+        const bool refused = c_refused.count(number) != 0;
+        EXPECT_EQ(on_supports(number), differs.count(number) != 0 ? refused : !refused) << number;
+    }
+}
+
+TEST_F(Gate, DialWaitsForAPendingHoldAndOtherRequestsDoNot) {
+    set_radio_state(0, RADIO_STATE_ON);
+    sys_mark_lock(hold_call_and_dial_mutex_lock);
+    request(RIL_REQUEST_HANGUP);
+    EXPECT_TRUE(reached(RIL_REQUEST_HANGUP));
+    std::thread dial([] { on_request(RIL_REQUEST_DIAL, nullptr, 0, token(1)); });
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    EXPECT_EQ(handled_.count(RIL_REQUEST_DIAL), 0U);
+    sys_mark_unlock(hold_call_and_dial_mutex_lock);
+    dial.join();
+    EXPECT_EQ(handled_.count(RIL_REQUEST_DIAL), 1U);
+    EXPECT_TRUE(sys_mark_trylock(hold_call_and_dial_mutex_lock));
+    sys_mark_unlock(hold_call_and_dial_mutex_lock);
+}
+
+TEST_F(Gate, ModemDownAnswersADialThatWaitedForAHold) {
+    set_radio_state(0, RADIO_STATE_ON);
+    sys_mark_lock(hold_call_and_dial_mutex_lock);
+    std::thread dial([] { on_request(RIL_REQUEST_DIAL, nullptr, 0, token(1)); });
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    stop_engine();
+    dial.join();
+    EXPECT_EQ(android().wait_completion(token(1)).error, RIL_E_RADIO_NOT_AVAILABLE);
+    EXPECT_EQ(android().completed(token(1)), 1);
+    start_engine();
+}
+
+TEST_F(Gate, RadioStateTellsAndroidOfChangesOnly) {
+    android().reset();
+    set_radio_state(0, RADIO_STATE_UNAVAILABLE);
+    EXPECT_TRUE(android().unsolicited().empty());
+    set_radio_state(0, RADIO_STATE_OFF);
+    set_radio_state(0, RADIO_STATE_OFF);
+    set_radio_state(0, RADIO_STATE_ON);
+    EXPECT_EQ(android().unsolicited_numbers(), (std::vector<int>{1000, 1000}));
+    EXPECT_EQ(on_radio_state(), RADIO_STATE_ON);
+}
+
+TEST(RilInit, FindsTheInstance) {
+    const struct {
+        std::vector<const char*> arguments;
+        uint32_t before, instance;
+    } cases[] = {
+        {{"rild"}, 0, 0},
+        {{"rild", "--client", "2"}, 0, 1},
+        {{"rild", "-c", "2"}, 0, 0},
+        {{"--", "2x"}, 0, 1},
+        {{"rild", "--a", "3"}, 1, 1},
+        {{"rild", "--a", "3", "2"}, 0, 0},
+        {{"rild", "--a", "--b", "2"}, 0, 0},
+        {{"rild", "x", "--b", "2"}, 0, 1},
+        {{"rild", "--a", "2", "--b", "1"}, 0, 0},
+        {{"rild", "--a", "1", "--b", "2"}, 0, 1},
+        {{"rild", "--a"}, 0, 0},
+        {{"rild", "--a", ""}, 1, 1},
+    };
+    for (const auto& c : cases) {
+        std::vector<char*> argv;
+        for (const char* argument : c.arguments) {
+            argv.push_back(const_cast<char*>(argument));
+        }
+        argv.push_back(nullptr);
+        ril_instance = c.before;
+        const int argc = static_cast<int>(c.arguments.size());
+        const RIL_RadioFunctions* functions = RIL_Init(FakeAndroid::env(), argc, argv.data());
+        ASSERT_NE(functions, nullptr);
+        EXPECT_EQ(ril_instance, c.instance) << c.arguments.back();
+        EXPECT_EQ(functions->version, 9);
+        EXPECT_EQ(std::string(functions->rildInstance, 10), std::string(10, '\0'));
+        EXPECT_STREQ(functions->getVersion(), "QEL DUN-RIL 1.0");
+        EXPECT_EQ(RpcUtaContexId, 0x20000100U);
+        EXPECT_EQ(uta_context_id(0xFF), 0x200001FFU);
+        EXPECT_EQ(Seams::instance().argc, argc);
+        functions->onCancel(token(1));
+        raise(SIGUSR1);  // a stray signal ends no thread
+        sys_sem_free(s_ril_wait_init_sem);
+    }
+    ril_instance = 0;
+}
+
+}  // namespace

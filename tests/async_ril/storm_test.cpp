@@ -1,0 +1,188 @@
+// Threads that post all three kinds of message while the modem goes down and comes up, thousands of times.
+#include <gtest/gtest.h>
+#include <malloc.h>
+#include <pthread.h>
+
+#include <csignal>
+#include <thread>
+
+#include "ril/core/src/async_ril/async_ril.h"
+#include "ril/core/src/async_ril/gate.h"
+#include "ril/core/src/async_ril/radio_state.h"
+#include "ril/utils/mem_util.h"
+#include "ril/utils/ril_instance.h"
+#include "tests/async_ril/seams.h"
+
+namespace {
+
+constexpr uint32_t c_cycles = 10000;
+
+// Completions per token; a token is the address of its counter.
+struct Token {
+    std::atomic<int> completions{0};
+};
+
+std::atomic<uint64_t> s_completions{0};
+
+void on_complete(RIL_Token token, RIL_Errno, void*, size_t) {
+    static_cast<Token*>(token)->completions.fetch_add(1);
+    s_completions.fetch_add(1, std::memory_order_relaxed);
+}
+
+void on_unsolicited(int, const void*, size_t) {}
+
+struct Timer {
+    RIL_TimedCallback callback;
+    void* param;
+};
+pthread_mutex_t s_timers_lock = PTHREAD_MUTEX_INITIALIZER;
+std::vector<Timer> s_timers;
+
+void on_timed(RIL_TimedCallback callback, void* param, const timeval*) {
+    pthread_mutex_lock(&s_timers_lock);
+    s_timers.push_back({callback, param});
+    pthread_mutex_unlock(&s_timers_lock);
+}
+
+void run_timers() {
+    pthread_mutex_lock(&s_timers_lock);
+    const std::vector<Timer> due = std::exchange(s_timers, {});
+    pthread_mutex_unlock(&s_timers_lock);
+    for (const Timer& timer : due) {
+        timer.callback(timer.param);
+    }
+}
+
+constexpr RIL_Env c_env = {on_complete, on_unsolicited, on_timed};
+
+// Some requests end in their handler, some wait for a response, a timer or the modem's end; some block for ever.
+void handler(int32_t request, void* data, size_t length, RIL_Token token, sys_sem_t never) {
+    EXPECT_EQ(*static_cast<uint32_t*>(data), static_cast<uint32_t>(request) * 7);
+    EXPECT_EQ(length, sizeof(uint32_t));
+    if (request % 4 == 0) {
+        ril_request_complete(token, RIL_E_SUCCESS, nullptr, 0);
+        return;
+    }
+    const int32_t id = qelril_get_free_ctxt_id(token);
+    if (id < 0) {
+        ril_request_complete(token, RIL_E_GENERIC_FAILURE, nullptr, 0);
+        return;
+    }
+    void* out = nullptr;
+    qelril_create_multi_mod_priv(static_cast<uint32_t>(id), request, 32, &out);
+    if (request % 16 == 1) {
+        qelril_arm_response_timer(0, static_cast<uint32_t>(id), 10);
+    }
+    if (request % 4099 == 2) {
+        sys_sem_wait(never);
+    }
+}
+
+TEST(Storm, EveryTokenIsCompletedOnceOverTenThousandRestarts) {
+    Seams& seams = Seams::instance();
+    seams.reset();
+    sys_sem_t never = sys_sem_new(0);
+    seams.handler = [&](int32_t r, void* d, size_t l, RIL_Token t) { handler(r, d, l, t, never); };
+    start_engine();
+    s_rilenv = &c_env;
+    set_radio_state(0, RADIO_STATE_ON);
+
+    std::atomic<bool> ending{false};
+    std::atomic<uint64_t> tokens{0};
+    std::vector<std::thread> threads;
+    // Requests: one thread through the gate, two that post by themselves.
+    for (int kind = 0; kind < 3; ++kind) {
+        threads.emplace_back([&, kind] {
+            std::vector<std::unique_ptr<Token>> open;
+            for (uint32_t n = 1; !ending; ++n) {
+                auto token = std::make_unique<Token>();
+                const auto request = static_cast<int32_t>(200 + n % 100000);
+                uint32_t data = static_cast<uint32_t>(request) * 7;
+                int posted = 0;
+                if (kind == 0) {
+                    on_request(request, &data, sizeof(data), token.get());
+                    run_timers();
+                } else {
+                    posted = qelril_post_request(0, request, &data, sizeof(data), token.get());
+                }
+                data = 0;
+                if (posted == 0) {
+                    tokens.fetch_add(1, std::memory_order_relaxed);
+                    open.push_back(std::move(token));
+                } else {
+                    EXPECT_EQ(token->completions, 0);
+                    std::this_thread::yield();
+                }
+                if (open.size() > 4096) {
+                    std::erase_if(open, [](const auto& t) { return t->completions == 1; });
+                    EXPECT_LT(open.size(), 4096U) << "tokens stay open";
+                }
+            }
+            // The engine has stopped for good: nothing may be open, nothing completed twice.
+            while (ending.load() && seams.spoofing == 0) {
+                std::this_thread::yield();
+            }
+            std::this_thread::sleep_for(std::chrono::milliseconds(100));
+            for (const auto& token : open) {
+                EXPECT_EQ(token->completions, 1);
+            }
+        });
+    }
+    threads.emplace_back([&] {
+        for (uint32_t n = 0; !ending; ++n) {
+            uint32_t value = n;
+            qelril_post_utamsrspcb(0, &value, 0x20000100 | (n & 0xFF), [](uint32_t, const void* p, uint32_t ctxt_id) {
+                EXPECT_NE(*static_cast<const uint32_t*>(p), 0xDEADU);
+                qelril_complete_and_return(ctxt_id, RIL_E_SUCCESS, nullptr, 0);
+            });
+            value = 0xDEAD;
+        }
+    });
+    threads.emplace_back([&] {
+        for (uint32_t n = 0; !ending; ++n) {
+            uint32_t value = n;
+            qelril_post_utamsindcb(ril_instance, &value, [](uint32_t, const void* p) {
+                EXPECT_NE(*static_cast<const uint32_t*>(p), 0xDEADU);
+                void* block = MEM_ALLOC(128);
+                MEM_FREE(block);
+            });
+            value = 0xDEAD;
+        }
+    });
+    // Stray signals at every thread.
+    std::thread signals([&] {
+        for (size_t n = 0; !ending; ++n) {
+            pthread_kill(threads[n % threads.size()].native_handle(), SIGUSR1);
+            kill(getpid(), SIGUSR1);
+            std::this_thread::sleep_for(std::chrono::microseconds(200));
+        }
+    });
+
+    size_t memory_early = 0;
+    for (uint32_t cycle = 0; cycle < c_cycles; ++cycle) {
+        std::this_thread::sleep_for(std::chrono::microseconds(cycle % 7 == 0 ? 500 : 50));
+        seams.spoofing = 1;
+        qelril_destroy();
+        if (cycle == c_cycles / 4) {
+            memory_early = mallinfo2().uordblks;
+        }
+        qelril_init();
+        seams.spoofing = 0;
+    }
+    ending = true;
+    signals.join();
+    const size_t memory_late = mallinfo2().uordblks;
+    stop_engine();
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    run_timers();
+    // Timers and open tokens come and go: growth would be a block per cycle.
+    EXPECT_LT(memory_late, memory_early + c_cycles / 2 * sizeof(Token) * 8);
+    EXPECT_GT(s_completions, uint64_t{c_cycles});
+    printf("%u restarts, %llu tokens, %llu completions\n", c_cycles, static_cast<unsigned long long>(tokens.load()),
+           static_cast<unsigned long long>(s_completions.load()));
+    sys_sem_free(never);
+}
+
+}  // namespace

@@ -1,0 +1,113 @@
+#include "tests/harness/fake_android.h"
+
+#include <sys/time.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+
+FakeAndroid& FakeAndroid::instance() {
+    static FakeAndroid android;
+    return android;
+}
+
+const RIL_Env* FakeAndroid::env() {
+    static const RIL_Env env = {on_complete, on_unsolicited, on_timed};
+    return &env;
+}
+
+void FakeAndroid::reset() {
+    const std::lock_guard lock(lock_);
+    completions_.clear();
+    unsolicited_.clear();
+}
+
+std::vector<FakeAndroid::Completion> FakeAndroid::completions() {
+    const std::lock_guard lock(lock_);
+    return completions_;
+}
+
+std::vector<FakeAndroid::Unsolicited> FakeAndroid::unsolicited() {
+    const std::lock_guard lock(lock_);
+    return unsolicited_;
+}
+
+std::vector<int> FakeAndroid::unsolicited_numbers() {
+    std::vector<int> numbers;
+    for (const Unsolicited& message : unsolicited()) {
+        numbers.push_back(message.number);
+    }
+    return numbers;
+}
+
+int FakeAndroid::completed(RIL_Token token) {
+    const std::lock_guard lock(lock_);
+    return static_cast<int>(
+        std::count_if(completions_.begin(), completions_.end(), [&](const Completion& c) { return c.token == token; }));
+}
+
+FakeAndroid::Completion FakeAndroid::wait_completion(RIL_Token token) {
+    std::unique_lock lock(lock_);
+    Completion found{};
+    const bool seen = changed_.wait_for(lock, std::chrono::seconds(10), [&] {
+        const auto it = std::find_if(completions_.begin(), completions_.end(),
+                                     [&](const Completion& c) { return c.token == token; });
+        if (it == completions_.end()) {
+            return false;
+        }
+        found = *it;
+        return true;
+    });
+    if (!seen) {
+        std::fprintf(stderr, "token %p was never completed\n", token);
+        std::abort();
+    }
+    return found;
+}
+
+void FakeAndroid::advance(int64_t milliseconds) {
+    std::unique_lock lock(lock_);
+    now_ += milliseconds;
+    while (!timers_.empty() && timers_.begin()->first <= now_) {
+        const auto [callback, param] = timers_.begin()->second;
+        timers_.erase(timers_.begin());
+        lock.unlock();
+        callback(param);
+        lock.lock();
+    }
+}
+
+size_t FakeAndroid::timers() {
+    const std::lock_guard lock(lock_);
+    return timers_.size();
+}
+
+void FakeAndroid::on_complete(RIL_Token token, RIL_Errno error, void* response, size_t length) {
+    FakeAndroid& android = instance();
+    const std::lock_guard lock(android.lock_);
+    Completion completion{token, error, response != nullptr, {}};
+    if (response != nullptr) {
+        completion.data.assign(static_cast<const char*>(response), length);
+    }
+    android.completions_.push_back(std::move(completion));
+    android.changed_.notify_all();
+}
+
+void FakeAndroid::on_unsolicited(int number, const void* data, size_t length) {
+    FakeAndroid& android = instance();
+    const std::lock_guard lock(android.lock_);
+    Unsolicited message{number, {}};
+    if (data != nullptr) {
+        message.data.assign(static_cast<const char*>(data), length);
+    }
+    android.unsolicited_.push_back(std::move(message));
+    android.changed_.notify_all();
+}
+
+void FakeAndroid::on_timed(RIL_TimedCallback callback, void* param, const struct timeval* relative) {
+    FakeAndroid& android = instance();
+    const std::lock_guard lock(android.lock_);
+    const int64_t delay = relative == nullptr ? 0 : int64_t{relative->tv_sec} * 1000 + relative->tv_usec / 1000;
+    android.timers_.emplace(android.now_ + delay, std::pair{callback, param});
+}

@@ -1,0 +1,23 @@
+#include "tests/harness/sleeps.h"
+
+#include <unistd.h>
+
+#include <atomic>
+
+namespace {
+
+std::atomic<uint64_t> s_slept{0};
+
+}  // namespace
+
+uint64_t harness_take_slept() { return s_slept.exchange(0); }
+
+extern "C" unsigned sleep(unsigned seconds) {
+    s_slept += uint64_t{seconds} * 1000000;
+    return 0;
+}
+
+extern "C" int usleep(useconds_t microseconds) {
+    s_slept += microseconds;
+    return 0;
+}
