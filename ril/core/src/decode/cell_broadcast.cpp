@@ -14,7 +14,6 @@ constexpr size_t c_page_septets = 93;
 // The language in front of every page: two letters and a carriage return in 7-bit text, two octets in front of UCS2.
 constexpr size_t c_language_septets = 3;
 constexpr size_t c_language_bits = 7 * c_language_septets;
-constexpr size_t c_language_octets = 2;
 
 size_t unpack_pages(std::span<const uint8_t> packed, uint32_t language_mode, std::span<uint8_t> septets) {
     const bool has_language = language_mode == DECODE_LANGUAGE_INDICATOR;
@@ -97,8 +96,7 @@ void decode_ucs2(std::span<uint16_t> out, size_t* out_length, std::span<const ui
     size_t length = 0;
     for (size_t position = 0; position + 1 < data.size() && length < out.size(); position += 2) {
         if (has_language && position % c_cbs_page_octets == 0) {
-            static_assert(c_language_octets == 2);  // one step of the loop
-            continue;
+            continue;  // the language, as wide as a character
         }
         const uint16_t character = static_cast<uint16_t>(data[position] << 8 | data[position + 1]);
         if (character == 0 && length > 0 && out[length - 1] == '\r') {

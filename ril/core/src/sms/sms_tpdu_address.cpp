@@ -181,7 +181,7 @@ uint32_t sms_num_to_bcd(char* text, std::span<uint8_t> field) {
 void sms_encode_addressfield_semioctets(const char* text, uint32_t type, std::span<uint8_t> field) {
     const char* const digits = text == nullptr ? "" : text[0] == '+' ? text + 1 : text;
     write_field(field, type == c_sms_type_international ? type : c_sms_type_national, strlen(digits),
-                [digits](size_t i) { return digits[i] & 0x0FU; });
+                [digits](size_t i) { return static_cast<uint8_t>(digits[i]) & 0x0FU; });
 }
 
 uint32_t sms_get_type_of_phone_number_address(const char* text) {
