@@ -26,7 +26,8 @@ const Numbers c_with_modem = {38, 39, 51, 80, 81};
 const Numbers c_refused = {58, 77, 78, 79, 82, 83, 84, 85, 86, 87, 88, 92, 93, 94, 95, 96, 97, 98, 99, 104, 105};
 
 FakeAndroid& android() { return FakeAndroid::instance(); }
-RIL_Token token(int number) { return FakeAndroid::token(static_cast<uintptr_t>(number)); }
+// A token per request number, none of them null.
+RIL_Token token(int64_t number) { return FakeAndroid::token(static_cast<uintptr_t>(number + 0x1000)); }
 
 class Gate : public testing::Test {
 protected:
@@ -43,13 +44,13 @@ protected:
         android().reset();
         handled_.clear();
         int type = 3;
-        on_request(number, &type, sizeof(type), token(number + 1000));
+        on_request(number, &type, sizeof(type), token(number));
     }
     bool reached(int number) const { return handled_.count(number) == 1 && android().completions().empty(); }
     static void expect_answer(int number, RIL_Errno error) {
         const auto completions = android().completions();
         ASSERT_EQ(completions.size(), 1U) << number;
-        EXPECT_EQ(completions[0].token, token(number + 1000));
+        EXPECT_EQ(completions[0].token, token(number));
         EXPECT_EQ(completions[0].error, error) << number;
         EXPECT_FALSE(completions[0].has_data) << number;
     }
@@ -127,7 +128,7 @@ TEST_F(Gate, RadioUnavailableDataCallFailsInItsRecord) {
 TEST_F(Gate, RadioUnavailableKeepsThePreferredNetworkType) {
     request(RIL_REQUEST_SET_PREFERRED_NETWORK_TYPE);
     EXPECT_TRUE(android().completions().empty());
-    EXPECT_EQ(Seams::instance().saved_net_pref, token(1073));
+    EXPECT_EQ(Seams::instance().saved_net_pref, token(73));
     EXPECT_EQ(Seams::instance().saved_net_type, 3);
 }
 
