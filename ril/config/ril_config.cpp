@@ -213,11 +213,17 @@ int32_t ril_config_init(int argc, char** argv) {
     return load_cfg_file(path);
 }
 
-uint32_t ril_config_fast_dormancy_screen_controlled() { return s_cfg_control_settings[XFDOR_MODE].value == 2 ? 1 : 0; }
+uint32_t ril_config_fast_dormancy_screen_controlled() {
+    return s_cfg_control_settings[XFDOR_MODE].value == 2 ? 1 : 0;
+}
 
-uint32_t ril_config_fast_dormancy_oem_controlled() { return s_cfg_control_settings[XFDOR_MODE].value == 1 ? 1 : 0; }
+uint32_t ril_config_fast_dormancy_oem_controlled() {
+    return s_cfg_control_settings[XFDOR_MODE].value == 1 ? 1 : 0;
+}
 
-int32_t ril_config_get_max_gprs_pdp_context() { return s_cfg_control_settings[GPRS_MAX_PDP_CONTEXT].value; }
+int32_t ril_config_get_max_gprs_pdp_context() {
+    return s_cfg_control_settings[GPRS_MAX_PDP_CONTEXT].value;
+}
 
 const char* ril_config_get_cfg_string(uint32_t index) {
     if (index >= p_cfg_string.size() || s_cfg_string_settings[index].value == 0) {

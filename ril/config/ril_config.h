@@ -19,9 +19,9 @@ const char* ril_config_get_cfg_string(uint32_t index);
 
 // The control settings that are sent to the modem.
 struct ril_cfg_modem_values {
-    int32_t xfdor_mode;         // 0 to 3
-    uint8_t xfdor_delay_timer;  // 1 to 60
-    uint8_t xfdor_scri_timer;   // 1 to 120
+    int32_t xfdor_mode;            // 0 to 3
+    uint8_t xfdor_delay_timer;     // 1 to 60
+    uint8_t xfdor_scri_timer;      // 1 to 120
     int32_t rx_diversity_2g_darp;  // -1: none
 };
 ril_cfg_modem_values ril_config_get_modem_values();

@@ -136,20 +136,24 @@ uint32_t sys_mbox_post(sys_mbox_t mbox, void* msg) {
     if (mbox == nullptr) {
         return 0;
     }
-    const ScopedLock lock(mbox->lock);
-    if (is_full(*mbox)) {
-        RIL_TRACE(TRACE_ERROR, "Mail Box --> Full\n");
-        return 0;
+    bool was_empty = false;
+    {
+        const ScopedLock lock(mbox->lock);
+        if (is_full(*mbox)) {
+            RIL_TRACE(TRACE_ERROR, "Mail Box --> Full\n");
+            return 0;
+        }
+        if (mbox->last == -1) {
+            mbox->first = 0;
+        }
+        mbox->last = mbox->last == c_last_slot ? 0 : mbox->last + 1;
+        mbox->msgs[static_cast<size_t>(mbox->last)] = msg;
+        was_empty = mbox->pending++ == 0;
     }
-    if (mbox->last == -1) {
-        mbox->first = 0;
-    }
-    mbox->last = mbox->last == c_last_slot ? 0 : mbox->last + 1;
-    if (mbox->pending == 0) {
+    // Behind the lock, so that the consumer does not wake up only to wait for it.
+    if (was_empty) {
         sys_sem_signal(mbox->not_empty);
     }
-    ++mbox->pending;
-    mbox->msgs[static_cast<size_t>(mbox->last)] = msg;
     return 1;
 }
 

@@ -26,9 +26,9 @@ struct sys_mark {
     bool taken = false;
 };
 
-void sys_mark_lock(sys_mark& mark);      // waits until the mark is free, then takes it
-bool sys_mark_trylock(sys_mark& mark);   // true if the mark was free and is now taken
-void sys_mark_unlock(sys_mark& mark);    // a free mark stays free
+void sys_mark_lock(sys_mark& mark);     // waits until the mark is free, then takes it
+bool sys_mark_trylock(sys_mark& mark);  // true if the mark was free and is now taken
+void sys_mark_unlock(sys_mark& mark);   // a free mark stays free
 
 // A ring of 128 message pointers. It carries them and never owns what they point to. Any number of threads post, one
 // fetches and waits.

@@ -22,7 +22,9 @@ bool on_owner() {
 
 }  // namespace
 
-void thread_stop_arm() { s_requested.store(false, std::memory_order_release); }
+void thread_stop_arm() {
+    s_requested.store(false, std::memory_order_release);
+}
 
 void thread_stop_enter() {
     s_waiting_on.store(nullptr, std::memory_order_relaxed);
@@ -30,14 +32,18 @@ void thread_stop_enter() {
     s_owned.store(true, std::memory_order_release);
 }
 
-void thread_stop_leave() { s_owned.store(false, std::memory_order_release); }
+void thread_stop_leave() {
+    s_owned.store(false, std::memory_order_release);
+}
 
 void thread_stop_request(pthread_t thread) {
     s_requested.store(true, std::memory_order_release);
     pthread_kill(thread, SIGUSR1);
 }
 
-bool thread_stop_requested() { return s_requested.load(std::memory_order_acquire) && on_owner(); }
+bool thread_stop_requested() {
+    return s_requested.load(std::memory_order_acquire) && on_owner();
+}
 
 ThreadStopWait::ThreadStopWait(sem_t* sem) : registered_(on_owner()) {
     if (registered_) {

@@ -9,12 +9,12 @@
 #include "ril/utils/ril_instance.h"
 
 enum RilTraceBit : uint32_t {
-    TRACE_ERROR = 1,     // failures
-    TRACE_DETAIL = 4,    // details of the flow: ids, states, values
-    TRACE_EVENT = 8,     // mailbox traffic and main events
+    TRACE_ERROR = 1,      // failures
+    TRACE_DETAIL = 4,     // details of the flow: ids, states, values
+    TRACE_EVENT = 8,      // mailbox traffic and main events
     TRACE_FUNCTION = 16,  // entry and exit of functions
-    TRACE_SECRET = 32,   // PINs, passwords, supplementary service strings in clear
-    TRACE_MEMORY = 64,   // each allocation and free
+    TRACE_SECRET = 32,    // PINs, passwords, supplementary service strings in clear
+    TRACE_MEMORY = 64,    // each allocation and free
 };
 
 enum RilTraceEntry : uint32_t { TRACE_RIL = 0, TRACE_QELRIL = 1, TRACE_NVM = 2 };
@@ -32,7 +32,9 @@ constexpr int trace_priority(uint32_t bit) {
 
 constexpr int c_log_buffer_radio = 1;
 
-inline const char* trace_tag() { return ril_instance == 1 ? "DUN-RIL2" : "DUN-RIL"; }
+inline const char* trace_tag() {
+    return ril_instance == 1 ? "DUN-RIL2" : "DUN-RIL";
+}
 
 // One line of the radio log, if the trace bit is on. Any thread.
 #define RIL_TRACE(bit, ...)                                                                             \

@@ -16,9 +16,15 @@ namespace {
 
 using namespace std::chrono_literals;
 
-FakeAndroid& android() { return FakeAndroid::instance(); }
-RIL_Token token(uintptr_t number) { return FakeAndroid::token(number); }
-bool in_use(uint32_t ctxt_id) { return rilreq_state_info[ctxt_id].entry_in_use != 0; }
+FakeAndroid& android() {
+    return FakeAndroid::instance();
+}
+RIL_Token token(uintptr_t number) {
+    return FakeAndroid::token(number);
+}
+bool in_use(uint32_t ctxt_id) {
+    return rilreq_state_info[ctxt_id].entry_in_use != 0;
+}
 
 class Engine : public testing::Test {
 protected:
@@ -30,13 +36,16 @@ protected:
 
     // Runs `work` on the RIL thread, as an indication does.
     static void on_ril_thread(const std::function<void()>& work) {
-        ASSERT_EQ(qelril_post_utamsindcb(ril_instance, &work,
-                                         [](uint32_t, const void* p) { (*static_cast<const std::function<void()>*>(p))(); }),
-                  0);
+        ASSERT_EQ(
+            qelril_post_utamsindcb(ril_instance, &work,
+                                   [](uint32_t, const void* p) { (*static_cast<const std::function<void()>*>(p))(); }),
+            0);
     }
 };
 
-void count_call(uint32_t, const void* p_params, uint32_t) { ++*static_cast<int*>(const_cast<void*>(p_params)); }
+void count_call(uint32_t, const void* p_params, uint32_t) {
+    ++*static_cast<int*>(const_cast<void*>(p_params));
+}
 
 TEST_F(Engine, ContextIdsRotateFrom3To255AndOver2) {
     uint32_t expected = 3;
@@ -200,11 +209,10 @@ TEST_F(Engine, FullMailboxLosesTheMessageAndBlocksNobody) {
     std::vector<std::thread> posters;
     for (int i = 0; i < c_posters; ++i) {
         posters.emplace_back([&] {
-            EXPECT_EQ(qelril_post_utamsindcb(0, &ran,
-                                             [](uint32_t, const void* p) {
-                                                 ++*static_cast<std::atomic<int>*>(const_cast<void*>(p));
-                                             }),
-                      0);
+            EXPECT_EQ(
+                qelril_post_utamsindcb(
+                    0, &ran, [](uint32_t, const void* p) { ++*static_cast<std::atomic<int>*>(const_cast<void*>(p)); }),
+                0);
             ++returned;
         });
     }
@@ -297,7 +305,8 @@ TEST_F(Engine, StopReleasesEverybodyAndAnswersEverything) {
     }
     posters.emplace_back([] { EXPECT_EQ(qelril_post_request(0, 10, nullptr, 0, token(2)), 0); });
     posters.emplace_back([] { qelril_post_utamsindcb(0, nullptr, [](uint32_t, const void*) { FAIL(); }); });
-    posters.emplace_back([] { qelril_post_utamsrspcb(0, nullptr, 3, [](uint32_t, const void*, uint32_t) { FAIL(); }); });
+    posters.emplace_back(
+        [] { qelril_post_utamsrspcb(0, nullptr, 3, [](uint32_t, const void*, uint32_t) { FAIL(); }); });
     std::this_thread::sleep_for(20ms);
     ASSERT_TRUE(sys_mark_trylock(hold_call_and_dial_mutex_lock));
     stop_engine();

@@ -25,9 +25,13 @@ const Numbers c_always = {23, 61};
 const Numbers c_with_modem = {38, 39, 51, 80, 81};
 const Numbers c_refused = {58, 77, 78, 79, 82, 83, 84, 85, 86, 87, 88, 92, 93, 94, 95, 96, 97, 98, 99, 104, 105};
 
-FakeAndroid& android() { return FakeAndroid::instance(); }
+FakeAndroid& android() {
+    return FakeAndroid::instance();
+}
 // A token per request number, none of them null.
-RIL_Token token(int64_t number) { return FakeAndroid::token(static_cast<uintptr_t>(number + 0x1000)); }
+RIL_Token token(int64_t number) {
+    return FakeAndroid::token(static_cast<uintptr_t>(number + 0x1000));
+}
 
 class Gate : public testing::Test {
 protected:
@@ -77,14 +81,16 @@ TEST_F(Gate, RadioOffAndOnPassAllButTheRefused) {
 }
 
 TEST_F(Gate, RadioUnavailable) {
-    for (const int32_t sim : {SIM_STATUS_SIM_ABSENT, SIM_STATUS_SIM_NOT_READY, SIM_STATUS_SIM_READY, SIM_STATUS_SIM_PIN}) {
+    for (const int32_t sim :
+         {SIM_STATUS_SIM_ABSENT, SIM_STATUS_SIM_NOT_READY, SIM_STATUS_SIM_READY, SIM_STATUS_SIM_PIN}) {
         for (const uint32_t event : {uint32_t{E_MODEM_NONE}, uint32_t{E_MODEM_UP}, uint32_t{E_MODEM_DOWN}}) {
             Seams::instance().sim_status = sim;
             Seams::instance().last_event = event;
             for (int number = -1; number <= 120; ++number) {
-                const bool allowed =
-                    (c_with_card.count(number) != 0 && sim != 0) || (c_with_ready_card.count(number) != 0 && sim == 2) ||
-                    c_always.count(number) != 0 || (c_with_modem.count(number) != 0 && event == E_MODEM_UP);
+                const bool allowed = (c_with_card.count(number) != 0 && sim != 0) ||
+                                     (c_with_ready_card.count(number) != 0 && sim == 2) ||
+                                     c_always.count(number) != 0 ||
+                                     (c_with_modem.count(number) != 0 && event == E_MODEM_UP);
                 request(number);
                 switch (number) {
                     case 9:

@@ -48,7 +48,9 @@ void on_request_handler(uint32_t, int32_t request, void* p_data, size_t data_len
     }
 }
 
-int32_t modem_init() { return Seams::instance().modem_init ? Seams::instance().modem_init() : 0; }
+int32_t modem_init() {
+    return Seams::instance().modem_init ? Seams::instance().modem_init() : 0;
+}
 
 int32_t module_exit() {
     if (Seams::instance().module_exit) {
@@ -58,9 +60,15 @@ int32_t module_exit() {
 }
 
 void mehHandler(uint32_t) {}
-uint32_t getLastModemEvent() { return Seams::instance().last_event; }
-uint32_t mmgr_get_spoof_command_state() { return Seams::instance().spoofing; }
-int32_t sim_get_sim_status(uint32_t) { return Seams::instance().sim_status; }
+uint32_t getLastModemEvent() {
+    return Seams::instance().last_event;
+}
+uint32_t mmgr_get_spoof_command_state() {
+    return Seams::instance().spoofing;
+}
+int32_t sim_get_sim_status(uint32_t) {
+    return Seams::instance().sim_status;
+}
 
 void handleRequestNoModem(uint32_t, int32_t, void*, size_t, RIL_Token token) {
     ril_request_complete(token, RIL_E_RADIO_NOT_AVAILABLE, nullptr, 0);

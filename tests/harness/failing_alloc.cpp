@@ -24,9 +24,13 @@ FailingAlloc::FailingAlloc(int nth) {
     s_countdown = nth;
 }
 
-FailingAlloc::~FailingAlloc() { s_countdown = -1; }
+FailingAlloc::~FailingAlloc() {
+    s_countdown = -1;
+}
 
-bool FailingAlloc::refused() { return s_refused; }
+bool FailingAlloc::refused() {
+    return s_refused;
+}
 
 extern "C" {
 
@@ -34,8 +38,11 @@ extern "C" {
 // NOLINTBEGIN
 void* __real_calloc(size_t count, size_t size);
 void* __real_malloc(size_t size);
-void* __wrap_calloc(size_t count, size_t size) { return refuse() ? nullptr : __real_calloc(count, size); }
-void* __wrap_malloc(size_t size) { return refuse() ? nullptr : __real_malloc(size); }
+void* __wrap_calloc(size_t count, size_t size) {
+    return refuse() ? nullptr : __real_calloc(count, size);
+}
+void* __wrap_malloc(size_t size) {
+    return refuse() ? nullptr : __real_malloc(size);
+}
 // NOLINTEND
-
 }

@@ -10,7 +10,9 @@ std::atomic<uint64_t> s_slept{0};
 
 }  // namespace
 
-uint64_t harness_take_slept() { return s_slept.exchange(0); }
+uint64_t harness_take_slept() {
+    return s_slept.exchange(0);
+}
 
 extern "C" unsigned sleep(unsigned seconds) {
     s_slept += uint64_t{seconds} * 1000000;

@@ -14,7 +14,9 @@
 
 namespace {
 
-void* message(uintptr_t number) { return reinterpret_cast<void*>(number); }
+void* message(uintptr_t number) {
+    return reinterpret_cast<void*>(number);
+}
 
 void* fetch(sys_mbox_t mbox) {
     void* msg = nullptr;
@@ -108,7 +110,9 @@ TEST(Mailbox, NoMemory) {
     EXPECT_EQ(sys_sem_new(0), nullptr);
 }
 
-void on_signal(int) { thread_stop_signal(); }
+void on_signal(int) {
+    thread_stop_signal();
+}
 
 void install_signal_handler() {
     struct sigaction action {};
@@ -208,7 +212,8 @@ TEST(Trace, MaskPerEntry) {
     s_cfg_trace_settings = {1, 4 | 8, 0};
     const struct {
         uint32_t entry, mask, enabled;
-    } cases[] = {{0, 1, 1}, {0, 4, 0}, {0, 5, 1}, {1, 8, 1}, {1, 1, 0}, {2, 0xFFFFFFFF, 0}, {3, 1, 0}, {0xFFFFFFFF, 1, 0}};
+    } cases[] = {{0, 1, 1}, {0, 4, 0},          {0, 5, 1}, {1, 8, 1},
+                 {1, 1, 0}, {2, 0xFFFFFFFF, 0}, {3, 1, 0}, {0xFFFFFFFF, 1, 0}};
     for (const auto& c : cases) {
         EXPECT_EQ(ril_config_trace_enabled(c.entry, c.mask), c.enabled) << c.entry << " " << c.mask;
     }

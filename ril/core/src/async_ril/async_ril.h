@@ -15,8 +15,8 @@
 
 // --- Android ---------------------------------------------------------------------------------------------------------
 
-extern const RIL_Env* s_rilenv;      // rild's record; RIL_Init sets it before any other thread exists
-extern uint32_t RpcUtaContexId;      // what RegisterRPCClient returned; set once by RIL_Init
+extern const RIL_Env* s_rilenv;        // rild's record; RIL_Init sets it before any other thread exists
+extern uint32_t RpcUtaContexId;        // what RegisterRPCClient returned; set once by RIL_Init
 extern sys_sem_t s_ril_wait_init_sem;  // RIL_Init waits on it until the modem was up for the first time
 
 // Completes a request; a null token (work that no Android request started) is left alone. Any thread.
@@ -54,7 +54,9 @@ struct rilreq_priv_data {
 extern std::array<rilreq_state, 256> rilreq_state_info;
 
 // The UTA context id of a request.
-inline uint32_t uta_context_id(uint32_t ctxt_id) { return (RpcUtaContexId & 0xFF00FF00U) | ctxt_id; }
+inline uint32_t uta_context_id(uint32_t ctxt_id) {
+    return (RpcUtaContexId & 0xFF00FF00U) | ctxt_id;
+}
 
 // A ctxt_id from 2 to 255 for `token`, or -1 with none free. Any thread.
 int32_t qelril_get_free_ctxt_id(RIL_Token token);

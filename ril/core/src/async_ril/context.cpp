@@ -38,7 +38,9 @@ void free_priv_data(rilreq_state& entry) {
     MEM_FREE(block);
 }
 
-void release(rilreq_state& entry) { entry.entry_in_use.store(0, std::memory_order_release); }
+void release(rilreq_state& entry) {
+    entry.entry_in_use.store(0, std::memory_order_release);
+}
 
 // The first free id behind the last one, or 0.
 uint32_t find_free_ctxt_id() {
@@ -58,8 +60,12 @@ uint32_t find_free_ctxt_id() {
 
 }  // namespace
 
-RunLock::RunLock() { pthread_mutex_lock(&s_run_lock); }
-RunLock::~RunLock() { pthread_mutex_unlock(&s_run_lock); }
+RunLock::RunLock() {
+    pthread_mutex_lock(&s_run_lock);
+}
+RunLock::~RunLock() {
+    pthread_mutex_unlock(&s_run_lock);
+}
 
 void context_table_start() {
     const RunLock lock;

@@ -209,8 +209,7 @@ int32_t qelril_init() {
     thread_stop_arm();
     s_ril_mbox = sys_mbox_new();
     // Without a mailbox there is no engine, the same as without its thread.
-    const int error =
-        s_ril_mbox == nullptr ? ENOMEM : pthread_create(&s_ril_task, nullptr, qelril_handler, nullptr);
+    const int error = s_ril_mbox == nullptr ? ENOMEM : pthread_create(&s_ril_task, nullptr, qelril_handler, nullptr);
     if (error != 0) {
         RIL_TRACE(TRACE_ERROR, "%s: ril_task create failed, errno = %d (%s)\n", __func__, error, strerror(error));
         sys_mbox_free(s_ril_mbox);

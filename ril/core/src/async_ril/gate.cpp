@@ -172,7 +172,9 @@ void on_request(int request, void* data, size_t datalen, RIL_Token token) {
     }
 }
 
-RIL_RadioState on_radio_state() { return get_radio_state(ril_instance); }
+RIL_RadioState on_radio_state() {
+    return get_radio_state(ril_instance);
+}
 
 int on_supports(int request) {
     return !is_never_supported(request) && request != RIL_REQUEST_SWITCH_WAITING_OR_HOLDING_AND_ACTIVE &&
@@ -186,7 +188,9 @@ void on_cancel(RIL_Token token) {
     RIL_TRACE(TRACE_EVENT, "%s\n", __func__);
 }
 
-const char* on_get_version() { return "QEL DUN-RIL 1.0"; }
+const char* on_get_version() {
+    return "QEL DUN-RIL 1.0";
+}
 
 void qelril_signal_handler(int signal) {
     (void)signal;

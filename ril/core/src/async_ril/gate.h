@@ -8,8 +8,8 @@
 // Answers one request or passes it to the RIL thread; returns when its handler has run.
 void on_request(int request, void* data, size_t datalen, RIL_Token token);
 RIL_RadioState on_radio_state();
-int on_supports(int request);       // 1 supported, 0 not
-void on_cancel(RIL_Token token);    // no request can be cancelled
+int on_supports(int request);     // 1 supported, 0 not
+void on_cancel(RIL_Token token);  // no request can be cancelled
 const char* on_get_version();
 
 // The handler of SIGUSR1, which wakes the RIL thread to end it.

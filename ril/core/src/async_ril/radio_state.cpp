@@ -12,7 +12,9 @@ std::array<std::atomic<RIL_RadioState>, 2> s_radio_state = {RADIO_STATE_UNAVAILA
 
 }  // namespace
 
-RIL_RadioState get_radio_state(uint32_t sim_id) { return s_radio_state[sim_id].load(std::memory_order_acquire); }
+RIL_RadioState get_radio_state(uint32_t sim_id) {
+    return s_radio_state[sim_id].load(std::memory_order_acquire);
+}
 
 void set_radio_state(uint32_t sim_id, RIL_RadioState state) {
     if (s_radio_state[sim_id].exchange(state, std::memory_order_acq_rel) != state) {

@@ -20,7 +20,9 @@ int32_t stack_power_off(uint32_t sim_id, uint32_t context_id) {
 
 void second_stack_power_off() {}
 
-int32_t modem_exit() { return 0; }
+int32_t modem_exit() {
+    return 0;
+}
 
 int32_t modem_init() {
     radio_state_start();
@@ -28,4 +30,6 @@ int32_t modem_init() {
     return 0;
 }
 
-int32_t module_exit() { return 0; }
+int32_t module_exit() {
+    return 0;
+}

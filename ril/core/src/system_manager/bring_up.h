@@ -17,4 +17,4 @@ int32_t modem_exit();
 
 // The kept requests for the preferred network type.
 bool net_pref_is_saved(uint32_t sim_id);  // any thread
-void net_pref_start();  // answers and forgets them. Modem event thread
+void net_pref_start();                    // answers and forgets them. Modem event thread

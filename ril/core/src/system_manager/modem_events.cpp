@@ -124,9 +124,13 @@ void mehHandler(uint32_t event) {
     }
 }
 
-uint32_t getLastModemEvent() { return last_modem_event.load(std::memory_order_acquire); }
+uint32_t getLastModemEvent() {
+    return last_modem_event.load(std::memory_order_acquire);
+}
 
-uint32_t mmgr_get_spoof_command_state() { return s_spoof_commands.load(std::memory_order_acquire); }
+uint32_t mmgr_get_spoof_command_state() {
+    return s_spoof_commands.load(std::memory_order_acquire);
+}
 
 void handleRequestNoModem(uint32_t sim_id, int32_t request, void* data, size_t length, RIL_Token token) {
     switch (request) {
