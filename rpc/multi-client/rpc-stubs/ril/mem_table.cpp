@@ -1,11 +1,11 @@
 #include "rpc/multi-client/rpc-stubs/ril/mem_table.h"
 
 #include <cstdlib>
-#include <cstring>
 
-struct MemTable::Block {
-    Block* next;
-    alignas(8) uint8_t data[1];
+// A block past the tenth. The block is an allocation of its own, like those in the entries.
+struct MemTable::Overflow {
+    Overflow* next;
+    void* block;
 };
 
 void* RPC_MemAlloc(size_t size) {
@@ -17,36 +17,47 @@ void RPC_MemFree(void* block) {
 }
 
 void* PgenAllocNew(size_t size, MemTable& mem_table) {
-    if (size == 0 || size > SIZE_MAX - sizeof(MemTable::Block)) {
-        return nullptr;
-    }
-    for (MemTable::Entry& entry : mem_table.entries) {
-        if (entry.block == nullptr) {
-            entry.block = calloc(1, size);
-            entry.order = mem_table.allocated;
-            mem_table.allocated += static_cast<uint32_t>(size);
-            return entry.block;
-        }
-    }
-    auto* block = static_cast<MemTable::Block*>(calloc(1, offsetof(MemTable::Block, data) + size));
+    void* block = size == 0 ? nullptr : calloc(1, size);
     if (block == nullptr) {
         return nullptr;
     }
-    block->next = mem_table.overflow;
-    mem_table.overflow = block;
+    const uint32_t order = mem_table.allocated;
     mem_table.allocated += static_cast<uint32_t>(size);
-    return block->data;
+    for (MemTable::Entry& entry : mem_table.entries) {
+        if (entry.block == nullptr) {
+            entry = {block, order};
+            return block;
+        }
+    }
+    auto* overflow = static_cast<MemTable::Overflow*>(malloc(sizeof(MemTable::Overflow)));
+    if (overflow == nullptr) {
+        free(block);
+        return nullptr;
+    }
+    *overflow = {mem_table.overflow, block};
+    mem_table.overflow = overflow;
+    return block;
 }
 
 int ReleaseMemTable(MemTable& mem_table) {
-    for (MemTable::Entry& entry : mem_table.entries) {
+    for (const MemTable::Entry& entry : mem_table.entries) {
+        if (entry.block == nullptr) {
+            break;
+        }
         free(entry.block);
     }
-    for (MemTable::Block* block = mem_table.overflow; block != nullptr;) {
-        MemTable::Block* next = block->next;
-        free(block);
-        block = next;
+    for (const MemTable::Overflow* overflow = mem_table.overflow; overflow != nullptr; overflow = overflow->next) {
+        free(overflow->block);
+    }
+    HandOverMemTable(mem_table);
+    return 1;
+}
+
+void HandOverMemTable(MemTable& mem_table) {
+    while (mem_table.overflow != nullptr) {
+        MemTable::Overflow* next = mem_table.overflow->next;
+        free(mem_table.overflow);
+        mem_table.overflow = next;
     }
     mem_table = {};
-    return 1;
 }

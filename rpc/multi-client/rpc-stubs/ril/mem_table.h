@@ -12,10 +12,10 @@ struct MemTable {
         void* block;     // owned, null for a free entry
         uint32_t order;  // bytes allocated through this table before the block
     };
-    struct Block;  // a block past the tenth, behind a link
+    struct Overflow;
 
     Entry entries[10];
-    Block* overflow;
+    Overflow* overflow;
     uint32_t allocated;  // bytes so far
 };
 
@@ -27,3 +27,6 @@ void* PgenAllocNew(size_t size, MemTable& mem_table);
 
 // Frees every block and leaves the table empty. 1.
 int ReleaseMemTable(MemTable& mem_table);
+
+// Leaves the table empty without freeing the blocks: whoever holds the pointers to them frees each with RPC_MemFree.
+void HandOverMemTable(MemTable& mem_table);

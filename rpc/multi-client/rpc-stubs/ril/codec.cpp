@@ -1,0 +1,441 @@
+#include "rpc/multi-client/rpc-stubs/ril/codec.h"
+
+#include <cstdlib>
+#include <cstring>
+
+#include "rpc/multi-client/rpc-stubs/ril/wire_cursor.h"
+
+namespace uta {
+
+using wire::left;
+using wire::put_number;
+using wire::take_number;
+
+uint64_t load_number(const void* memory, size_t width) {
+    uint64_t value = 0;
+    memcpy(&value, memory, width);  // little-endian: the low bytes come first
+    return value;
+}
+
+void store_number(void* memory, size_t width, uint64_t value) {
+    memcpy(memory, &value, width);
+}
+
+template <typename T>
+static T load(const uint8_t* memory) {
+    T value;
+    memcpy(&value, memory, sizeof(value));
+    return value;
+}
+
+template <typename T>
+static void store(uint8_t* memory, T value) {
+    memcpy(memory, &value, sizeof(value));
+}
+
+static const Record& record_at(uint16_t id) {
+    return c_records[id];
+}
+
+static uint32_t octet_type(Type type) {
+    switch (type) {
+        case Type::octets16:
+            return c_octets_16;
+        case Type::octets32:
+            return c_octets_32;
+        default:
+            return c_octets_8;
+    }
+}
+
+// --- Packing ---------------------------------------------------------------------------------------------------------
+
+static void pack_case(const Field* fields, size_t n_fields, size_t at, const uint8_t* memory, ExWriteCursor& cursor) {
+    const Field& field = fields[at];
+    const uint64_t chosen = load_number(memory + field.aux, field.width);
+    for (size_t i = at + 1; i < n_fields && fields[i].type == Type::case_; ++i) {
+        if (fields[i].aux == chosen) {
+            pack_record(record_at(fields[i].record), memory + field.offset, cursor);
+            return;
+        }
+    }
+}
+
+static void pack_elements(const Field& field, const uint8_t* memory, ExWriteCursor& cursor) {
+    const Record& element = record_at(field.record);
+    const uint64_t count = load_number(memory + field.aux, field.width);
+    const auto* at = load<const uint8_t*>(memory + field.offset);
+    for (uint64_t i = 0; at != nullptr && i < count && !cursor.failed; ++i) {
+        pack_record(element, at, cursor);
+        at += element.size;
+    }
+}
+
+static void pack_early(const Record& record, const uint8_t* memory, ExWriteCursor& cursor) {
+    const Field* fields = detail::c_tables.fields.data() + record.first_field;
+    for (size_t i = 0; i < record.n_fields; ++i) {
+        if (fields[i].type == Type::elements) {
+            pack_elements(fields[i], memory, cursor);
+        } else if (fields[i].type == Type::union_) {
+            pack_case(fields, record.n_fields, i, memory, cursor);
+        }
+    }
+}
+
+static void pack_field(const Field& field, const uint8_t* memory, ExWriteCursor& cursor, size_t array_count) {
+    const uint8_t* at = memory + field.offset;
+    switch (field.type) {
+        case Type::enumeration:
+        case Type::u32:
+        case Type::i32:
+            for (size_t i = 0; i < field.count; ++i) {
+                put_number(load<uint32_t>(at + i * sizeof(uint32_t)), cursor);
+            }
+            break;
+        case Type::u16:
+        case Type::i16:
+            for (size_t i = 0; i < field.count; ++i) {
+                put_number(load<uint16_t>(at + i * sizeof(uint16_t)), cursor);
+            }
+            break;
+        case Type::u8:
+        case Type::i8:
+            for (size_t i = 0; i < field.count; ++i) {
+                put_number(at[i], cursor);
+            }
+            break;
+        case Type::flag:
+            EXPackBOOLEAN(at, cursor);
+            break;
+        case Type::u64:
+        case Type::i64:
+            put_number(load<uint64_t>(at), cursor);
+            break;
+        case Type::enum8:
+            put_number<uint32_t>(*at, cursor);
+            break;
+        case Type::enum16:
+            put_number<uint32_t>(load<uint16_t>(at), cursor);
+            break;
+        case Type::callback:
+            put_number(static_cast<uint32_t>(load<uintptr_t>(at)), cursor);
+            break;
+        case Type::octets:
+        case Type::text:
+        case Type::octets16:
+        case Type::octets32:
+            EXPackOCTETSTRINGStatic(at, cursor, field.count, octet_type(field.type));
+            break;
+        case Type::array:
+            EXPackOCTETSTRINGStatic(at, cursor, static_cast<uint32_t>(array_count), c_octets_8);
+            break;
+        case Type::counted_octets:
+            EXPackOCTETSTRINGMalloc(load<const void*>(at), cursor,
+                                    static_cast<uint32_t>(load_number(memory + field.aux, field.width)), c_octets_8);
+            break;
+        case Type::record:
+            for (size_t i = 0; i < field.count; ++i) {
+                pack_record(record_at(field.record), at, cursor);
+                at += record_at(field.record).size;
+            }
+            break;
+        case Type::optional:
+            if (const void* target = load<const void*>(at); target != nullptr) {
+                pack_record(record_at(field.record), target, cursor);
+            } else {
+                EXPackNULLStruct(cursor);
+            }
+            break;
+        case Type::elements:
+        case Type::union_:
+        case Type::case_:
+        case Type::memory:
+        case Type::context_id:
+            break;
+    }
+}
+
+// The header in front of `length` bytes of content. Most are below 128 bytes and are written in one piece.
+static void put_record_header(const Record& record, ExWriteCursor& cursor, size_t length) {
+    if (length >= 0x80) {
+        EXWriteBERHeader(record.tag, cursor, length);
+        return;
+    }
+    uint8_t* bytes = wire::claim(cursor, 2 + size_t{record.tag.count});
+    if (bytes == nullptr) {
+        return;
+    }
+    bytes[0] = 0x7F;
+    bytes[1] = record.tag.bytes[0];
+    bytes[2] = record.tag.bytes[1];
+    bytes[1 + record.tag.count] = static_cast<uint8_t>(length);
+}
+
+size_t pack_record(const Record& record, const void* memory, ExWriteCursor& cursor, size_t array_count) {
+    const uint8_t* end = cursor.next;
+    const auto* bytes = static_cast<const uint8_t*>(memory);
+    if (record.packed_early) {
+        pack_early(record, bytes, cursor);
+    }
+    const Field* field = detail::c_tables.fields.data() + record.first_field;
+    for (const Field* last = field + record.n_fields; field != last; ++field) {
+        pack_field(*field, bytes, cursor, array_count);
+    }
+    if (record.tag.count != 0) {
+        put_record_header(record, cursor, static_cast<size_t>(end - cursor.next));
+    }
+    return static_cast<size_t>(end - cursor.next);
+}
+
+// --- Unpacking -------------------------------------------------------------------------------------------------------
+
+// Consumes the header of a record or function and narrows the cursor to its content. The length has to fit into what
+// is left. The tag number is not compared: the place says which record this is. What is demanded is the form of a
+// record, application class and constructed, because anything else here is a value that the tables do not expect.
+static bool enter(ExReadCursor& cursor, const uint8_t*& outer_end) {
+    const uint8_t* bytes = cursor.next;
+    outer_end = cursor.end;
+    size_t length;
+    if (left(cursor) >= 4 && bytes[0] == 0x7F && (bytes[1] & 0x80) != 0 && (bytes[2] | bytes[3]) < 0x80) [[likely]] {
+        length = bytes[3];
+        cursor.next += 4;
+    } else if (left(cursor) >= 3 && bytes[0] == 0x7F && (bytes[1] | bytes[2]) < 0x80) {
+        length = bytes[2];
+        cursor.next += 3;
+    } else {
+        ExBerHeader header;
+        EXReadBERHeader(cursor, header);
+        if (header.tag_class != c_ber_application || header.constructed != 1) {
+            ExFail(cursor);
+            return false;
+        }
+        length = header.length;
+    }
+    if (length > left(cursor)) {
+        ExFail(cursor);
+        return false;
+    }
+    cursor.end = cursor.next + length;
+    return true;
+}
+
+// The content has to end where its header said. A cursor that has failed stays closed.
+static bool leave(ExReadCursor& cursor, const uint8_t* outer_end) {
+    if (cursor.failed || cursor.next != cursor.end) {
+        ExFail(cursor);
+        return false;
+    }
+    cursor.end = outer_end;
+    return true;
+}
+
+static bool take_null(ExReadCursor& cursor) {
+    if (left(cursor) < 2 || cursor.next[0] != 0x05 || cursor.next[1] != 0x00) {
+        return false;
+    }
+    cursor.next += 2;
+    return true;
+}
+
+static void unpack_case(const Field* fields, size_t n_fields, size_t at, uint8_t* memory, ExReadCursor& cursor,
+                        MemTable& mem_table) {
+    const Field& field = fields[at];
+    const uint64_t chosen = load_number(memory + field.aux, field.width);
+    for (size_t i = at + 1; i < n_fields && fields[i].type == Type::case_; ++i) {
+        if (fields[i].aux == chosen) {
+            unpack_record(record_at(fields[i].record), memory + field.offset, cursor, mem_table);
+            return;
+        }
+    }
+}
+
+// The count was read before; it has to be one that the rest of the record can hold.
+static void unpack_elements(const Field& field, uint8_t* memory, ExReadCursor& cursor, MemTable& mem_table) {
+    const Record& element = record_at(field.record);
+    const uint64_t count = load_number(memory + field.aux, field.width);
+    if (count == 0) {
+        return;
+    }
+    if (count > left(cursor) / (element.min_wire == 0 ? size_t{1} : element.min_wire)) {
+        ExFail(cursor);
+        return;
+    }
+    auto* block = static_cast<uint8_t*>(PgenAllocNew(static_cast<size_t>(count) * element.size, mem_table));
+    if (block == nullptr) {
+        ExFail(cursor);
+        return;
+    }
+    for (size_t i = static_cast<size_t>(count); i-- > 0 && !cursor.failed;) {
+        unpack_record(element, block + i * element.size, cursor, mem_table);
+    }
+    store(memory + field.offset, block);
+}
+
+static void unpack_early(const Record& record, uint8_t* memory, ExReadCursor& cursor, MemTable& mem_table) {
+    const Field* fields = detail::c_tables.fields.data() + record.first_field;
+    for (size_t i = record.n_fields; i-- > 0;) {
+        if (fields[i].type == Type::elements) {
+            unpack_elements(fields[i], memory, cursor, mem_table);
+        } else if (fields[i].type == Type::union_) {
+            unpack_case(fields, record.n_fields, i, memory, cursor, mem_table);
+        }
+    }
+}
+
+template <typename Wire, typename Memory>
+static void take_row(const Field& field, uint8_t* at, ExReadCursor& cursor) {
+    for (size_t i = field.count; i-- > 0;) {
+        Wire value;
+        if (take_number(value, cursor) == 0) {
+            return;
+        }
+        store(at + i * sizeof(Memory), static_cast<Memory>(value));
+    }
+}
+
+static void unpack_optional(const Field& field, uint8_t* at, ExReadCursor& cursor, MemTable& mem_table) {
+    if (take_null(cursor)) {
+        return;
+    }
+    const Record& record = record_at(field.record);
+    void* block = PgenAllocNew(record.size, mem_table);
+    if (block == nullptr) {
+        ExFail(cursor);
+        return;
+    }
+    if (unpack_record(record, block, cursor, mem_table)) {
+        store(at, block);
+    }
+}
+
+static void unpack_field(const Field& field, uint8_t* memory, ExReadCursor& cursor, MemTable& mem_table,
+                         size_t array_count) {
+    uint8_t* at = memory + field.offset;
+    switch (field.type) {
+        case Type::enumeration:
+        case Type::u32:
+        case Type::i32:
+            take_row<uint32_t, uint32_t>(field, at, cursor);
+            break;
+        case Type::u16:
+        case Type::i16:
+            take_row<uint16_t, uint16_t>(field, at, cursor);
+            break;
+        case Type::u8:
+        case Type::i8:
+            take_row<uint8_t, uint8_t>(field, at, cursor);
+            break;
+        case Type::flag:
+            EXUnpackBOOLEAN(at, cursor);
+            break;
+        case Type::u64:
+        case Type::i64:
+            take_row<uint64_t, uint64_t>(field, at, cursor);
+            break;
+        case Type::enum8:
+            take_row<uint32_t, uint8_t>(field, at, cursor);
+            break;
+        case Type::enum16:
+            take_row<uint32_t, uint16_t>(field, at, cursor);
+            break;
+        case Type::callback:
+            take_row<uint32_t, uintptr_t>(field, at, cursor);
+            break;
+        case Type::text:
+            EXUnpackOCTETSTRINGStatic(at, field.count, cursor);
+            at[field.count - 1] = 0;  // whoever reads it as a string finds an end
+            break;
+        case Type::octets:
+        case Type::octets16:
+        case Type::octets32:
+            EXUnpackOCTETSTRINGStatic(at, size_t{field.count} * field.width, cursor);
+            break;
+        case Type::array:
+            EXUnpackOCTETSTRINGStatic(at, array_count, cursor);
+            break;
+        case Type::record:
+            for (size_t i = field.count; i-- > 0;) {
+                unpack_record(record_at(field.record), at + i * record_at(field.record).size, cursor, mem_table);
+            }
+            break;
+        case Type::optional:
+            unpack_optional(field, at, cursor, mem_table);
+            break;
+        case Type::counted_octets:  // in unpack_counted()
+        case Type::elements:
+        case Type::union_:
+        case Type::case_:
+        case Type::memory:
+        case Type::context_id:
+            break;
+    }
+}
+
+static constexpr size_t c_max_counted = 4;  // counted octets in one record
+
+static_assert(
+    [] {
+        for (const Record& record : c_records) {
+            size_t count = 0;
+            for (const Field& field : fields_of(record)) {
+                count += field.type == Type::counted_octets ? 1 : 0;
+            }
+            if (count > c_max_counted) {
+                return false;
+            }
+        }
+        return true;
+    }(),
+    "c_max_counted is too small for a record");
+
+// The fields of a record that has counted octets. Whoever reads them goes by the count field, so that one must not
+// promise more than the string has; with a null pointer it is 0.
+static void unpack_counted(const Record& record, uint8_t* memory, ExReadCursor& cursor, MemTable& mem_table) {
+    const std::span<const Field> fields = fields_of(record);
+    size_t lengths[c_max_counted] = {};
+    size_t* length = lengths;
+    for (size_t i = fields.size(); i-- > 0;) {
+        if (fields[i].type == Type::counted_octets) {
+            void* block = nullptr;
+            EXUnpackOCTETSTRINGMalloc(&block, length++, cursor, mem_table);
+            store(memory + fields[i].offset, block);
+        } else {
+            unpack_field(fields[i], memory, cursor, mem_table, 1);
+        }
+    }
+    length = lengths;
+    for (size_t i = fields.size(); i-- > 0;) {
+        if (fields[i].type != Type::counted_octets) {
+            continue;
+        }
+        if (*length == 0) {
+            store_number(memory + fields[i].aux, fields[i].width, 0);
+        } else if (load_number(memory + fields[i].aux, fields[i].width) > *length) {
+            ExFail(cursor);
+        }
+        ++length;
+    }
+}
+
+bool unpack_record(const Record& record, void* memory, ExReadCursor& cursor, MemTable& mem_table, size_t array_count) {
+    auto* bytes = static_cast<uint8_t*>(memory);
+    const uint8_t* outer_end = nullptr;
+    const bool header = record.tag.count != 0;
+    if (header && !enter(cursor, outer_end)) {
+        return false;
+    }
+    if (record.has_counted) {
+        unpack_counted(record, bytes, cursor, mem_table);
+    } else {
+        const Field* first = detail::c_tables.fields.data() + record.first_field;
+        for (const Field* field = first + record.n_fields; field != first;) {
+            unpack_field(*--field, bytes, cursor, mem_table, array_count);
+        }
+    }
+    if (record.packed_early) {
+        unpack_early(record, bytes, cursor, mem_table);
+    }
+    return header ? leave(cursor, outer_end) : !cursor.failed;
+}
+
+}  // namespace uta
