@@ -25,7 +25,9 @@ uint32_t rpc_msg_in_queue = 0;
 // once in vain.
 sem_t sem_wait_for_msg;
 
-int32_t next_of(int32_t position) { return position == c_rpc_queue_size - 1 ? 0 : position + 1; }
+int32_t next_of(int32_t position) {
+    return position == c_rpc_queue_size - 1 ? 0 : position + 1;
+}
 
 int APPAddDataToQueue(const RpcQueueEntry& entry) {
     const SysMutexHold hold(WriteMutexLock);
@@ -47,7 +49,9 @@ int APPAddDataToQueue(const RpcQueueEntry& entry) {
 
 }  // namespace
 
-int APPInitQueue() { return sem_init(&sem_wait_for_msg, 0, 0) == 0 ? 1 : 0; }
+int APPInitQueue() {
+    return sem_init(&sem_wait_for_msg, 0, 0) == 0 ? 1 : 0;
+}
 
 int APPSendMsg(std::span<const uint8_t> data, uint32_t index) {
     // A packet may end with its header; malloc(0) may give null.

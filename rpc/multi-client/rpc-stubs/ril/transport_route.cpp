@@ -98,9 +98,10 @@ void RPCRouteReceived(std::span<const uint8_t> received) {
             return;
         }
         if (size < c_rpc_header_size) {
-            RPC_LOG_ERROR("packet_size[%d] is less than its header, packet_left[%u], abandon it! ret_type_idx[%u], "
-                          "%u reads cut\n",
-                          static_cast<int32_t>(size), static_cast<uint32_t>(left.size()), index, ++s_reads_cut);
+            RPC_LOG_ERROR(
+                "packet_size[%d] is less than its header, packet_left[%u], abandon it! ret_type_idx[%u], "
+                "%u reads cut\n",
+                static_cast<int32_t>(size), static_cast<uint32_t>(left.size()), index, ++s_reads_cut);
             return;
         }
         route_packet(index, left.subspan(c_rpc_header_size, size - c_rpc_header_size));

@@ -15,7 +15,7 @@ struct SynchSem {
     sem_t semaphore;
     int32_t id = c_free_slot;
     uint32_t context_id = 0;
-    uint64_t order = 0;    // rises with each call
+    uint64_t order = 0;     // rises with each call
     bool released = false;  // the caller was woken: no return belongs to this call any more
     RpcReturn sync_buffer{};
 };
@@ -44,7 +44,9 @@ uint32_t RPCCreateSemaphore(uint32_t id, uint32_t context_id) {
     return c_synch_sem_count;
 }
 
-int RPCWaitOnSemaphore(uint32_t slot) { return sys_rpc_sem_wait(&SynchSemList[slot].semaphore) == 0 ? 1 : 0; }
+int RPCWaitOnSemaphore(uint32_t slot) {
+    return sys_rpc_sem_wait(&SynchSemList[slot].semaphore) == 0 ? 1 : 0;
+}
 
 uint32_t RPCGetSemaphoreId(uint32_t id, uint32_t context_id) {
     uint32_t found = c_synch_sem_count;
@@ -58,7 +60,9 @@ uint32_t RPCGetSemaphoreId(uint32_t id, uint32_t context_id) {
     return found;
 }
 
-void RPCSetSyncBuffer(uint32_t slot, RpcReturn ret) { SynchSemList[slot].sync_buffer = ret; }
+void RPCSetSyncBuffer(uint32_t slot, RpcReturn ret) {
+    SynchSemList[slot].sync_buffer = ret;
+}
 
 void RPCReleaseSemaphore(uint32_t slot) {
     SynchSemList[slot].released = true;

@@ -1,0 +1,132 @@
+// Synchronous calls and their slots.
+#include <csignal>
+#include <thread>
+
+#include "ril/utils/thread_stop.h"
+#include "rpc/multi-client/rpc-stubs/ril/transport.h"
+#include "tests/rpc/transport/fixture.h"
+
+namespace {
+
+TEST(Call, VersionHandshakeByteForByte) {
+    in_own_process([] {
+        FakeDaemon daemon;
+        connect_client(daemon, 1);
+        int32_t version = 0;
+        std::thread asking([&] { version = RemRpcGetRemoteVerInfo(); });
+        EXPECT_EQ(daemon.read_packet(),
+                  (Bytes{2, 4, 0, 0, 0, 0x13, 2, 4, 0, 0, 0, 0x20, 0x20, 0, 1, 0, 0x7F, 0x20, 0}));
+        daemon.write({2, 4, 0, 0, 0, 0x16, 2, 4, 0, 0, 4, 8, 0x20, 0, 1, 0, 2, 4, 0, 0, 4, 0xE1});
+        asking.join();
+        EXPECT_EQ(version, c_rpc_version);
+
+        std::thread again([&] { version = RemRpcGetRemoteVerInfo(); });
+        daemon.read_packet();
+        daemon.write({2, 4, 0, 0, 0, 0x12, 2, 4, 0, 0, 4, 8, 0x20, 0, 1, 0, 2, 4});  // ends ahead of its value
+        again.join();
+        EXPECT_EQ(version, -99);
+    });
+}
+
+TEST(Call, TwoThreadsInOneFunctionEachGetTheirOwnReturn) {
+    in_own_process([] {
+        FakeDaemon daemon;
+        connect_client(daemon, 1);
+        // In two contexts the returns may come in either order.
+        for (const bool reversed : {false, true}) {
+            std::thread one([] { EXPECT_EQ(call(71, 0x20000102), 1002); });
+            std::thread two([] { EXPECT_EQ(call(71, 0x20000103), 1003); });
+            Bytes first = daemon.read_packet();
+            Bytes second = daemon.read_packet();
+            if (reversed) {
+                first.swap(second);
+            }
+            for (const Bytes& request : {first, second}) {
+                const uint32_t context_id = word_at(request, 12);
+                daemon.write(return_of(71, context_id, 1000 + (context_id & 0xFF)));
+            }
+            one.join();
+            two.join();
+        }
+        // In one context the first that was sent gets the first return, also where its slot is the higher one.
+        std::thread early([] { EXPECT_EQ(call(50, 0x20000100), 0); });
+        daemon.read_packet();
+        std::thread older([] { EXPECT_EQ(call(71, 0x20000100), 1); });
+        daemon.read_packet();
+        daemon.write(return_of(50, 0x20000100, 0));
+        early.join();
+        std::thread younger([] { EXPECT_EQ(call(71, 0x20000100), 2); });
+        daemon.read_packet();
+        daemon.write(return_of(71, 0x20000100, 1) + return_of(71, 0x20000100, 2));
+        older.join();
+        younger.join();
+    });
+}
+
+TEST(Call, FortySlotsBusy) {
+    in_own_process([] {
+        FakeDaemon daemon;
+        connect_client(daemon, 1);
+        std::vector<std::thread> callers;
+        for (uint32_t i = 0; i < 40; i++) {
+            callers.emplace_back([i] { EXPECT_EQ(call(71, i), static_cast<int32_t>(i)); });
+            daemon.read_packet();
+        }
+        EXPECT_EQ(call(72, 0), -99);
+        for (uint32_t i = 40; i-- > 0;) {
+            daemon.write(return_of(71, i, i));
+        }
+        for (std::thread& caller : callers) {
+            caller.join();
+        }
+        EXPECT_EQ(times_logged("timed out"), 0);
+    });
+}
+
+TEST(Call, TimeoutGivesTheSlotBackAndALateReturnIsDropped) {
+    in_own_process([] {
+        FakeDaemon daemon;
+        connect_client(daemon, 1);
+        g_realtime_back_ms = 4999;
+        for (int i = 0; i < 41; i++) {
+            ASSERT_EQ(call(71, 0x20000105), -99);
+            daemon.read_packet();
+        }
+        EXPECT_EQ(times_logged("sem_timedwait() timed out\n"), 41);
+        g_realtime_back_ms = 0;
+        daemon.write(return_of(71, 0x20000105, 1));
+        ASSERT_TRUE(soon([] { return times_logged("sem_index is MAX\n") == 1; }));
+        std::thread caller([] { EXPECT_EQ(call(71, 0x20000105), 2); });
+        daemon.read_packet();
+        daemon.write(return_of(71, 0x20000105, 2));
+        caller.join();
+    });
+}
+
+TEST(Call, EndsWhenItsThreadIsToldToEnd) {
+    in_own_process([] {
+        FakeDaemon daemon;
+        connect_client(daemon, 1);
+        struct sigaction action {};
+        action.sa_handler = [](int) { thread_stop_signal(); };
+        sigaction(SIGUSR1, &action, nullptr);
+        std::thread stoppable([] {
+            thread_stop_enter();
+            EXPECT_EQ(call(71, 0x20000105), -99);
+            EXPECT_EQ(call(72, 0x20000106), -99);  // nothing is sent any more
+            thread_stop_leave();
+        });
+        daemon.read_packet();
+        thread_stop_request(stoppable.native_handle());
+        stoppable.join();
+        EXPECT_EQ(times_logged("timed out"), 0);
+        daemon.write(return_of(71, 0x20000105, 1));
+        ASSERT_TRUE(soon([] { return times_logged("sem_index is MAX\n") == 1; }));
+        std::thread other([] { EXPECT_EQ(call(73, 0x20000105), 7); });
+        EXPECT_EQ(word_at(daemon.read_packet(), 8), 73U);
+        daemon.write(return_of(73, 0x20000105, 7));
+        other.join();
+    });
+}
+
+}  // namespace
