@@ -47,12 +47,12 @@ int open_buffer(size_t buffer) {
 }
 
 int buffer_file(size_t buffer) {
-    int fd = s_files[buffer].load(std::memory_order_relaxed);
+    int fd = s_files[buffer].load(std::memory_order_acquire);
     if (fd != c_not_open) {
         return fd;
     }
     const int opened = open_buffer(buffer);
-    if (s_files[buffer].compare_exchange_strong(fd, opened, std::memory_order_relaxed)) {
+    if (s_files[buffer].compare_exchange_strong(fd, opened, std::memory_order_acq_rel)) {
         return opened;
     }
     if (opened >= 0) {

@@ -31,7 +31,7 @@ using Handler = void (*)(uint32_t event);
 // bridges the manager's steps from making the socket to listening on it.
 constexpr int c_tries = 10;
 constexpr int c_first_pause_ms = 5;
-// Without inotify.
+// When nothing can be watched.
 constexpr int c_blind_pause_ms = 1000;
 // Between the loss of a connection and the next attempt, so that a manager that hangs up at once isn't called in a
 // loop.
@@ -82,41 +82,39 @@ int connect_once() {
     return fd;
 }
 
-// Watches the socket's folder, or, while that doesn't exist, the folder around it.
-void watch(int notify) {
+// Watches the socket's folder, or, while that doesn't exist, the folder around it. False when neither can be.
+bool watch(int notify) {
     constexpr uint32_t c_signs = IN_CREATE | IN_MOVED_TO | IN_ONLYDIR;
-    if (notify >= 0 && inotify_add_watch(notify, s_folder.data(), c_signs) < 0) {
-        inotify_add_watch(notify, s_outside.data(), c_signs);
-    }
+    return notify >= 0 && (inotify_add_watch(notify, s_folder.data(), c_signs) >= 0 ||
+                           inotify_add_watch(notify, s_outside.data(), c_signs) >= 0);
 }
 
 // Waits for a sign of the manager, `pause` at most (-1 for no limit). True when there was one.
 bool wait_for_sign(int notify, int pause) {
-    if (notify < 0) {
-        pause_ms(pause < 0 ? c_blind_pause_ms : pause);
-        return false;
-    }
-    pollfd waiting = {notify, POLLIN, 0};
+    pollfd waiting = {notify, POLLIN, 0};  // poll passes over a negative descriptor
     if (poll(&waiting, 1, pause) <= 0) {
         return false;
     }
     std::array<char, 4096> signs;
     while (read(notify, signs.data(), signs.size()) > 0) {
     }
-    watch(notify);  // the folder may be what has appeared
     return true;
 }
 
 // Returns once there is a connection.
 int connect_to_manager() {
     const int notify = inotify_init1(IN_CLOEXEC | IN_NONBLOCK);
-    watch(notify);  // before the first attempt, so that no sign is lost
+    bool watched = watch(notify);  // before the first attempt, so that no sign is lost
     int fd = connect_once();
     for (int tries = 0; fd < 0; fd = connect_once()) {
-        if (wait_for_sign(notify, tries < c_tries ? c_first_pause_ms << tries : -1)) {
+        const int pause = tries < c_tries ? c_first_pause_ms << tries : watched ? -1 : c_blind_pause_ms;
+        if (wait_for_sign(notify, pause)) {
             tries = 0;
+            watched = watch(notify);  // the folder may be what has appeared
         } else if (tries < c_tries) {
             ++tries;
+        } else {
+            watched = watch(notify);
         }
     }
     if (notify >= 0) {

@@ -229,7 +229,7 @@ void ModemLinkServer::State::serve() {
 
 void ModemLinkServer::State::send_to_all(uint32_t event) {
     for (auto& [id, client] : clients) {
-        if (client.registered) {
+        if (client.registered && !client.dead) {
             queue(client, event);
         }
     }
