@@ -15,13 +15,14 @@ struct sys_sem {
     sem_t sem;
 };
 
+// What every post and fetch touches stands together, in front of the ring.
 struct sys_mbox {
-    int32_t first;  // slot of the oldest message, -1 when empty
-    int32_t last;   // slot of the newest message, -1 when empty
-    std::array<void*, 128> msgs;
-    sys_sem_t not_empty;
+    int32_t first;         // slot of the oldest message, -1 when empty
+    int32_t last;          // slot of the newest message, -1 when empty
+    int32_t pending;       // messages in the ring
     pthread_mutex_t lock;  // guards all but not_empty
-    int32_t pending;
+    sys_sem_t not_empty;
+    std::array<void*, 128> msgs;
 };
 
 namespace {

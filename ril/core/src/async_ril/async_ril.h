@@ -104,7 +104,7 @@ using rilreq_rspcb = void (*)(uint32_t sim_id, const void* p_params, uint32_t ct
 using rilreq_indcb = void (*)(uint32_t sim_id, const void* p_params);
 
 // Each returns 0 when the RIL thread has run the work, or ended before it could; 0 as well with a full mailbox, when
-// the work is lost; -1 at once when the engine does not run or there is no memory. Never called on the RIL thread.
+// the work is lost; -1 at once when the engine does not run. Needs no memory. Never called on the RIL thread.
 int32_t qelril_post_request(uint32_t sim_id, int32_t req_id, void* p_data, size_t data_len, RIL_Token token);
 int32_t qelril_post_utamsrspcb(uint32_t sim_id, const void* p_params, uint32_t context_id, rilreq_rspcb p_rspcb);
 // -1 also for another stack's indication.

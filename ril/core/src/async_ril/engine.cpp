@@ -7,7 +7,6 @@
 #include <cstring>
 
 #include "ril/core/src/async_ril/context.h"
-#include "ril/utils/mem_util.h"
 #include "ril/utils/thread_stop.h"
 #include "ril/utils/trace.h"
 
@@ -19,8 +18,9 @@ namespace {
 
 enum ril_msg_type : uint32_t { RILREQ_MSG, UTAMSRSPCB_MSG, UTAMSINDCB_MSG };
 
-// A poster allocates it, the RIL thread frees it. The poster sleeps on a semaphore of its own, not on one that it
-// shares: two posters can then not take each other's wake-up and leave while the RIL thread still reads their data.
+// It lives on the poster's stack, since the poster waits for it: a post needs no memory and cannot fail for lack of it.
+// The poster sleeps on a semaphore of its own, not on one that it shares: two posters can then not take each other's
+// wake-up and leave while the RIL thread still reads their data.
 struct ril_msg {
     ril_msg_type msg_type;
     uint32_t sim_id;
@@ -41,27 +41,22 @@ struct ril_msg {
             rilreq_indcb p_indcb;
         } ind;
     };
-    sem_t* done;
+    sem_t done;
 };
 
 sys_mbox_t s_ril_mbox = nullptr;
 pthread_t s_ril_task{};
 bool s_ril_task_exists = false;
 
-// 1 while the engine runs. The modem event thread writes it, under s_post_lock: a post that finds it 1 under that lock
-// is in the mailbox before the engine stops, and so is answered. Read without the lock as a first test.
-std::atomic<uint32_t> s_ril_init{0};
+// True while the engine runs, guarded by s_post_lock: a post that finds it true is in the mailbox before the engine
+// stops, and so is answered.
+bool s_ril_init = false;
 pthread_mutex_t s_post_lock = PTHREAD_MUTEX_INITIALIZER;
 
-void set_running(uint32_t running) {
+void set_running(bool running) {
     pthread_mutex_lock(&s_post_lock);
-    s_ril_init.store(running, std::memory_order_release);
+    s_ril_init = running;
     pthread_mutex_unlock(&s_post_lock);
-}
-
-void release_and_free(ril_msg* msg) {
-    sem_post(msg->done);
-    MEM_FREE(msg);
 }
 
 void run_message(const ril_msg& msg) {
@@ -83,16 +78,17 @@ void run_message(const ril_msg& msg) {
     }
 }
 
-void* qelril_handler(void*) {
+void* qelril_handler(void* mailbox) {
+    auto* const mbox = static_cast<sys_mbox_t>(mailbox);
     thread_stop_enter();
     while (!thread_stop_requested()) {
         void* msg = nullptr;
-        if (sys_mbox_fetch(s_ril_mbox, &msg) == 0 || msg == nullptr) {
-            sys_mbox_wait(s_ril_mbox);
+        if (sys_mbox_fetch(mbox, &msg) == 0 || msg == nullptr) {
+            sys_mbox_wait(mbox);
             continue;
         }
         run_message(*static_cast<ril_msg*>(msg));
-        release_and_free(static_cast<ril_msg*>(msg));
+        sem_post(&static_cast<ril_msg*>(msg)->done);  // the message is gone from here on
     }
     thread_stop_leave();
     return nullptr;
@@ -106,89 +102,64 @@ void abandon_mailbox() {
         if (msg->msg_type == RILREQ_MSG) {
             ril_request_complete(msg->req.token, RIL_E_RADIO_NOT_AVAILABLE, nullptr, 0);
         }
-        release_and_free(msg);
+        sem_post(&msg->done);
     }
     sys_mbox_free(s_ril_mbox);
     s_ril_mbox = nullptr;
 }
 
-enum post_result { POSTED, POST_REFUSED, POST_FULL };
-
-// Posts a copy of `content` and waits until the RIL thread has run it.
-post_result post_and_wait(const char* function, const ril_msg& content) {
-    auto* msg = static_cast<ril_msg*>(MEM_ALLOC(sizeof(ril_msg)));
-    if (msg == nullptr) {
-        RIL_TRACE(TRACE_ERROR, "%s: malloc error\n", function);
-        return POST_REFUSED;
-    }
-    sem_t done;
-    sem_init(&done, 0, 0);
-    *msg = content;
-    msg->done = &done;
-
+// Posts a message and waits until the RIL thread has run it. -1 without an engine, 0 otherwise; `posted` tells whether
+// the mailbox took it.
+int32_t post_and_wait(const char* function, ril_msg& msg, bool& posted) {
+    posted = false;
     pthread_mutex_lock(&s_post_lock);
-    const bool running = s_ril_init.load(std::memory_order_relaxed) == 1;
-    const bool posted = running && sys_mbox_post(s_ril_mbox, msg) != 0;
-    pthread_mutex_unlock(&s_post_lock);
-
-    if (posted) {
-        while (sem_wait(&done) != 0 && errno == EINTR) {
-        }
-    } else {
-        MEM_FREE(msg);
+    const bool running = s_ril_init;
+    if (running) {
+        sem_init(&msg.done, 0, 0);
+        posted = sys_mbox_post(s_ril_mbox, &msg) != 0;
     }
-    sem_destroy(&done);
+    pthread_mutex_unlock(&s_post_lock);
     if (!running) {
         RIL_TRACE(TRACE_ERROR, "%s: RIL is not initialized\n", function);
-        return POST_REFUSED;
+        return -1;
     }
-    return posted ? POSTED : POST_FULL;
-}
-
-bool is_running(const char* function) {
-    if (s_ril_init.load(std::memory_order_acquire) == 1) {
-        return true;
+    if (posted) {
+        while (sem_wait(&msg.done) != 0 && errno == EINTR) {
+        }
     }
-    RIL_TRACE(TRACE_ERROR, "%s: RIL is not initialized\n", function);
-    return false;
+    sem_destroy(&msg.done);
+    return 0;
 }
 
 }  // namespace
 
 int32_t qelril_post_request(uint32_t sim_id, int32_t req_id, void* p_data, size_t data_len, RIL_Token token) {
-    if (!is_running(__func__)) {
-        return -1;
-    }
     ril_msg msg{};
     msg.msg_type = RILREQ_MSG;
     msg.sim_id = sim_id;
     msg.req = {token, req_id, p_data, data_len};
-    const post_result result = post_and_wait(__func__, msg);
-    if (result == POST_FULL) {
+    bool posted = false;
+    const int32_t result = post_and_wait(__func__, msg, posted);
+    if (result == 0 && !posted) {
         RIL_TRACE(TRACE_ERROR, "%s: Posted RIL Request (%d) Failed\n", __func__, req_id);
     }
-    return result == POST_REFUSED ? -1 : 0;
+    return result;
 }
 
 int32_t qelril_post_utamsrspcb(uint32_t sim_id, const void* p_params, uint32_t context_id, rilreq_rspcb p_rspcb) {
-    if (!is_running(__func__)) {
-        return -1;
-    }
     ril_msg msg{};
     msg.msg_type = UTAMSRSPCB_MSG;
     msg.sim_id = sim_id;
     msg.rsp = {p_params, context_id & 0xFF, p_rspcb};
-    const post_result result = post_and_wait(__func__, msg);
-    if (result == POST_FULL) {
+    bool posted = false;
+    const int32_t result = post_and_wait(__func__, msg, posted);
+    if (result == 0 && !posted) {
         RIL_TRACE(TRACE_ERROR, "%s: Posted RspCB from RPC task for context_id 0x%X Failed\n", __func__, context_id);
     }
-    return result == POST_REFUSED ? -1 : 0;
+    return result;
 }
 
 int32_t qelril_post_utamsindcb(uint32_t sim_id, const void* p_params, rilreq_indcb p_indcb) {
-    if (!is_running(__func__)) {
-        return -1;
-    }
     if (sim_id != ril_instance) {
         RIL_TRACE(TRACE_ERROR, "%s drop packet\n", __func__);
         return -1;
@@ -197,11 +168,12 @@ int32_t qelril_post_utamsindcb(uint32_t sim_id, const void* p_params, rilreq_ind
     msg.msg_type = UTAMSINDCB_MSG;
     msg.sim_id = sim_id;
     msg.ind = {p_params, p_indcb};
-    const post_result result = post_and_wait(__func__, msg);
-    if (result == POST_FULL) {
+    bool posted = false;
+    const int32_t result = post_and_wait(__func__, msg, posted);
+    if (result == 0 && !posted) {
         RIL_TRACE(TRACE_ERROR, "%s: IndCB posted Failed\n", __func__);
     }
-    return result == POST_REFUSED ? -1 : 0;
+    return result;
 }
 
 int32_t qelril_init() {
@@ -209,20 +181,20 @@ int32_t qelril_init() {
     thread_stop_arm();
     s_ril_mbox = sys_mbox_new();
     // Without a mailbox there is no engine, the same as without its thread.
-    const int error = s_ril_mbox == nullptr ? ENOMEM : pthread_create(&s_ril_task, nullptr, qelril_handler, nullptr);
+    const int error = s_ril_mbox == nullptr ? ENOMEM : pthread_create(&s_ril_task, nullptr, qelril_handler, s_ril_mbox);
     if (error != 0) {
         RIL_TRACE(TRACE_ERROR, "%s: ril_task create failed, errno = %d (%s)\n", __func__, error, strerror(error));
         sys_mbox_free(s_ril_mbox);
         exit(-1);
     }
     s_ril_task_exists = true;
-    set_running(1);
+    set_running(true);
     import_kernel_cmdline();
     return modem_init();
 }
 
 int32_t qelril_destroy() {
-    set_running(0);
+    set_running(false);
     if (s_ril_task_exists) {
         thread_stop_request(s_ril_task);
         pthread_join(s_ril_task, nullptr);

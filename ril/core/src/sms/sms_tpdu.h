@@ -106,7 +106,7 @@ void sms_pdu_extract_first_octet_and_msgref(std::span<const uint8_t> pdu, uint8_
 size_t sms_bcd_to_num(std::span<const uint8_t> field, std::span<char> text);
 
 // Makes a service centre field of a number; the rest of `field` becomes 0xFF. A number of more than 20 characters, 19
-// without "+", is cut in place. 1, or 0 for a null field.
+// without "+", is cut in place. Always 1.
 uint32_t sms_num_to_bcd(char* text, std::span<uint8_t> field);
 
 // Makes a field of a number like the above, without the special digits, for an address `type` of 145 or another.

@@ -155,9 +155,6 @@ size_t sms_bcd_to_num(std::span<const uint8_t> field, std::span<char> text) {
 }
 
 uint32_t sms_num_to_bcd(char* text, std::span<uint8_t> field) {
-    if (field.data() == nullptr) {
-        return 0;
-    }
     std::fill(field.begin(), field.end(), uint8_t{UINT8_MAX});
     if (text == nullptr || text[0] == '\0') {
         if (!field.empty()) {
