@@ -331,7 +331,13 @@ constexpr size_t c_parameter_count = 0
 #include "rpc/multi-client/rpc-stubs/ril/functions.def"
     ;
 
-constexpr uint32_t c_max_id = 381;
+constexpr uint32_t c_max_id = [] {
+    uint32_t max = 0;
+#define UTA_FUNCTION(id, ...) max = (id) > max ? (id) : max;
+#define UTA_RESERVED UTA_FUNCTION
+#include "rpc/multi-client/rpc-stubs/ril/functions.def"
+    return max;
+}();
 
 struct FunctionTables {
     std::array<Function, c_function_count> functions;

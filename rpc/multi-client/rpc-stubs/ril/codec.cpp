@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "rpc/multi-client/rpc-stubs/ril/fixed_image.h"
 #include "rpc/multi-client/rpc-stubs/ril/wire_cursor.h"
 
 namespace uta {
@@ -37,6 +38,10 @@ static const Record& record_at(uint16_t id) {
     return c_records[id];
 }
 
+static const fixed::Plan& plan_of(const Record& record) {
+    return fixed::c_tables.plans[static_cast<size_t>(&record - c_records.data())];
+}
+
 static uint32_t octet_type(Type type) {
     switch (type) {
         case Type::octets16:
@@ -50,10 +55,10 @@ static uint32_t octet_type(Type type) {
 
 // --- Packing ---------------------------------------------------------------------------------------------------------
 
-static void pack_case(const Field* fields, size_t n_fields, size_t at, const uint8_t* memory, ExWriteCursor& cursor) {
+static void pack_case(std::span<const Field> fields, size_t at, const uint8_t* memory, ExWriteCursor& cursor) {
     const Field& field = fields[at];
     const uint64_t chosen = load_number(memory + field.aux, field.width);
-    for (size_t i = at + 1; i < n_fields && fields[i].type == Type::case_; ++i) {
+    for (size_t i = at + 1; i < fields.size() && fields[i].type == Type::case_; ++i) {
         if (fields[i].aux == chosen) {
             pack_record(record_at(fields[i].record), memory + field.offset, cursor);
             return;
@@ -72,12 +77,12 @@ static void pack_elements(const Field& field, const uint8_t* memory, ExWriteCurs
 }
 
 static void pack_early(const Record& record, const uint8_t* memory, ExWriteCursor& cursor) {
-    const Field* fields = detail::c_tables.fields.data() + record.first_field;
-    for (size_t i = 0; i < record.n_fields; ++i) {
+    const std::span<const Field> fields = fields_of(record);
+    for (size_t i = 0; i < fields.size(); ++i) {
         if (fields[i].type == Type::elements) {
             pack_elements(fields[i], memory, cursor);
         } else if (fields[i].type == Type::union_) {
-            pack_case(fields, record.n_fields, i, memory, cursor);
+            pack_case(fields, i, memory, cursor);
         }
     }
 }
@@ -155,34 +160,25 @@ static void pack_field(const Field& field, const uint8_t* memory, ExWriteCursor&
     }
 }
 
-// The header in front of `length` bytes of content. Most are below 128 bytes and are written in one piece.
-static void put_record_header(const Record& record, ExWriteCursor& cursor, size_t length) {
-    if (length >= 0x80) {
-        EXWriteBERHeader(record.tag, cursor, length);
-        return;
-    }
-    uint8_t* bytes = wire::claim(cursor, 2 + size_t{record.tag.count});
-    if (bytes == nullptr) {
-        return;
-    }
-    bytes[0] = 0x7F;
-    bytes[1] = record.tag.bytes[0];
-    bytes[2] = record.tag.bytes[1];
-    bytes[1 + record.tag.count] = static_cast<uint8_t>(length);
-}
-
 size_t pack_record(const Record& record, const void* memory, ExWriteCursor& cursor, size_t array_count) {
-    const uint8_t* end = cursor.next;
     const auto* bytes = static_cast<const uint8_t*>(memory);
+    if (const fixed::Plan& plan = plan_of(record); plan.size != 0) {
+        uint8_t* image = wire::claim(cursor, plan.size);
+        if (image == nullptr) {
+            return 0;
+        }
+        fixed::pack(plan, bytes, image);
+        return plan.size;
+    }
+    const uint8_t* end = cursor.next;
     if (record.packed_early) {
         pack_early(record, bytes, cursor);
     }
-    const Field* field = detail::c_tables.fields.data() + record.first_field;
-    for (const Field* last = field + record.n_fields; field != last; ++field) {
-        pack_field(*field, bytes, cursor, array_count);
+    for (const Field& field : fields_of(record)) {
+        pack_field(field, bytes, cursor, array_count);
     }
     if (record.tag.count != 0) {
-        put_record_header(record, cursor, static_cast<size_t>(end - cursor.next));
+        EXWriteBERHeader(record.tag, cursor, static_cast<size_t>(end - cursor.next));
     }
     return static_cast<size_t>(end - cursor.next);
 }
@@ -193,29 +189,14 @@ size_t pack_record(const Record& record, const void* memory, ExWriteCursor& curs
 // is left. The tag number is not compared: the place says which record this is. What is demanded is the form of a
 // record, application class and constructed, because anything else here is a value that the tables do not expect.
 static bool enter(ExReadCursor& cursor, const uint8_t*& outer_end) {
-    const uint8_t* bytes = cursor.next;
     outer_end = cursor.end;
-    size_t length;
-    if (left(cursor) >= 4 && bytes[0] == 0x7F && (bytes[1] & 0x80) != 0 && (bytes[2] | bytes[3]) < 0x80) [[likely]] {
-        length = bytes[3];
-        cursor.next += 4;
-    } else if (left(cursor) >= 3 && bytes[0] == 0x7F && (bytes[1] | bytes[2]) < 0x80) {
-        length = bytes[2];
-        cursor.next += 3;
-    } else {
-        ExBerHeader header;
-        EXReadBERHeader(cursor, header);
-        if (header.tag_class != c_ber_application || header.constructed != 1) {
-            ExFail(cursor);
-            return false;
-        }
-        length = header.length;
-    }
-    if (length > left(cursor)) {
+    ExBerHeader header;
+    EXReadBERHeader(cursor, header);
+    if (header.tag_class != c_ber_application || header.constructed != 1 || header.length > left(cursor)) {
         ExFail(cursor);
         return false;
     }
-    cursor.end = cursor.next + length;
+    cursor.end = cursor.next + header.length;
     return true;
 }
 
@@ -237,11 +218,11 @@ static bool take_null(ExReadCursor& cursor) {
     return true;
 }
 
-static void unpack_case(const Field* fields, size_t n_fields, size_t at, uint8_t* memory, ExReadCursor& cursor,
+static void unpack_case(std::span<const Field> fields, size_t at, uint8_t* memory, ExReadCursor& cursor,
                         MemTable& mem_table) {
     const Field& field = fields[at];
     const uint64_t chosen = load_number(memory + field.aux, field.width);
-    for (size_t i = at + 1; i < n_fields && fields[i].type == Type::case_; ++i) {
+    for (size_t i = at + 1; i < fields.size() && fields[i].type == Type::case_; ++i) {
         if (fields[i].aux == chosen) {
             unpack_record(record_at(fields[i].record), memory + field.offset, cursor, mem_table);
             return;
@@ -260,7 +241,9 @@ static void unpack_elements(const Field& field, uint8_t* memory, ExReadCursor& c
         ExFail(cursor);
         return;
     }
-    auto* block = static_cast<uint8_t*>(PgenAllocNew(static_cast<size_t>(count) * element.size, mem_table));
+    const uint64_t size = count * element.size;
+    auto* block =
+        size > INT32_MAX ? nullptr : static_cast<uint8_t*>(PgenAllocNew(static_cast<size_t>(size), mem_table));
     if (block == nullptr) {
         ExFail(cursor);
         return;
@@ -272,12 +255,12 @@ static void unpack_elements(const Field& field, uint8_t* memory, ExReadCursor& c
 }
 
 static void unpack_early(const Record& record, uint8_t* memory, ExReadCursor& cursor, MemTable& mem_table) {
-    const Field* fields = detail::c_tables.fields.data() + record.first_field;
-    for (size_t i = record.n_fields; i-- > 0;) {
+    const std::span<const Field> fields = fields_of(record);
+    for (size_t i = fields.size(); i-- > 0;) {
         if (fields[i].type == Type::elements) {
             unpack_elements(fields[i], memory, cursor, mem_table);
         } else if (fields[i].type == Type::union_) {
-            unpack_case(fields, record.n_fields, i, memory, cursor, mem_table);
+            unpack_case(fields, i, memory, cursor, mem_table);
         }
     }
 }
@@ -419,6 +402,11 @@ static void unpack_counted(const Record& record, uint8_t* memory, ExReadCursor& 
 
 bool unpack_record(const Record& record, void* memory, ExReadCursor& cursor, MemTable& mem_table, size_t array_count) {
     auto* bytes = static_cast<uint8_t*>(memory);
+    const fixed::Plan& plan = plan_of(record);
+    if (plan.size != 0 && left(cursor) >= plan.size && fixed::unpack(plan, cursor.next, bytes)) {
+        cursor.next += plan.size;
+        return true;
+    }
     const uint8_t* outer_end = nullptr;
     const bool header = record.tag.count != 0;
     if (header && !enter(cursor, outer_end)) {
@@ -427,9 +415,9 @@ bool unpack_record(const Record& record, void* memory, ExReadCursor& cursor, Mem
     if (record.has_counted) {
         unpack_counted(record, bytes, cursor, mem_table);
     } else {
-        const Field* first = detail::c_tables.fields.data() + record.first_field;
-        for (const Field* field = first + record.n_fields; field != first;) {
-            unpack_field(*--field, bytes, cursor, mem_table, array_count);
+        const std::span<const Field> fields = fields_of(record);
+        for (size_t i = fields.size(); i-- > 0;) {
+            unpack_field(fields[i], bytes, cursor, mem_table, array_count);
         }
     }
     if (record.packed_early) {
