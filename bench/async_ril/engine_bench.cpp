@@ -27,6 +27,8 @@ int32_t module_exit() {
     return 0;
 }
 void mehHandler(uint32_t) {}
+void modem_events_start() {}
+uint32_t RPCMakeContextId() { return 0x20000100; }
 uint32_t getLastModemEvent() {
     return E_MODEM_UP;
 }

@@ -225,7 +225,6 @@ TEST(RilInit, FindsTheInstance) {
         EXPECT_EQ(functions->version, 9);
         EXPECT_EQ(std::string(functions->rildInstance, 10), std::string(10, '\0'));
         EXPECT_STREQ(functions->getVersion(), "QEL DUN-RIL 1.0");
-        EXPECT_EQ(RpcUtaContexId, 0x20000100U);
         EXPECT_EQ(uta_context_id(0xFF), 0x200001FFU);
         EXPECT_EQ(Seams::instance().argc, argc);
         functions->onCancel(token(1));

@@ -60,6 +60,8 @@ int32_t module_exit() {
 }
 
 void mehHandler(uint32_t) {}
+void modem_events_start() {}
+uint32_t RPCMakeContextId() { return 0x20AA01BB; }
 uint32_t getLastModemEvent() {
     return Seams::instance().last_event;
 }

@@ -1,10 +1,49 @@
-#include "ril/core/src/async_ril/async_ril.h"
+// The switch on the RIL thread that sends each request to its handler.
+#include <array>
 
-// No handler is here yet.
-void on_request_handler(uint32_t sim_id, int32_t request, void* p_data, size_t data_len, RIL_Token token) {
+#include "ril/core/src/agg_request/handlers.h"
+#include "ril/core/src/async_ril/async_ril.h"
+#include "ril/core/src/system_manager/modules.h"
+
+namespace {
+
+using handler = void (*)(uint32_t sim_id, int32_t request, void* p_data, size_t data_len, RIL_Token token);
+
+// A handler without the request's number.
+template <void (*function)(uint32_t, void*, size_t, RIL_Token)>
+void plain(uint32_t sim_id, int32_t request, void* p_data, size_t data_len, RIL_Token token) {
+    (void)request;
+    function(sim_id, p_data, data_len, token);
+}
+
+void not_supported(uint32_t sim_id, int32_t request, void* p_data, size_t data_len, RIL_Token token) {
     (void)sim_id;
     (void)request;
     (void)p_data;
     (void)data_len;
     ril_request_complete(token, RIL_E_REQUEST_NOT_SUPPORTED, nullptr, 0);
+}
+
+constexpr size_t c_requests = RIL_REQUEST_SET_UNSOL_CELL_INFO_LIST_RATE + 1;
+
+// A number without a row has no handler, or none yet.
+constexpr std::array<handler, c_requests> make_table() {
+    std::array<handler, c_requests> table{};
+    table.fill(not_supported);
+    table[RIL_REQUEST_RADIO_POWER] = plain<ril_request_radio_power>;
+    table[RIL_REQUEST_GET_IMEI] = ril_request_get_imei_imeisv_devid;
+    table[RIL_REQUEST_GET_IMEISV] = ril_request_get_imei_imeisv_devid;
+    table[RIL_REQUEST_DEVICE_IDENTITY] = ril_request_get_imei_imeisv_devid;
+    table[RIL_REQUEST_SET_PREFERRED_NETWORK_TYPE] = plain<ril_request_set_preferred_network_type>;
+    return table;
+}
+
+constexpr std::array<handler, c_requests> c_handlers = make_table();
+
+}  // namespace
+
+void on_request_handler(uint32_t sim_id, int32_t request, void* p_data, size_t data_len, RIL_Token token) {
+    const auto number = static_cast<uint32_t>(request);
+    const handler handle = number < c_handlers.size() ? c_handlers[number] : not_supported;
+    handle(sim_id, request, p_data, data_len, token);
 }

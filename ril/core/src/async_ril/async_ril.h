@@ -12,11 +12,11 @@
 #include <cstdint>
 
 #include "ril/utils/os_util.h"
+#include "rpc/multi-client/rpc-stubs/ril/transport.h"
 
 // --- Android ---------------------------------------------------------------------------------------------------------
 
 extern const RIL_Env* s_rilenv;        // rild's record; RIL_Init sets it before any other thread exists
-extern uint32_t RpcUtaContexId;        // what RegisterRPCClient returned; set once by RIL_Init
 extern sys_sem_t s_ril_wait_init_sem;  // RIL_Init waits on it until the modem was up for the first time
 
 // Completes a request; a null token (work that no Android request started) is left alone. Any thread.
@@ -53,9 +53,10 @@ struct rilreq_priv_data {
 // not wanted.
 extern std::array<rilreq_state, 256> rilreq_state_info;
 
-// The UTA context id of a request.
+// The UTA context id of a request. Its upper part is what the RPC daemon gave this client: a new one after the daemon
+// was away.
 inline uint32_t uta_context_id(uint32_t ctxt_id) {
-    return (RpcUtaContexId & 0xFF00FF00U) | ctxt_id;
+    return (RPCMakeContextId() & 0xFF00FF00U) | ctxt_id;
 }
 
 // A ctxt_id from 2 to 255 for `token`, or -1 with none free. Any thread.

@@ -11,7 +11,6 @@
 #include "ril/utils/trace.h"
 
 const RIL_Env* s_rilenv = nullptr;
-uint32_t RpcUtaContexId = 0;
 sys_mark hold_call_and_dial_mutex_lock;
 
 namespace {

@@ -61,7 +61,8 @@ const RIL_RadioFunctions* RIL_Init(const RIL_Env* env, int argc, char** argv) {
     s_ril_wait_init_sem = sys_sem_new(0);
     s_rilenv = env;
     install_signal_handler();
-    RpcUtaContexId = RegisterRPCClient(mehHandler);
+    RegisterRPCClient(mehHandler);
+    modem_events_start();
     sys_sem_wait(s_ril_wait_init_sem);
     return &s_callbacks;
 }

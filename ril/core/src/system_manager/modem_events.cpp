@@ -1,3 +1,5 @@
+#include <modemlink/modem_link.h>
+#include <pthread.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -40,18 +42,35 @@ void mehInit() {
     s_spoof_commands.store(0, std::memory_order_release);
     changeInState(ril_instance);
     sleep(5);
-    const int32_t ctxt_id = qelril_get_free_ctxt_id(nullptr);
-    if (ctxt_id < 0) {
+    const int32_t free_id = qelril_get_free_ctxt_id(nullptr);
+    if (free_id < 0) {
         RIL_TRACE(TRACE_ERROR, "%s get ctx failed --> something wrong here\n", __func__);
         return;
     }
-    stack_power_off(ril_instance, uta_context_id(static_cast<uint32_t>(ctxt_id)));
+    const auto ctxt_id = static_cast<uint32_t>(free_id);
+    if (stack_power_off(ril_instance, uta_context_id(ctxt_id)) != 0) {
+        qelril_free_and_return(ctxt_id);  // no answer will come for it
+    }
     sys_sem_signal(s_ril_wait_init_sem);
     second_stack_power_off();
 }
 
+// The modem manager may report the modem before the library is known to the RPC daemon: the start needs both.
+pthread_mutex_t s_registration_lock = PTHREAD_MUTEX_INITIALIZER;
+pthread_cond_t s_registration_changed = PTHREAD_COND_INITIALIZER;
+bool s_registered = false;
+
+void wait_for_registration() {
+    pthread_mutex_lock(&s_registration_lock);
+    while (!s_registered) {
+        pthread_cond_wait(&s_registration_changed, &s_registration_lock);
+    }
+    pthread_mutex_unlock(&s_registration_lock);
+}
+
 void modem_up() {
     RIL_TRACE(TRACE_EVENT, "%s REQ --> E_MODEM_UP\n", "mehHandler");
+    wait_for_registration();
     if (last_modem_event.load(std::memory_order_relaxed) == E_MODEM_UP) {
         return;
     }
@@ -77,6 +96,21 @@ void modem_down() {
         }
     }
     last_modem_event.store(E_MODEM_DOWN, std::memory_order_release);
+}
+
+constexpr uint32_t c_modem_reset = 0xA1000000;  // a request to the modem manager
+
+void shut_down_cb(uint32_t sim_id, const void* p_params) {
+    (void)sim_id;
+    (void)p_params;
+    if (ril_instance != 0) {
+        return;
+    }
+    if (reqMEH(c_modem_reset) == 0) {
+        RIL_TRACE(TRACE_EVENT, "%s going for reset\n", __func__);
+    } else {
+        RIL_TRACE(TRACE_ERROR, "%s reset failed\n", __func__);
+    }
 }
 
 void answer_sim_status(uint32_t sim_id, RIL_Token token) {
@@ -122,6 +156,18 @@ void mehHandler(uint32_t event) {
             RIL_TRACE(TRACE_EVENT, "%s REQ --> UNKNOWN\n", __func__);
             break;
     }
+}
+
+void modem_events_start() {
+    pthread_mutex_lock(&s_registration_lock);
+    s_registered = true;
+    pthread_cond_broadcast(&s_registration_changed);
+    pthread_mutex_unlock(&s_registration_lock);
+}
+
+// Needs no UTA call: the modem manager itself resets the modem.
+void ShutdownCb() {
+    qelril_post_utamsindcb(ril_instance, nullptr, shut_down_cb);
 }
 
 uint32_t getLastModemEvent() {

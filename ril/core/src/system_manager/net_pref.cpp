@@ -6,6 +6,8 @@
 
 #include "ril/core/src/async_ril/async_ril.h"
 #include "ril/core/src/async_ril/radio_state.h"
+#include "ril/core/src/system_manager/bring_up.h"
+#include "ril/core/src/system_manager/modules.h"
 #include "ril/core/src/system_manager/system_manager.h"
 #include "ril/utils/mem_util.h"
 #include "ril/utils/trace.h"
@@ -63,5 +65,22 @@ void saveNetPrefInfo(uint32_t sim_id, int32_t request, void* data, size_t length
 void net_pref_start() {
     for (uint32_t sim_id = 0; sim_id < pref_network_info.size(); ++sim_id) {
         answer_and_free(exchange_record(sim_id, nullptr), RIL_E_RADIO_NOT_AVAILABLE);
+    }
+}
+
+// Without the property the record stays, as phones know it; its token is answered, since nothing else ever would.
+void postRadioPoweron(uint32_t sim_id) {
+    if (!is_property_set("persist.conformance.noprefrat")) {
+        pthread_mutex_lock(&s_lock);
+        net_pref_info* record = pref_network_info[sim_id];
+        RIL_Token token = record == nullptr ? nullptr : std::exchange(record->token, nullptr);
+        pthread_mutex_unlock(&s_lock);
+        ril_request_complete(token, RIL_E_GENERIC_FAILURE, nullptr, 0);
+        return;
+    }
+    net_pref_info* record = exchange_record(sim_id, nullptr);
+    if (record != nullptr) {
+        ril_request_set_preferred_network_type(sim_id, &record->value, record->length, record->token);
+        MEM_FREE(record);
     }
 }

@@ -17,6 +17,14 @@ enum modem_event : uint32_t {
 // The handler of the modem manager's events. Its thread; blocks it for the whole start sequence.
 void mehHandler(uint32_t event);
 
+// The registration with the RPC daemon is over: from here on an E_MODEM_UP, also one that came before, starts the
+// modem's services. RIL_Init's thread, once.
+void modem_events_start();
+
+// Asks the modem manager for a reset of the modem, in the first instance only. Any thread but the RIL thread; blocks
+// until the RIL thread has run it.
+extern "C" __attribute__((visibility("default"))) void ShutdownCb();
+
 // E_MODEM_UP or E_MODEM_DOWN, whichever came last, E_MODEM_NONE before. Any thread.
 uint32_t getLastModemEvent();
 

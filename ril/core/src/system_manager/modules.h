@@ -1,0 +1,34 @@
+// What the start and the stop ask of the modules, in one place. A module that is not there yet is a weak function that
+// does nothing (modules_to_come.cpp); the module's own definition takes its place.
+#pragma once
+
+#include <telephony/ril.h>
+
+#include <cstddef>
+#include <cstdint>
+
+// Start values of one SIM's state. Modem event thread, before the RIL thread has work.
+void callmngr_module_init(uint32_t sim_id);
+void gprs_init(uint32_t sim_id);
+void net_module_init(uint32_t sim_id);
+void sms_mngr_init(uint32_t sim_id);
+void stk_module_init(uint32_t sim_id);
+void sim_module_init(uint32_t sim_id);
+void ss_module_init(uint32_t sim_id);
+void em_module_init(uint32_t sim_id);
+void sim_module_init_mailbox();
+int32_t mtpm_init();  // negative on failure
+
+// Frees what packet data holds. Modem event thread, without a RIL thread.
+void gprs_exit();
+
+// The state of the SIM over a restart: told of each start of the modules, and asked to restore it before the radio goes
+// on.
+void recovery_check_on_ril_init();
+void ril_recovery(uint32_t sim_id);
+
+// The radio is on. RIL thread.
+void sim_radio_is_on(uint32_t sim_id);
+
+// RIL thread.
+void ril_request_set_preferred_network_type(uint32_t sim_id, void* p_data, size_t data_len, RIL_Token token);
