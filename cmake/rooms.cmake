@@ -50,6 +50,20 @@ function(dun_test name)
   set_tests_properties(${name} PROPERTIES TIMEOUT ${ARG_TIMEOUT})
 endfunction()
 
+# dun_phone_test(NAME SOURCES file... [USES target...] [TIMEOUT seconds]): the same, of the shipped library in the
+# sandbox with the harness around it.
+function(dun_phone_test name)
+  cmake_parse_arguments(ARG "" "TIMEOUT" "SOURCES;USES" ${ARGN})
+  dun_program(${name} SOURCES ${ARG_SOURCES} USES ${ARG_USES} phone_harness harness gmock gtest gtest_main)
+  set_target_properties(${name} PROPERTIES ENABLE_EXPORTS ON)  # the library takes the harness's sleeps
+  add_dependencies(${name} dun-ril)
+  add_test(NAME ${name} COMMAND sandbox $<TARGET_FILE:${name}>)
+  if(NOT ARG_TIMEOUT)
+    set(ARG_TIMEOUT 300)
+  endif()
+  set_tests_properties(${name} PROPERTIES TIMEOUT ${ARG_TIMEOUT})
+endfunction()
+
 # dun_fuzz(NAME SOURCES file... [USES target...]): a libFuzzer program. ctest runs it for a short while on top of its
 # seed corpus corpus/NAME beside its source; run it by hand with -max_total_time=600 for a long one.
 set(DUN_FUZZ_SECONDS 10 CACHE STRING "Length of each fuzz target's run under ctest")

@@ -14,12 +14,12 @@ uint64_t harness_take_slept() {
     return s_slept.exchange(0);
 }
 
-extern "C" unsigned sleep(unsigned seconds) {
+extern "C" __attribute__((visibility("default"))) unsigned sleep(unsigned seconds) {
     s_slept += uint64_t{seconds} * 1000000;
     return 0;
 }
 
-extern "C" int usleep(useconds_t microseconds) {
+extern "C" __attribute__((visibility("default"))) int usleep(useconds_t microseconds) {
     s_slept += microseconds;
     return 0;
 }

@@ -1,0 +1,56 @@
+// The shipped library in a process with a fake Android above it, a scripted modem below it and the modem manager's
+// events in the test's hands. The process runs in the sandbox, with the phone's own paths. Sleeps take no time.
+#pragma once
+
+#include <telephony/ril.h>
+
+#include <atomic>
+#include <functional>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "host/android/modem_link_server.h"
+#include "tests/harness/fake_android.h"
+#include "tests/harness/scripted_modem.h"
+
+// Runs `body` in a process of its own, since the library starts once per process; its failures are the caller's test's.
+void in_own_process(const std::function<void()>& body);
+
+class Phone {
+public:
+    // Loads the library and calls RIL_Init with these arguments on a thread, which blocks there until the modem is up.
+    explicit Phone(std::vector<std::string> arguments = {});
+    ~Phone();
+    Phone(const Phone&) = delete;
+    Phone& operator=(const Phone&) = delete;
+
+    void event(uint32_t modem_event);  // to the library, as the modem manager sends it
+    // The first E_MODEM_UP, up to the return of RIL_Init and the radio's first state.
+    void bring_up();
+    // What the modem answers mode requests with from now on: that mode and result.
+    void answer_mode_requests(uint8_t mode, uint8_t result = 0);
+    void wait_radio_state(int state);  // fails the test after ten seconds
+    bool initialised() const { return functions_ != nullptr; }
+
+    // One request on the event thread; its token is its running number.
+    RIL_Token request(int number, void* data, size_t length);
+    // Waits for its completion.
+    FakeAndroid::Completion answer(RIL_Token token) { return android.wait_completion(token); }
+
+    FakeAndroid& android = FakeAndroid::instance();
+    ScriptedModem modem;
+    const RIL_RadioFunctions* ril();
+
+private:
+    std::vector<std::string> arguments_;
+    std::vector<char*> argv_;
+    std::unique_ptr<ModemLinkServer> link_;
+    std::atomic<const RIL_RadioFunctions*> functions_{nullptr};
+    std::thread init_;
+    uintptr_t next_token_ = 1;
+};
+
+// True once the condition holds, false after ten seconds.
+bool soon(const std::function<bool()>& condition);

@@ -1,0 +1,233 @@
+#include "tests/harness/scripted_modem.h"
+
+#include <poll.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <utility>
+
+namespace {
+
+constexpr const char* c_paths[3] = {"/data/rpc_reg", "/data/rpc_send", "/data/rpc_recv"};
+constexpr const char* c_marker = "/data/rpcd/rpcd.txt";
+
+[[noreturn]] void die(const char* what) {
+    perror(what);
+    abort();
+}
+
+int listen_at(const char* path) {
+    unlink(path);
+    const int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    strncpy(address.sun_path, path, sizeof(address.sun_path) - 1);
+    if (fd < 0 || bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof(address)) != 0 || listen(fd, 8) != 0) {
+        die(path);
+    }
+    return fd;
+}
+
+uint32_t word(const Bytes& bytes, size_t at) {
+    return uint32_t{bytes[at]} << 24U | uint32_t{bytes[at + 1]} << 16U | uint32_t{bytes[at + 2]} << 8U | bytes[at + 3];
+}
+
+void put_word(Bytes& bytes, uint32_t value) {
+    for (int shift = 24; shift >= 0; shift -= 8) {
+        bytes.push_back(static_cast<uint8_t>(value >> static_cast<unsigned>(shift)));
+    }
+}
+
+void write_all(int fd, const Bytes& bytes) {
+    (void)!send(fd, bytes.data(), bytes.size(), MSG_NOSIGNAL);
+}
+
+}  // namespace
+
+Bytes from_hex(const std::string& text) {
+    Bytes bytes;
+    unsigned value = 0;
+    int digits = 0;
+    for (const char c : text) {
+        if (isxdigit(static_cast<unsigned char>(c)) == 0) {
+            continue;
+        }
+        value = value * 16 + static_cast<unsigned>(c <= '9' ? c - '0' : (c | 0x20) - 'a' + 10);
+        if (++digits % 2 == 0) {
+            bytes.push_back(static_cast<uint8_t>(value));
+            value = 0;
+        }
+    }
+    return bytes;
+}
+
+std::string to_hex(const Bytes& bytes) {
+    std::string text;
+    char digits[4];
+    for (const uint8_t byte : bytes) {
+        snprintf(digits, sizeof(digits), "%02X ", byte);
+        text += digits;
+    }
+    if (!text.empty()) {
+        text.pop_back();
+    }
+    return text;
+}
+
+ScriptedModem::ScriptedModem(uint8_t app_id) : app_id_(app_id) {
+    returns_[32] = {1249, {}};
+    for (int i = 0; i < 3; ++i) {
+        listeners_[i] = listen_at(c_paths[i]);
+    }
+    if (pipe(stop_pipe_) != 0) {
+        die("pipe");
+    }
+    thread_ = std::thread([this] { serve(); });
+    mkdir("/data/rpcd", 0755);
+    FILE* marker = fopen(c_marker, "w");
+    if (marker == nullptr) {
+        die(c_marker);
+    }
+    fclose(marker);
+}
+
+ScriptedModem::~ScriptedModem() {
+    unlink(c_marker);
+    (void)!write(stop_pipe_[1], "x", 1);
+    thread_.join();
+    for (const int fd : {listeners_[0], listeners_[1], listeners_[2], stop_pipe_[0], stop_pipe_[1], send_, recv_}) {
+        if (fd >= 0) {
+            close(fd);
+        }
+    }
+}
+
+void ScriptedModem::serve() {
+    Bytes buffer;
+    for (;;) {
+        pollfd fds[3] = {{stop_pipe_[0], POLLIN, 0}, {listeners_[0], POLLIN, 0}, {send_, POLLIN, 0}};
+        if (poll(fds, 3, -1) < 0) {
+            continue;
+        }
+        if (fds[0].revents != 0) {
+            return;
+        }
+        if (fds[1].revents != 0) {
+            // One registration from its first byte to its last: "REGISTER", the id, two greetings, "DEREGISTER" and id.
+            const int reg = accept(listeners_[0], nullptr, nullptr);
+            char text[16] = {};
+            if (recv(reg, text, 8, MSG_WAITALL) != 8 || memcmp(text, "REGISTER", 8) != 0) {
+                die("registration");
+            }
+            write_all(reg, {app_id_});
+            const int new_send = accept(listeners_[1], nullptr, nullptr);
+            write_all(new_send, {0});
+            const int new_recv = accept(listeners_[2], nullptr, nullptr);
+            write_all(new_recv, {0});
+            if (recv(new_send, text, 11, MSG_WAITALL) != 11 || memcmp(text, "DEREGISTER", 10) != 0) {
+                die("end of registration");
+            }
+            close(reg);
+            const std::lock_guard lock(lock_);
+            send_ = new_send;
+            recv_ = new_recv;
+            buffer.clear();
+        }
+        if (fds[2].fd >= 0 && fds[2].revents != 0) {
+            uint8_t chunk[4096];
+            const ssize_t got = recv(send_, chunk, sizeof(chunk), 0);
+            if (got <= 0) {
+                const std::lock_guard lock(lock_);
+                close(send_);
+                send_ = -1;
+                continue;
+            }
+            buffer.insert(buffer.end(), chunk, chunk + got);
+            while (buffer.size() >= 6 && buffer.size() >= word(buffer, 2)) {
+                const auto size = static_cast<std::ptrdiff_t>(word(buffer, 2));
+                answer(Bytes(buffer.begin(), buffer.begin() + size));
+                buffer.erase(buffer.begin(), buffer.begin() + size);
+            }
+        }
+    }
+}
+
+void ScriptedModem::answer(const Bytes& packet) {
+    const std::lock_guard lock(lock_);
+    const uint32_t id = word(packet, 8);
+    received_.push_back(packet);
+    ++counts_[id];
+    changed_.notify_all();
+    if (silent_.count(id) != 0) {
+        return;
+    }
+    const auto& [value, output] = returns_[id];
+    Bytes reply = from_hex("02 04");
+    put_word(reply, static_cast<uint32_t>(22 + output.size()));
+    reply.insert(reply.end(), {2, 4});
+    put_word(reply, id + 1000);
+    reply.insert(reply.end(), packet.begin() + 12, packet.begin() + 16);
+    reply.insert(reply.end(), {2, 4});
+    put_word(reply, static_cast<uint32_t>(value));
+    reply.insert(reply.end(), output.begin(), output.end());
+    write_all(recv_, reply);
+    if (value == 0 && answers_.count(id) != 0) {
+        Bytes bytes = from_hex(answers_[id]);
+        const Bytes place = {0xAA, 0xAA, 0xAA, 0xAA};
+        for (auto at = std::search(bytes.begin(), bytes.end(), place.begin(), place.end()); at != bytes.end();
+             at = std::search(at, bytes.end(), place.begin(), place.end())) {
+            std::copy(packet.begin() + 12, packet.begin() + 16, at);
+        }
+        write_all(recv_, bytes);
+    }
+}
+
+void ScriptedModem::set_return(uint32_t id, int32_t value, const Bytes& output) {
+    const std::lock_guard lock(lock_);
+    returns_[id] = {value, output};
+}
+
+void ScriptedModem::set_silent(uint32_t id, bool silent) {
+    const std::lock_guard lock(lock_);
+    if (silent) {
+        silent_.insert(id);
+    } else {
+        silent_.erase(id);
+    }
+}
+
+void ScriptedModem::set_answer(uint32_t id, const std::string& hex) {
+    const std::lock_guard lock(lock_);
+    answers_[id] = hex;
+}
+
+void ScriptedModem::send(const std::string& hex) {
+    const std::lock_guard lock(lock_);
+    write_all(recv_, from_hex(hex));
+}
+
+std::vector<Bytes> ScriptedModem::take_received() {
+    const std::lock_guard lock(lock_);
+    return std::exchange(received_, {});
+}
+
+std::vector<uint32_t> ScriptedModem::received_ids() {
+    const std::lock_guard lock(lock_);
+    std::vector<uint32_t> ids;
+    for (const Bytes& packet : received_) {
+        ids.push_back(word(packet, 8));
+    }
+    return ids;
+}
+
+bool ScriptedModem::wait_for(uint32_t id, size_t count) {
+    std::unique_lock lock(lock_);
+    return changed_.wait_for(lock, std::chrono::seconds(10), [&] { return counts_[id] >= count; });
+}

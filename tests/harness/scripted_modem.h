@@ -1,0 +1,62 @@
+// The far end of the RPC client's three sockets, on bytes alone: it registers clients, answers every synchronous call
+// with a value that the test sets, keeps what it received, and sends what the test wrote by hand. It knows no record.
+#pragma once
+
+#include <condition_variable>
+#include <cstdint>
+#include <map>
+#include <mutex>
+#include <set>
+#include <string>
+#include <thread>
+#include <vector>
+
+using Bytes = std::vector<uint8_t>;
+
+// "02 04 00 2C" to bytes and back; white space is skipped.
+Bytes from_hex(const std::string& text);
+std::string to_hex(const Bytes& bytes);
+
+class ScriptedModem {
+public:
+    // Listens on the phone's paths and puts the readiness marker. The client becomes application `app_id`.
+    explicit ScriptedModem(uint8_t app_id = 1);
+    ~ScriptedModem();
+    ScriptedModem(const ScriptedModem&) = delete;
+    ScriptedModem& operator=(const ScriptedModem&) = delete;
+
+    // The return of function `id`: its value, and bytes behind it (output parameters). Default 0, none; 1249 for the
+    // version (32).
+    void set_return(uint32_t id, int32_t value, const Bytes& output = {});
+    void set_silent(uint32_t id, bool silent);  // no return at all
+    // Bytes that follow the return of `id`: an answer or indication, with the request's context id put in place of
+    // "AA AA AA AA".
+    void set_answer(uint32_t id, const std::string& hex);
+
+    void send(const std::string& hex);
+
+    // What came since the last call, returns not counted.
+    std::vector<Bytes> take_received();
+    // Function ids of what came and has not been taken.
+    std::vector<uint32_t> received_ids();
+    // Waits until function `id` came `count` times; false after ten seconds.
+    bool wait_for(uint32_t id, size_t count = 1);
+
+private:
+    void serve();
+    void answer(const Bytes& packet);
+
+    int listeners_[3] = {-1, -1, -1};
+    int stop_pipe_[2] = {-1, -1};
+    int send_ = -1;  // the client's sending connection
+    int recv_ = -1;  // the client's receiving connection
+    uint8_t app_id_;
+    std::thread thread_;
+    std::mutex lock_;
+    std::condition_variable changed_;
+    std::map<uint32_t, std::pair<int32_t, Bytes>> returns_;
+    std::map<uint32_t, std::string> answers_;
+    std::set<uint32_t> silent_;
+    std::vector<Bytes> received_;
+    std::map<uint32_t, size_t> counts_;
+};
