@@ -1,0 +1,33 @@
+#!/usr/bin/env bash
+# What a device's loader sees of the library: its symbols, what it is linked against, its size.
+set -eu
+library=$1
+status=0
+
+expect() {
+    local what=$1 expected=$2 actual=$3
+    if [ "$expected" != "$actual" ]; then
+        printf '%s:\n  expected %s\n  actual   %s\n' "$what" "$expected" "$actual"
+        status=1
+    fi
+}
+
+expect "exported symbols" "RIL_Init ShutdownCb" \
+    "$(nm -D --defined-only "$library" | awk '{print $3}' | sort | xargs)"
+expect "platform libraries" "libModemLink.so libcutils.so liblog.so librilutils.so" \
+    "$(readelf -d "$library" | sed -n 's/.*(NEEDED).*\[\(.*\)\]/\1/p' |
+        grep -E '^lib(cutils|log|rilutils|ModemLink)\.so$' | LC_ALL=C sort | xargs)"
+expect "other libraries" "" \
+    "$(readelf -d "$library" | sed -n 's/.*(NEEDED).*\[\(.*\)\]/\1/p' |
+        grep -vE '^(lib(cutils|log|rilutils|ModemLink)\.so|lib(stdc\+\+|m|gcc_s|c|pthread)\.so\.[0-9]+|ld-linux.*)$' |
+        xargs)"
+expect "a stack that can run code" "" "$(readelf -lW "$library" | awk '$1 == "GNU_STACK" && /RWE/')"
+expect "path of the machine that built it" "" \
+    "$(readelf -d "$library" | grep -E 'RUNPATH|RPATH' | grep -v '\[\$ORIGIN' | xargs)"
+
+stripped=$(mktemp)
+trap 'rm -f "$stripped"' EXIT
+strip -o "$stripped" "$library"
+echo "stripped: $(stat -c %s "$stripped") bytes"
+[ "$status" -eq 0 ] && echo "the library is as it should be"
+exit "$status"
