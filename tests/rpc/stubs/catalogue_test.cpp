@@ -1,0 +1,204 @@
+// Walks all rows of the catalogue against the published figures.
+
+#include <gtest/gtest.h>
+
+#include <map>
+#include <set>
+
+#include "rpc/multi-client/rpc-stubs/ril/catalogue_names.h"
+#include "rpc/multi-client/rpc-stubs/ril/transport.h"
+
+namespace {
+
+using uta::Kind;
+using uta::Type;
+
+TEST(Catalogue, IdsAreThosePublished) {
+    std::set<uint32_t> absent;
+    for (const auto& [first, last] :
+         {std::pair{235, 284}, {293, 293}, {302, 305}, {359, 361}, {365, 366}, {0, 0}, {382, 1000}}) {
+        for (int id = first; id <= last; ++id) {
+            absent.insert(static_cast<uint32_t>(id));
+        }
+    }
+    EXPECT_EQ(uta::c_functions.size(), 321U);
+    for (uint32_t id = 0; id <= 1000; ++id) {
+        const uta::Function* function = uta::find_function(id);
+        EXPECT_EQ(function == nullptr, absent.contains(id)) << id;
+        if (function != nullptr) {
+            EXPECT_EQ(function->id, id);
+            EXPECT_EQ(uta::find_function(uta::function_name(*function)), function);
+        }
+    }
+}
+
+TEST(Catalogue, OnlyTheseHaveATagOfTheirOwn) {
+    const std::map<std::string, uint32_t> c_tags = {
+        {"CsiUtaMsTpcGetState", 2},
+        {"CsiUtaMsTpcUpdatePowerOffsetTable", 1},
+        {"UtaModeGet", 3},
+        {"UtaModeGetStartupDetails", 2},
+        {"UtaMsCallCsSetTtyDeviceMode", 3},
+        {"UtaMsCpsNvmRead", 2},
+        {"UtaMsCpsNvmWrite", 1},
+        {"UtaMsNetConfigureDvpReq", 5},
+        {"UtaMsNetConfigureRxDiversityDarp", 33},
+        {"UtaMsNetGetDvpInfoReq", 6},
+        {"UtaMsNetGetExtendedRadioSignalInfoReq", 2},
+        {"UtaMsNetGetPlmnListData", 1},
+        {"UtaMsNetPsAttachReq", 1},
+        {"UtaMsNetPsDetachReq", 2},
+        {"UtaMsNetReadFdorDelayTimer", 10},
+        {"UtaMsNetReadFdorTimer", 13},
+        {"UtaMsNetSetFdorTimer", 12},
+        {"UtaMsNetTriggerFdorExt", 14},
+        {"UtaMsNetWriteFdorDelayTimer", 9},
+        {"UtaMsSimApplicationReq", 34},
+        {"UtaMsSmsDataDownloadAck", 29},
+        {"UtaMsSmsDataDownloadReq", 27},
+        {"UtaNvmRead", 30},
+        {"UtaNvmWrite", 31},
+        {"UtaSensorAddAlarm", 18},
+        {"UtaSensorClose", 14},
+        {"UtaSensorRemoveAlarm", 21},
+        {"UtaSensorSrvClose", 22},
+        {"UtaSensorSrvRead", 23},
+        {"UtaSensorSrvSetThresholdMax", 26},
+        {"UtaSensorSrvSetThresholdMin", 25},
+        {"UtaSensorSrvStartMeasurements", 9},
+        {"UtaSensorStartAlarm", 19},
+        {"UtaSensorStartMeasurement", 13},
+        {"UtaSensorStopAlarm", 20},
+        {"UtaSensorTbatOpen", 24},
+        {"UtaSensorTbatSrvOpen", 10},
+        {"UtaSensorTbbicOpen", 12},
+        {"UtaSensorTbbicSrvOpen", 17},
+        {"UtaSensorTpcbOpen", 8},
+        {"UtaSensorTpcbSrvOpen", 15},
+        {"UtaSensorTrfOpen", 11},
+        {"UtaSensorTrfSrvOpen", 16},
+    };
+    EXPECT_EQ(c_tags.size(), 43U);
+    for (const uta::Function& function : uta::c_functions) {
+        const auto tag = c_tags.find(uta::function_name(function));
+        EXPECT_EQ(function.tag, tag == c_tags.end() ? function.id : tag->second) << uta::function_name(function);
+    }
+}
+
+// Rows, parameters, ids and record parameters of each kind, counted in the published list.
+TEST(Catalogue, KindsAndParametersAddUp) {
+    struct Sum {
+        uint32_t rows;
+        uint32_t parameters;
+        uint32_t ids;
+        uint32_t records;
+        uint32_t record_sizes;
+
+        bool operator==(const Sum&) const = default;
+    };
+    const std::map<Kind, Sum> c_published = {
+        {Kind::CALL, {96, 194, 19292, 75, 4783}},         {Kind::REQUEST, {74, 208, 10745, 43, 2803}},
+        {Kind::ONE_WAY, {9, 16, 3300, 6, 882}},           {Kind::RESPONSE, {63, 184, 9415, 57, 6567}},
+        {Kind::INDICATION, {53, 104, 8185, 50, 6076}},    {Kind::IGNORED_RESPONSE, {13, 47, 2145, 10, 296}},
+        {Kind::IGNORED_INDICATION, {5, 10, 1087, 3, 28}}, {Kind::DYNAMIC_RESPONSE, {4, 13, 1055, 0, 0}},
+        {Kind::DYNAMIC_INDICATION, {4, 12, 1254, 3, 24}},
+    };
+    std::map<Kind, Sum> sums;
+    std::map<Type, int> types;
+    for (const uta::Function& function : uta::c_functions) {
+        Sum& sum = sums[function.kind];
+        ++sum.rows;
+        sum.parameters += function.n_parameters;
+        sum.ids += function.id;
+        EXPECT_LE(function.n_parameters, uta::c_max_parameters);
+        for (const uta::Parameter& parameter : uta::parameters_of(function)) {
+            ++types[parameter.type];
+            if (parameter.type == Type::record || parameter.type == Type::array) {
+                ++sum.records;
+                sum.record_sizes += uta::c_records[parameter.aux].size_i386;
+                EXPECT_NE(uta::c_records[parameter.aux].size_i386, 0) << uta::function_name(function);
+            }
+        }
+    }
+    for (const auto& [kind, published] : c_published) {
+        EXPECT_EQ(sums[kind], published) << uta::kind_name(kind);
+    }
+    EXPECT_EQ(types[Type::context_id], 154);
+    EXPECT_EQ(types[Type::i32] + types[Type::callback], 295);
+    EXPECT_EQ(types[Type::enumeration], 68);
+    EXPECT_EQ(types[Type::u8], 19);
+    EXPECT_EQ(types[Type::i16], 5);
+}
+
+TEST(Catalogue, VariationsHaveTheirMembers) {
+    int without_context = 0;
+    int no_header = 0;
+    int presence = 0;
+    int enum_result = 0;
+    int outputs = 0;
+    int callbacks = 0;
+    for (const uta::Function& function : uta::c_functions) {
+        without_context += uta::is_outgoing(function.kind) && !function.has_context ? 1 : 0;
+        no_header += (function.variation & uta::NO_HEADER) != 0 ? 1 : 0;
+        presence += (function.variation & uta::PRESENCE) != 0 ? 1 : 0;
+        enum_result += (function.variation & uta::ENUM_RESULT) != 0 ? 1 : 0;
+        outputs += function.has_output ? 1 : 0;
+        callbacks += function.has_callback ? 1 : 0;
+        EXPECT_TRUE(uta::is_outgoing(function.kind) || !function.has_output) << uta::function_name(function);
+    }
+    EXPECT_EQ(without_context, 104);
+    EXPECT_EQ(no_header, 9 + 8 + 7);  // calls, one-way functions, responses and indications
+    EXPECT_EQ(presence, 9 + 7);
+    EXPECT_EQ(enum_result, 13 + 6);
+    EXPECT_EQ(outputs, 23 + 2);  // the published ones, CsiUtaMsTpcGetState and UtaSensorTbatOpen
+    EXPECT_GE(callbacks, 4);     // and those in records, once they are spelled out
+    EXPECT_EQ(uta::find_function("UtaSensorSrvClose")->variation, uta::PLAIN);
+}
+
+TEST(Catalogue, RecordTagsAreThosePublished) {
+    int plain = 0;
+    int tagged = 0;
+    for (const uta::Record& record : uta::c_records) {
+        (record.tag.count == 0 ? plain : tagged) += 1;
+        EXPECT_EQ(uta::find_record(uta::record_name(record)), &record);
+    }
+    EXPECT_EQ(plain, 15);
+    EXPECT_GE(tagged, 184);
+    for (const auto& [name, tag] : {std::pair{"UtaIoHdl", 1},
+                                    {"UtaModeStartupDetails", 1},
+                                    {"UtaDateTime", 7},
+                                    {"UtaSensorAlarmId", 13},
+                                    {"UtaNetDvpInfoIndParams", 36},
+                                    {"UtaSimFileData", 289},
+                                    {"UtaCpsSetModeParams", 619}}) {
+        EXPECT_EQ(uta::find_record(name)->tag_number, tag) << name;
+    }
+}
+
+TEST(Catalogue, FieldsComeInWireOrder) {
+    std::string names;
+    const uta::Record& record = *uta::find_record("UtaSimGenPinReqParam");
+    uta::visit_wire_order(
+        record, [&](const uta::Field&, size_t index) { names += std::string(uta::field_name(record, index)) + " "; });
+    EXPECT_EQ(names, "activity field_1 member ");
+}
+
+// The transport looks functions up in this table by id.
+TEST(Catalogue, UnpackerTableHasARowForEachFunctionThatComesIn) {
+    const RPCHostUnpackerRow* row = RPCUnpackerTable;
+    EXPECT_EQ(row->id, -1);
+    std::set<uint32_t> ids;
+    size_t rows = 0;
+    for (++row; row->id != -1; ++row, ++rows) {
+        EXPECT_EQ(row->unpacker == nullptr, row->id == 0);
+        if (row->id != 0) {
+            EXPECT_TRUE(ids.insert(static_cast<uint32_t>(row->id)).second) << row->id;
+        }
+    }
+    EXPECT_EQ(rows, uta::c_functions.size());
+    for (const uta::Function& function : uta::c_functions) {
+        EXPECT_NE(ids.contains(function.id), uta::is_outgoing(function.kind)) << function.id;
+    }
+}
+
+}  // namespace
