@@ -1,4 +1,4 @@
-#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <map>
@@ -6,8 +6,6 @@
 
 #include "ril/core/src/decode/decode.h"
 #include "tests/decode/codec_test.h"
-
-using testing::EndsWith;
 
 namespace {
 
@@ -189,17 +187,17 @@ TEST(Decode, CodingSchemesOverAllValues) {
     const Decoded ucs2_with_language{.result = 1, .kind = 3, .text = u"\x9BFD"};
     const Decoded octets{.result = 1, .kind = c_untouched, .text = u"\xE8\x32\x9B\xFD"};
     std::vector<Decoded> expected(256, none);
-    for (const size_t dcs : {0x00, 0x01, 0x0F, 0x10}) {
+    for (const size_t dcs : {0x00U, 0x01U, 0x0FU, 0x10U}) {
         expected[dcs] = septets;
     }
     expected[0x11] = ucs2_with_language;
-    for (const size_t group : {0x40, 0x50, 0xC0, 0xD0}) {
+    for (const size_t group : {0x40U, 0x50U, 0xC0U, 0xD0U}) {
         for (size_t low = 0; low < 4; ++low) {
             expected[group + low] = septets;
             expected[group + 8 + low] = ucs2;
         }
     }
-    for (const size_t low : {0x0, 0x1, 0x2, 0x3}) {
+    for (size_t low = 0; low < 4; ++low) {
         expected[0xF0 + low] = expected[0xF8 + low] = septets;
         expected[0xF4 + low] = expected[0xFC + low] = octets;
     }
@@ -232,7 +230,7 @@ TEST(Decode, CellBroadcastPages) {
 TEST(Decode, CellBroadcastPagesWithLanguage) {
     // 3GPP TS 23.038, clause 5, coding group 0001: "en", a carriage return and 90 septets on each page.
     Bytes pages;
-    for (const uint8_t fill : {'a', 'b'}) {
+    for (const uint8_t fill : {uint8_t{'a'}, uint8_t{'b'}}) {
         Bytes septets = {'e', 'n', '\r'};
         septets.resize(93, fill);
         const Bytes page = pack_bit_by_bit(septets);

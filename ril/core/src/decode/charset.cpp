@@ -1,7 +1,8 @@
-// Single characters between the alphabets, and the names of the terminal character sets.
+// Characters between the alphabets, and the names of the terminal character sets.
 #include <strings.h>
 
 #include <algorithm>
+#include <cstring>
 
 #include "ril/core/src/decode/decode.h"
 #include "ril/core/src/decode/gsm_tables.h"
@@ -29,6 +30,11 @@ uint8_t find_gsm(uint16_t character) {
         return c_greek_to_gsm[static_cast<size_t>(character - c_greek)];
     }
     return character == c_euro_sign ? search_gsm(c_euro_sign) : c_gsm_blank;
+}
+
+size_t find_escape(std::span<const uint8_t> gsm) {
+    const void* const found = memchr(gsm.data(), c_gsm_escape, gsm.size());
+    return found == nullptr ? gsm.size() : static_cast<size_t>(static_cast<const uint8_t*>(found) - gsm.data());
 }
 
 }  // namespace
@@ -81,4 +87,25 @@ int32_t gsm_extn_to_charset(uint8_t code) {
         }
     }
     return code == c_euro_code ? c_euro_sign : -1;
+}
+
+void gsm7_defaultString_toUnicodeString(std::span<const uint8_t> gsm, std::span<uint16_t> out, size_t* out_length,
+                                        bool escape) {
+    size_t length = 0;
+    while (!gsm.empty() && length < out.size()) {
+        // A run without escapes, then an escape and what it takes with it.
+        const std::span<const uint8_t> run = gsm.first(std::min(gsm.size(), out.size() - length));
+        const size_t plain = escape ? find_escape(run) : run.size();
+        std::transform(run.begin(), run.begin() + static_cast<ptrdiff_t>(plain),
+                       out.begin() + static_cast<ptrdiff_t>(length), Gsm7DefaultToUnicode);
+        length += plain;
+        gsm = gsm.subspan(plain);
+        if (plain < run.size()) {
+            out[length++] = gsm.size() > 1 ? Gsm7DefaultExtendedToUnicode(gsm[1]) : ' ';
+            gsm = gsm.subspan(std::min<size_t>(gsm.size(), 2));
+        }
+    }
+    if (out_length != nullptr) {
+        *out_length = length;
+    }
 }

@@ -130,19 +130,3 @@ GsmPacked gsm_pack_text(std::span<const char> text, std::span<uint8_t> out) {
     writer.finish();
     return {writer.octets, writer.septets};
 }
-
-void gsm7_defaultString_toUnicodeString(std::span<const uint8_t> gsm, std::span<uint16_t> out, size_t* out_length,
-                                        bool escape) {
-    size_t length = 0;
-    for (size_t i = 0; i < gsm.size() && length < out.size(); ++i) {
-        if (gsm[i] != c_gsm_escape || !escape) {
-            out[length++] = Gsm7DefaultToUnicode(gsm[i]);
-            continue;
-        }
-        ++i;
-        out[length++] = i < gsm.size() ? Gsm7DefaultExtendedToUnicode(gsm[i]) : ' ';
-    }
-    if (out_length != nullptr) {
-        *out_length = length;
-    }
-}

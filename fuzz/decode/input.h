@@ -1,0 +1,41 @@
+// What the fuzz targets of the codecs share. Buffers are heap blocks of the exact size, so that a sanitizer sees one
+// element too many; a broken promise of a contract ends the run.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <span>
+#include <vector>
+
+#define FUZZ_CHECK(condition)                                               \
+    do {                                                                    \
+        if (!(condition)) {                                                 \
+            fprintf(stderr, "%s:%d: " #condition "\n", __FILE__, __LINE__); \
+            abort();                                                        \
+        }                                                                   \
+    } while (0)
+
+// The input: a few octets that choose, and the rest as data.
+class Input {
+public:
+    Input(const uint8_t* data, size_t size) : rest_(data, size) {}
+
+    uint8_t choice() {
+        if (rest_.empty()) {
+            return 0;
+        }
+        const uint8_t octet = rest_.front();
+        rest_ = rest_.subspan(1);
+        return octet;
+    }
+
+    template <typename T = uint8_t>
+    std::vector<T> rest() const {
+        return {rest_.begin(), rest_.end()};
+    }
+
+private:
+    std::span<const uint8_t> rest_;
+};
