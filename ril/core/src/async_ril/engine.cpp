@@ -17,6 +17,24 @@ namespace {
 
 enum ril_msg_type : uint32_t { RILREQ_MSG, UTAMSRSPCB_MSG, UTAMSINDCB_MSG };
 
+struct ril_request_msg {
+    RIL_Token token;
+    int32_t req_id;
+    void* p_data;
+    size_t data_len;
+};
+
+struct uta_response_msg {
+    const void* p_params;
+    uint32_t ctxt_id;
+    rilreq_rspcb p_rspcb;
+};
+
+struct uta_indication_msg {
+    const void* p_params;
+    rilreq_indcb p_indcb;
+};
+
 // It lives on the poster's stack, since the poster waits for it: a post needs no memory and cannot fail for lack of it.
 // The poster sleeps on a semaphore of its own, not on one that it shares: two posters can then not take each other's
 // wake-up and leave while the RIL thread still reads their data.
@@ -24,21 +42,9 @@ struct ril_msg {
     ril_msg_type msg_type;
     uint32_t sim_id;
     union {
-        struct {
-            RIL_Token token;
-            int32_t req_id;
-            void* p_data;
-            size_t data_len;
-        } req;
-        struct {
-            const void* p_params;
-            uint32_t ctxt_id;
-            rilreq_rspcb p_rspcb;
-        } rsp;
-        struct {
-            const void* p_params;
-            rilreq_indcb p_indcb;
-        } ind;
+        ril_request_msg req;
+        uta_response_msg rsp;
+        uta_indication_msg ind;
     };
     sem_t done;
 };
