@@ -270,6 +270,7 @@ TEST(Decode, Ucs2EndsAtReturnAndZero) {
                                                          {"00410000"
                                                           "0042",
                                                           std::u16string(u"A\0B", 3)},
+                                                         {"00000041", std::u16string(u"\0A", 2)},
                                                          {"004100", u"A"}};
     for (const auto& [octets, text] : texts) {
         std::vector<uint16_t> out(5);

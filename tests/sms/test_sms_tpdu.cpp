@@ -213,6 +213,7 @@ TEST(SmsTpdu, HeadersOfEverySize) {
         Bytes pdu = hex("00400181F1000011111111111111");
         pdu.push_back(static_cast<uint8_t>(header_septets + text.size()));
         pdu.insert(pdu.end(), user_data.begin(), user_data.end());
+        pdu.insert(pdu.end(), 4, 0xFF);  // no part of the user data
         sms_tpdu tpdu = tpdu_of(pdu);
         unpacked_smsinfo info;
         EXPECT_EQ(sms_unpack_msg(&tpdu, &info, true), 0U);
@@ -222,6 +223,37 @@ TEST(SmsTpdu, HeadersOfEverySize) {
         sms_unpack_msg(&tpdu, &info, true);
         EXPECT_EQ(info.ud_length, 0) << header;
     }
+}
+
+TEST(SmsTpdu, TextEndsWithUserData) {
+    const std::pair<const char*, std::u16string> texts[] = {
+        {"0002E834", u"hi"}, {"04026869", u"hi"}, {"080400680069", u"hi"}, {"080300680069", u"h"}, {"0C026869", u""}};
+    for (const auto& [rest, text] : texts) {
+        const std::string scheme(rest, 2);
+        const sms_tpdu tpdu = tpdu_of(hex("00000181F100" + scheme + "11111111111111" + (rest + 2) + "00410042"));
+        unpacked_smsinfo info;
+        EXPECT_EQ(sms_unpack_msg(&tpdu, &info, true), 0U);
+        EXPECT_EQ(text_of(info.ud_text.data(), info.ud_length), text) << rest;
+    }
+}
+
+TEST(SmsTpdu, ReportsOfLongRecipientsAndWithParameters) {
+    // A recipient counts as a number, at most 12 octets of it, whatever its type says.
+    const sms_tpdu tpdu =
+        tpdu_of(hex("0006AA1ED021436587092143658709"
+                    "11111111111111"
+                    "22222222222222"
+                    "21"
+                    "07"
+                    "F5"
+                    "10"));
+    unpacked_smsinfo info;
+    EXPECT_EQ(sms_unpack_msg(&tpdu, &info, true), 0U);
+    EXPECT_STREQ(info.address.data(), "12345678901234567890");
+    EXPECT_EQ(info.address_is_alpha, 0U);
+    EXPECT_EQ(info.delivery_status, SMS_DELIVERY_PENDING);
+    EXPECT_EQ(info.dcs, 0x10);
+    EXPECT_EQ(info.msg_class, 2U);
 }
 
 TEST(SmsTpdu, ValidityPeriodsAndReplyPath) {

@@ -173,6 +173,7 @@ TEST(SmsFields, ServiceCentreNumbers) {
         }
     }
     Bytes field(4);
+    EXPECT_EQ(sms_bcd_to_num(hex("0791"), {}), 2U);
     EXPECT_EQ(sms_num_to_bcd(nullptr, field), 1U);
     EXPECT_EQ(field, hex("00FFFFFF"));
     char text[] = "1";

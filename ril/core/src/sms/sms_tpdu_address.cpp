@@ -71,7 +71,7 @@ size_t digit_octets(std::span<const uint8_t> field) {
     return (octet_at(field, 0) + 1U) / 2;
 }
 
-// Two digits of room are no alphanumeric address of the usual type.
+// Two octets of the type 0xD0 are not taken for text.
 size_t alpha_septets(std::span<const uint8_t> field) {
     const size_t digits = octet_at(field, 0);
     if (digits == 4 && octet_at(field, 1) == c_type_alphanumeric_unknown_plan) {
@@ -137,6 +137,7 @@ size_t sms_unpack_address_data(std::span<const uint8_t> field, unpacked_smsinfo*
     if (info == nullptr) {
         return sms_address_field_size(field);
     }
+    info->address = {};
     sms_number_field_to_text(field, info->address);
     info->address_is_alpha = is_alphanumeric(field) ? 1 : 0;
     info->alpha_address = {};
