@@ -27,11 +27,11 @@ namespace {
 
 using Handler = void (*)(uint32_t event);
 
-// After a sign of the manager: how often to try, and the first pause, which doubles each time (5 seconds in all). It
+// At a socket that refuses: how often to try, and the first pause, which doubles each time (5 seconds in all). It
 // bridges the manager's steps from making the socket to listening on it.
 constexpr int c_tries = 10;
 constexpr int c_first_pause_ms = 5;
-// When nothing can be watched.
+// When waiting for a sign is in vain.
 constexpr int c_blind_pause_ms = 1000;
 // Between the loss of a connection and the next attempt, so that a manager that hangs up at once isn't called in a
 // loop.
@@ -76,7 +76,9 @@ int connect_once() {
     path.copy(address.sun_path, path.size());
     const int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
     if (fd >= 0 && connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0) {
+        const int error = errno;
         close(fd);
+        errno = error;
         return -1;
     }
     return fd;
@@ -107,11 +109,15 @@ int connect_to_manager() {
     bool watched = watch(notify);  // before the first attempt, so that no sign is lost
     int fd = connect_once();
     for (int tries = 0; fd < 0; fd = connect_once()) {
-        const int pause = tries < c_tries ? c_first_pause_ms << tries : watched ? -1 : c_blind_pause_ms;
+        // What isn't there will be seen to come; what refuses may only not be listening yet; the rest (no descriptors
+        // left, say) passes unseen.
+        const bool soon = errno != ENOENT && tries < c_tries;
+        const bool seen = watched && (errno == ENOENT || errno == ECONNREFUSED);
+        const int pause = soon ? c_first_pause_ms << tries : seen ? -1 : c_blind_pause_ms;
         if (wait_for_sign(notify, pause)) {
             tries = 0;
             watched = watch(notify);  // the folder may be what has appeared
-        } else if (tries < c_tries) {
+        } else if (soon) {
             ++tries;
         } else {
             watched = watch(notify);

@@ -12,7 +12,9 @@ struct Name {
 };
 
 #define RIL_NAME(prefix, name) \
-    Name { prefix##name, #name }
+    Name {                     \
+        prefix##name, #name    \
+    }
 
 constexpr std::array c_error_names = {
     RIL_NAME(RIL_E_, SUCCESS),

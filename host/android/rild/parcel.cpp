@@ -50,7 +50,12 @@ void append_utf8(std::string& text, char32_t c) {
 // so that the reading catches on again at the next character.
 char32_t take_utf8(std::string_view& text) {
     const auto first = static_cast<uint8_t>(text[0]);
-    const size_t more = first < 0x80 ? 0 : first < 0xC2 ? 4 : first < 0xE0 ? 1 : first < 0xF0 ? 2 : first < 0xF5 ? 3 : 4;
+    const size_t more = first < 0x80   ? 0
+                        : first < 0xC2 ? 4
+                        : first < 0xE0 ? 1
+                        : first < 0xF0 ? 2
+                        : first < 0xF5 ? 3
+                                       : 4;
     if (more == 0) {
         text.remove_prefix(1);
         return first;

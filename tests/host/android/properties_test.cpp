@@ -1,7 +1,9 @@
 // Properties in a file that several processes share.
 #include <cutils/properties.h>
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <signal.h>
+#include <sys/file.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -19,16 +21,14 @@
 namespace {
 
 // Stands before the first property is touched.
+std::unique_ptr<TemporaryFolder> s_folder;
 class SharedFile : public testing::Environment {
 public:
     void SetUp() override {
-        folder_ = std::make_unique<TemporaryFolder>();
-        setenv("ANDROID_PROPERTIES", (folder_->path() / "properties").c_str(), 1);
+        s_folder = std::make_unique<TemporaryFolder>();
+        setenv("ANDROID_PROPERTIES", (s_folder->path() / "properties").c_str(), 1);
     }
-    void TearDown() override { folder_.reset(); }
-
-private:
-    std::unique_ptr<TemporaryFolder> folder_;
+    void TearDown() override { s_folder.reset(); }
 };
 [[maybe_unused]] const testing::Environment* const c_shared_file = testing::AddGlobalTestEnvironment(new SharedFile);
 
@@ -102,6 +102,19 @@ TEST(Properties, AreSeenWholeByEveryThread) {
     for (const std::string& value : c_values) {
         EXPECT_EQ(value, get("test.thread." + value.substr(0, 1)));
     }
+}
+
+// A process that stands still in property_set holds this lock.
+TEST(Properties, AreSetByOneWriterAtATime) {
+    ASSERT_EQ(0, property_set("test.turn", "before"));
+    const int fd = open((s_folder->path() / "properties").c_str(), O_RDWR | O_CLOEXEC);
+    ASSERT_EQ(0, flock(fd, LOCK_EX));
+    std::thread writer([] { EXPECT_EQ(0, property_set("test.turn", "after")); });
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    EXPECT_EQ("before", get("test.turn")) << "readers go on, the writer waits";
+    close(fd);
+    writer.join();
+    EXPECT_EQ("after", get("test.turn"));
 }
 
 pid_t start_writer(const std::string& value) {

@@ -1,0 +1,104 @@
+// The modem program at the phone's own paths, and clients that write and read its sockets byte by byte.
+#pragma once
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/types.h>
+
+#include <array>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "host/modem/capture_format.h"
+
+// Bytes from text such as "02 04 0000002C".
+Bytes hex(const std::string& text);
+
+// A connection to a UNIX socket. Reads end after a while: they give what has come by then.
+class Connection {
+public:
+    explicit Connection(const std::string& path);
+    ~Connection();
+    Connection(Connection&& other) noexcept;
+    Connection& operator=(Connection&& other) noexcept;
+
+    void write(const Bytes& bytes) const;
+    void write(const std::string& text) const { write(Bytes(text.begin(), text.end())); }
+    Bytes read(size_t most) const;      // what one read gives
+    Bytes read_all(size_t size) const;  // exactly so many
+    std::string line() const;
+    bool closed() const;  // waits for the end of the connection
+    void close();
+
+private:
+    int fd_;
+};
+
+// A client of the RPC daemon.
+class Client {
+public:
+    // All steps; with Steps::NONE, none.
+    enum class Steps { ALL, NONE };
+    explicit Client(Steps steps = Steps::ALL);
+
+    void say_register();  // connects to the first socket
+    void take_app_id();   // and connects to the other two
+    void say_deregister();
+
+    void write(const std::string& packet) const { send->write(hex(packet)); }
+    std::string packet() const;  // the next one, in hexadecimal; empty when none comes
+
+    uint8_t app_id = 0;
+    std::vector<Connection> reg, send_, recv_;
+    Connection* send = nullptr;
+    Connection* recv = nullptr;
+};
+
+// The modem program, which is up when its first client comes, unless the options say otherwise.
+class ModemProcess {
+public:
+    enum class Wait { FOR_MARKER, FOR_NOTHING };
+    explicit ModemProcess(const std::vector<std::string>& options = {}, Wait wait = Wait::FOR_MARKER);
+    ~ModemProcess();
+    ModemProcess(const ModemProcess&) = delete;
+    ModemProcess& operator=(const ModemProcess&) = delete;
+
+    // Sends the signal, 0 for none, and gives the exit status, or 128 and the signal's number.
+    int end(int signal);
+
+private:
+    pid_t process_ = -1;
+};
+
+// A caller of the control socket.
+class Control {
+public:
+    Control() : connection_("/dev/socket/modem_control") {}
+    // The lines of the answer up to "ok" or "error ...", joined by newlines.
+    std::string operator()(const std::string& command) const;
+
+private:
+    Connection connection_;
+};
+
+// A process that hears the modem manager's events.
+class Listener {
+public:
+    Listener();
+    uint32_t event() const;  // 0 when none comes
+    void request(uint32_t code) const;
+
+private:
+    Connection connection_;
+};
+
+bool exists(const std::string& path);
+void write_file(const std::string& path, const std::string& text);
+std::string read_file(const std::string& path);
+
+// The generator's version, which every modem answers: what comes back before it was sent earlier.
+constexpr const char* c_version_call = "02 04 00000013 02 04 00000020 20000100 7F 20 00";
+constexpr const char* c_version_return =
+    "0204000000160204000004082000010002040000"
+    "04E1";
