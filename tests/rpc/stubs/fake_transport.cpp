@@ -1,7 +1,7 @@
 #include "tests/rpc/stubs/fake_transport.h"
 
+#include <algorithm>
 #include <cstdlib>
-#include <cstring>
 
 #include "rpc/multi-client/rpc-stubs/ril/transport.h"
 
@@ -39,7 +39,7 @@ int RPCSynchronousCall(uint32_t id, uint32_t context_id, std::span<const uint8_t
     s_fake.returns.pop_front();
     ret.body = static_cast<uint8_t*>(malloc(body.size()));  // exactly as long: a read past the end shows
     ret.length = body.size();
-    memcpy(ret.body, body.data(), body.size());
+    std::copy(body.begin(), body.end(), ret.body);
     ++s_fake.unreleased;
     return 1;
 }
