@@ -6,6 +6,7 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <utility>
 
 FakeAndroid& FakeAndroid::instance() {
     static FakeAndroid android;
@@ -21,6 +22,30 @@ void FakeAndroid::reset() {
     const std::lock_guard lock(lock_);
     completions_.clear();
     unsolicited_.clear();
+}
+
+void FakeAndroid::set_interpreter(Interpreter interpreter) {
+    const std::lock_guard lock(lock_);
+    interpreter_ = std::move(interpreter);
+}
+
+std::string FakeAndroid::as_string(const void* response, size_t length) {
+    (void)length;
+    return static_cast<const char*>(response);
+}
+
+std::string FakeAndroid::as_strings(const void* response, size_t length) {
+    std::string text;
+    for (size_t i = 0; i < length / sizeof(char*); ++i) {
+        const char* item = static_cast<const char* const*>(response)[i];
+        text += (i == 0 ? "" : "\n") + std::string(item == nullptr ? "(null)" : item);
+    }
+    return text;
+}
+
+void FakeAndroid::set_unsolicited_hook(std::function<void(int number)> hook) {
+    const std::lock_guard lock(lock_);
+    hook_ = std::move(hook);
 }
 
 std::vector<FakeAndroid::Completion> FakeAndroid::completions() {
@@ -86,9 +111,10 @@ size_t FakeAndroid::timers() {
 void FakeAndroid::on_complete(RIL_Token token, RIL_Errno error, void* response, size_t length) {
     FakeAndroid& android = instance();
     const std::lock_guard lock(android.lock_);
-    Completion completion{token, error, response != nullptr, {}};
+    Completion completion{token, error, response != nullptr, {}, {}};
     if (response != nullptr) {
         completion.data.assign(static_cast<const char*>(response), length);
+        completion.text = android.interpreter_ ? android.interpreter_(response, length) : "";
     }
     android.completions_.push_back(std::move(completion));
     android.changed_.notify_all();
@@ -96,13 +122,18 @@ void FakeAndroid::on_complete(RIL_Token token, RIL_Errno error, void* response, 
 
 void FakeAndroid::on_unsolicited(int number, const void* data, size_t length) {
     FakeAndroid& android = instance();
-    const std::lock_guard lock(android.lock_);
+    std::unique_lock lock(android.lock_);
     Unsolicited message{number, {}};
     if (data != nullptr) {
         message.data.assign(static_cast<const char*>(data), length);
     }
     android.unsolicited_.push_back(std::move(message));
     android.changed_.notify_all();
+    const std::function<void(int)> hook = android.hook_;
+    lock.unlock();
+    if (hook) {
+        hook(number);
+    }
 }
 
 void FakeAndroid::on_timed(RIL_TimedCallback callback, void* param, const struct timeval* relative) {

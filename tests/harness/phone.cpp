@@ -5,12 +5,18 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <chrono>
 #include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
 
 namespace {
 
 constexpr uint32_t c_modem_up = 0xB2000000;
+constexpr uint8_t c_set_mode = 228;
+constexpr uint8_t c_set_sim_mode = 230;
+constexpr const char* c_power_state = "/sys/devices/platform/tqz_boot/state";
+constexpr const char* c_radio_log = "/dev/log/radio";
 
 }  // namespace
 
@@ -19,6 +25,7 @@ void in_own_process(const std::function<void()>& body) {
     const pid_t child = fork();
     ASSERT_GE(child, 0);
     if (child == 0) {
+        make_phone_new();
         body();
         exit(testing::Test::HasFailure() ? 1 : 0);
     }
@@ -38,7 +45,25 @@ bool soon(const std::function<bool()>& condition) {
     return true;
 }
 
-Phone::Phone(std::vector<std::string> arguments) : arguments_(std::move(arguments)) {
+void make_phone_new() {
+    namespace fs = std::filesystem;
+    fs::resize_file("/dev/__properties__", 0);
+    fs::remove("/system/etc/dun-ril/repository.txt");
+    fs::remove(c_radio_log);
+    const fs::path folder = fs::path(c_power_state).parent_path();
+    fs::remove_all(folder);
+    fs::create_directory(folder);
+    std::ofstream(c_power_state) << "ON";
+}
+
+std::string radio_log() {
+    std::ostringstream text;
+    text << std::ifstream(c_radio_log).rdbuf();
+    return text.str();
+}
+
+Phone::Phone(std::vector<std::string> arguments, bool has_daemon)
+    : modem(1, has_daemon), arguments_(std::move(arguments)) {
     arguments_.insert(arguments_.begin(), "rild");
     for (std::string& argument : arguments_) {
         argv_.push_back(argument.data());
@@ -51,8 +76,12 @@ Phone::Phone(std::vector<std::string> arguments) : arguments_(std::move(argument
         abort();
     }
     const auto ril_init = reinterpret_cast<decltype(&RIL_Init)>(dlsym(library, "RIL_Init"));
-    init_ = std::thread(
-        [=, this] { functions_ = ril_init(FakeAndroid::env(), static_cast<int>(argv_.size()) - 1, argv_.data()); });
+    init_ = std::thread([=, this] {
+        const auto start = std::chrono::steady_clock::now();
+        const auto* functions = ril_init(FakeAndroid::env(), static_cast<int>(argv_.size()) - 1, argv_.data());
+        init_time_ = std::chrono::steady_clock::now() - start;
+        functions_ = functions;
+    });
 }
 
 // The library's threads have no end: the process's exit ends them.
@@ -75,10 +104,29 @@ void Phone::bring_up() {
     wait_radio_state(RADIO_STATE_OFF);
 }
 
+std::string mode_answer(uint8_t function, uint8_t mode, uint8_t result, uint8_t sim_id) {
+    return "02 04 00 00 00 2F 02 04 00 00 00 " + to_hex({function}) + "AA AA AA AA 7F 81" +
+           to_hex({static_cast<uint8_t>(function - 0x80)}) + "1B 02 04 00 00 00" + to_hex({result}) +
+           "7F 06 06 02 04 AA AA AA AA 02 04 00 00 00" + to_hex({mode}) + "02 04 00 00 00" + to_hex({sim_id});
+}
+
 void Phone::answer_mode_requests(uint8_t mode, uint8_t result) {
-    modem.set_answer(228, "02 04 00 00 00 2F 02 04 00 00 00 E3 AA AA AA AA 7F 81 63 1B 02 04 00 00 00" +
-                              to_hex({result}) + "7F 06 06 02 04 AA AA AA AA 02 04 00 00 00" + to_hex({mode}) +
-                              "02 04 00 00 00 00");
+    modem.set_answer(c_set_mode, mode_answer(227, mode, result, sim_id));
+    modem.set_answer(c_set_sim_mode, mode_answer(229, mode, result, sim_id));
+}
+
+// The request ends with the mode's last byte, the head of an integer, and the SIM.
+void Phone::answer_mode_requests_as_asked() {
+    for (const uint8_t function : {c_set_mode, c_set_sim_mode}) {
+        modem.set_answer(function, [function](const Bytes& request) {
+            return mode_answer(static_cast<uint8_t>(function - 1), request[request.size() - 7], 0, request.back());
+        });
+    }
+}
+
+void Phone::leave_mode_requests_open() {
+    modem.set_answer(c_set_mode, ScriptedModem::Answer());
+    modem.set_answer(c_set_sim_mode, ScriptedModem::Answer());
 }
 
 void Phone::wait_radio_state(int state) {

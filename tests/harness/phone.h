@@ -5,6 +5,7 @@
 #include <telephony/ril.h>
 
 #include <atomic>
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <string>
@@ -15,13 +16,22 @@
 #include "tests/harness/fake_android.h"
 #include "tests/harness/scripted_modem.h"
 
-// Runs `body` in a process of its own, since the library starts once per process; its failures are the caller's test's.
+// Runs `body` in a process of its own, since the library starts once per process, and with a new phone; its failures
+// are the caller's test's.
 void in_own_process(const std::function<void()>& body);
+
+// Makes the phone as it comes out of the box: no property, no configuration file, no log, the modem's power state "ON".
+// Before this process touches its properties.
+void make_phone_new();
+
+// The radio log so far.
+std::string radio_log();
 
 class Phone {
 public:
     // Loads the library and calls RIL_Init with these arguments on a thread, which blocks there until the modem is up.
-    explicit Phone(std::vector<std::string> arguments = {});
+    // Without a daemon, modem.start() is the caller's.
+    explicit Phone(std::vector<std::string> arguments = {}, bool has_daemon = true);
     ~Phone();
     Phone(const Phone&) = delete;
     Phone& operator=(const Phone&) = delete;
@@ -31,22 +41,30 @@ public:
     void bring_up();
     // What the modem answers mode requests with from now on: that mode and result.
     void answer_mode_requests(uint8_t mode, uint8_t result = 0);
+    // The mode that was asked for, as a modem does.
+    void answer_mode_requests_as_asked();
+    void leave_mode_requests_open();
     void wait_radio_state(int state);  // fails the test after ten seconds
     bool initialised() const { return functions_ != nullptr; }
 
     // One request on the event thread; its token is its running number.
     RIL_Token request(int number, void* data, size_t length);
+    RIL_Token request(int number, int value) { return request(number, &value, sizeof(value)); }
     // Waits for its completion.
     FakeAndroid::Completion answer(RIL_Token token) { return android.wait_completion(token); }
 
     FakeAndroid& android = FakeAndroid::instance();
     ScriptedModem modem;
+    uint8_t sim_id = 0;  // in the modem's answers
     const RIL_RadioFunctions* ril();
+    // How long RIL_Init took, once it has returned.
+    std::chrono::steady_clock::duration init_time() const { return init_time_; }
 
 private:
     std::vector<std::string> arguments_;
     std::vector<char*> argv_;
     std::unique_ptr<ModemLinkServer> link_;
+    std::chrono::steady_clock::duration init_time_{};  // written before functions_
     std::atomic<const RIL_RadioFunctions*> functions_{nullptr};
     std::thread init_;
     uintptr_t next_token_ = 1;
@@ -54,3 +72,6 @@ private:
 
 // True once the condition holds, false after ten seconds.
 bool soon(const std::function<bool()>& condition);
+
+// An answer to a mode request, of the stack (function 227) or of the SIM (229).
+std::string mode_answer(uint8_t function, uint8_t mode, uint8_t result = 0, uint8_t sim_id = 0);

@@ -81,8 +81,20 @@ std::string to_hex(const Bytes& bytes) {
     return text;
 }
 
-ScriptedModem::ScriptedModem(uint8_t app_id) : app_id_(app_id) {
-    returns_[32] = {1249, {}};
+ScriptedModem::ScriptedModem(uint8_t app_id, bool starts) : app_id_(app_id) {
+    returns_[32] = {{1249}, {}};
+    unlink(c_marker);
+    if (starts) {
+        start();
+    }
+}
+
+ScriptedModem::~ScriptedModem() {
+    unlink(c_marker);
+    stop();
+}
+
+void ScriptedModem::start() {
     for (int i = 0; i < 3; ++i) {
         listeners_[i] = listen_at(c_paths[i]);
     }
@@ -98,15 +110,41 @@ ScriptedModem::ScriptedModem(uint8_t app_id) : app_id_(app_id) {
     fclose(marker);
 }
 
-ScriptedModem::~ScriptedModem() {
-    unlink(c_marker);
+void ScriptedModem::stop() {
+    if (!thread_.joinable()) {
+        return;
+    }
     (void)!write(stop_pipe_[1], "x", 1);
     thread_.join();
-    for (const int fd : {listeners_[0], listeners_[1], listeners_[2], stop_pipe_[0], stop_pipe_[1], send_, recv_}) {
-        if (fd >= 0) {
-            close(fd);
+    const std::lock_guard lock(lock_);
+    for (int* fd : {&listeners_[0], &listeners_[1], &listeners_[2], &stop_pipe_[0], &stop_pipe_[1], &send_, &recv_}) {
+        if (*fd >= 0) {
+            close(std::exchange(*fd, -1));
         }
     }
+    ++app_id_;
+}
+
+// One registration from its first byte to its last: "REGISTER", the id, two greetings, "DEREGISTER" and the id.
+void ScriptedModem::register_client() {
+    const int reg = accept(listeners_[0], nullptr, nullptr);
+    char text[16] = {};
+    if (recv(reg, text, 8, MSG_WAITALL) != 8 || memcmp(text, "REGISTER", 8) != 0) {
+        die("registration");
+    }
+    write_all(reg, {app_id_});
+    const int new_send = accept(listeners_[1], nullptr, nullptr);
+    write_all(new_send, {0});
+    const int new_recv = accept(listeners_[2], nullptr, nullptr);
+    write_all(new_recv, {0});
+    if (recv(new_send, text, 11, MSG_WAITALL) != 11 || memcmp(text, "DEREGISTER", 10) != 0) {
+        die("end of registration");
+    }
+    close(reg);
+    const std::lock_guard lock(lock_);
+    send_ = new_send;
+    recv_ = new_recv;
+    changed_.notify_all();
 }
 
 void ScriptedModem::serve() {
@@ -120,24 +158,7 @@ void ScriptedModem::serve() {
             return;
         }
         if (fds[1].revents != 0) {
-            // One registration from its first byte to its last: "REGISTER", the id, two greetings, "DEREGISTER" and id.
-            const int reg = accept(listeners_[0], nullptr, nullptr);
-            char text[16] = {};
-            if (recv(reg, text, 8, MSG_WAITALL) != 8 || memcmp(text, "REGISTER", 8) != 0) {
-                die("registration");
-            }
-            write_all(reg, {app_id_});
-            const int new_send = accept(listeners_[1], nullptr, nullptr);
-            write_all(new_send, {0});
-            const int new_recv = accept(listeners_[2], nullptr, nullptr);
-            write_all(new_recv, {0});
-            if (recv(new_send, text, 11, MSG_WAITALL) != 11 || memcmp(text, "DEREGISTER", 10) != 0) {
-                die("end of registration");
-            }
-            close(reg);
-            const std::lock_guard lock(lock_);
-            send_ = new_send;
-            recv_ = new_recv;
+            register_client();
             buffer.clear();
         }
         if (fds[2].fd >= 0 && fds[2].revents != 0) {
@@ -168,7 +189,11 @@ void ScriptedModem::answer(const Bytes& packet) {
     if (silent_.count(id) != 0) {
         return;
     }
-    const auto& [value, output] = returns_[id];
+    auto& [values, output] = returns_[id];
+    const int32_t value = values.empty() ? 0 : values.front();
+    if (values.size() > 1) {
+        values.erase(values.begin());
+    }
     Bytes reply = from_hex("02 04");
     put_word(reply, static_cast<uint32_t>(22 + output.size()));
     reply.insert(reply.end(), {2, 4});
@@ -178,8 +203,8 @@ void ScriptedModem::answer(const Bytes& packet) {
     put_word(reply, static_cast<uint32_t>(value));
     reply.insert(reply.end(), output.begin(), output.end());
     write_all(recv_, reply);
-    if (value == 0 && answers_.count(id) != 0) {
-        Bytes bytes = from_hex(answers_[id]);
+    if (value == 0 && answers_[id]) {
+        Bytes bytes = from_hex(answers_[id](packet));
         const Bytes place = {0xAA, 0xAA, 0xAA, 0xAA};
         for (auto at = std::search(bytes.begin(), bytes.end(), place.begin(), place.end()); at != bytes.end();
              at = std::search(at, bytes.end(), place.begin(), place.end())) {
@@ -191,7 +216,12 @@ void ScriptedModem::answer(const Bytes& packet) {
 
 void ScriptedModem::set_return(uint32_t id, int32_t value, const Bytes& output) {
     const std::lock_guard lock(lock_);
-    returns_[id] = {value, output};
+    returns_[id] = {{value}, output};
+}
+
+void ScriptedModem::set_returns(uint32_t id, std::vector<int32_t> values) {
+    const std::lock_guard lock(lock_);
+    returns_[id] = {std::move(values), {}};
 }
 
 void ScriptedModem::set_silent(uint32_t id, bool silent) {
@@ -204,8 +234,12 @@ void ScriptedModem::set_silent(uint32_t id, bool silent) {
 }
 
 void ScriptedModem::set_answer(uint32_t id, const std::string& hex) {
+    set_answer(id, [hex](const Bytes&) { return hex; });
+}
+
+void ScriptedModem::set_answer(uint32_t id, Answer answer) {
     const std::lock_guard lock(lock_);
-    answers_[id] = hex;
+    answers_[id] = std::move(answer);
 }
 
 void ScriptedModem::send(const std::string& hex) {
@@ -225,6 +259,11 @@ std::vector<uint32_t> ScriptedModem::received_ids() {
         ids.push_back(word(packet, 8));
     }
     return ids;
+}
+
+bool ScriptedModem::wait_registered() {
+    std::unique_lock lock(lock_);
+    return changed_.wait_for(lock, std::chrono::seconds(10), [&] { return recv_ >= 0; });
 }
 
 bool ScriptedModem::wait_for(uint32_t id, size_t count) {

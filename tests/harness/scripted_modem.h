@@ -4,6 +4,7 @@
 
 #include <condition_variable>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <mutex>
 #include <set>
@@ -19,19 +20,29 @@ std::string to_hex(const Bytes& bytes);
 
 class ScriptedModem {
 public:
-    // Listens on the phone's paths and puts the readiness marker. The client becomes application `app_id`.
-    explicit ScriptedModem(uint8_t app_id = 1);
+    // The client becomes application `app_id`, and the next higher one each time that the daemon was away.
+    explicit ScriptedModem(uint8_t app_id = 1, bool starts = true);
     ~ScriptedModem();
     ScriptedModem(const ScriptedModem&) = delete;
     ScriptedModem& operator=(const ScriptedModem&) = delete;
 
+    // The RPC daemon starts: it listens on the phone's paths and puts the readiness marker / it dies, which closes its
+    // connections and leaves marker and paths behind. What was set here holds on.
+    void start();
+    void stop();
+    bool wait_registered();  // until the client is there; false after ten seconds
+
     // The return of function `id`: its value, and bytes behind it (output parameters). Default 0, none; 1249 for the
     // version (32).
     void set_return(uint32_t id, int32_t value, const Bytes& output = {});
-    void set_silent(uint32_t id, bool silent);  // no return at all
+    void set_returns(uint32_t id, std::vector<int32_t> values);  // one after the other, then the last one for ever
+    void set_silent(uint32_t id, bool silent);                   // no return at all
     // Bytes that follow the return of `id`: an answer or indication, with the request's context id put in place of
     // "AA AA AA AA".
     void set_answer(uint32_t id, const std::string& hex);
+    // The same, made from the request's bytes; null for none.
+    using Answer = std::function<std::string(const Bytes& request)>;
+    void set_answer(uint32_t id, Answer answer);
 
     void send(const std::string& hex);
 
@@ -43,7 +54,13 @@ public:
     bool wait_for(uint32_t id, size_t count = 1);
 
 private:
+    struct Return {
+        std::vector<int32_t> values;
+        Bytes output;
+    };
+
     void serve();
+    void register_client();
     void answer(const Bytes& packet);
 
     int listeners_[3] = {-1, -1, -1};
@@ -54,8 +71,8 @@ private:
     std::thread thread_;
     std::mutex lock_;
     std::condition_variable changed_;
-    std::map<uint32_t, std::pair<int32_t, Bytes>> returns_;
-    std::map<uint32_t, std::string> answers_;
+    std::map<uint32_t, Return> returns_;
+    std::map<uint32_t, Answer> answers_;
     std::set<uint32_t> silent_;
     std::vector<Bytes> received_;
     std::map<uint32_t, size_t> counts_;

@@ -1,4 +1,5 @@
-// The process's sleeps take no time; they are counted instead.
+// The process's sleeps take no time; they are counted instead. A sleep of an hour or more is meant to last: it has no
+// end.
 #pragma once
 
 #include <cstdint>

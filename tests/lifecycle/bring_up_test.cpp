@@ -1,0 +1,157 @@
+// The start around its sequence: when it begins, what may go wrong on the way, and the emergency numbers it leaves.
+#include <cutils/properties.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "tests/lifecycle/lifecycle.h"
+
+namespace {
+
+using testing::HasSubstr;
+
+std::string property(const char* key) {
+    char value[PROPERTY_VALUE_MAX];
+    property_get(key, value, "");
+    return value;
+}
+
+TEST(BringUp, ModemUpBeforeTheRegistrationWaitsForIt) {
+    in_own_process([] {
+        Phone phone({}, false);
+        phone.answer_mode_requests(0);
+        phone.event(c_event_up);
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        EXPECT_FALSE(phone.initialised());
+        phone.modem.start();
+        ASSERT_TRUE(soon([&] { return phone.initialised(); }));
+        phone.wait_radio_state(RADIO_STATE_OFF);
+        EXPECT_EQ(phone.modem.received_ids(), c_start_ids);
+        for (const Bytes& packet : phone.modem.take_received()) {
+            EXPECT_EQ(to_hex(packet).substr(36, 8), "20 00 01") << to_hex(packet);
+        }
+    });
+}
+
+TEST(BringUp, ModemThatNeverComesUp) {
+    in_own_process([] {
+        Phone phone;
+        ASSERT_TRUE(phone.modem.wait_registered());
+        for (const uint32_t event : {c_event_reset, c_event_shutdown, 0x12345678U}) {
+            phone.event(event);
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        EXPECT_FALSE(phone.initialised());
+        EXPECT_TRUE(phone.modem.received_ids().empty());
+        EXPECT_TRUE(phone.android.unsolicited().empty());
+    });  // and the process ends all the same
+}
+
+TEST(BringUp, DownAsTheFirstEventTouchesNothing) {
+    in_own_process([] {
+        Phone phone;
+        ASSERT_TRUE(phone.modem.wait_registered());
+        phone.event(c_event_down);
+        phone.event(c_event_down);
+        phone.bring_up();
+        EXPECT_EQ(phone.android.unsolicited_numbers(), (std::vector<int>{1010, 1001, 1002, 1019, 1000}));
+        EXPECT_EQ(phone.answer(phone.request(RIL_REQUEST_RADIO_POWER, 1)).error, RIL_E_SUCCESS);  // no spoofing left
+    });
+}
+
+// Events that change nothing, and each of the others twice: one start, one end, one start.
+TEST(BringUp, OnlyChangesCount) {
+    in_own_process([] {
+        Phone phone;
+        const auto events = [&](const std::vector<uint32_t>& list) {
+            for (const uint32_t event : list) {
+                phone.event(event);
+            }
+        };
+        phone.bring_up();
+        events({c_event_up, c_event_reset, c_event_up, c_event_shutdown, c_event_up, 0, c_event_up});
+        events({c_event_down, c_event_down, c_event_shutdown, c_event_down, c_event_reset, c_event_up});
+        ASSERT_TRUE(soon([&] { return phone.android.unsolicited().size() >= 15; }));
+        EXPECT_EQ(phone.android.unsolicited_numbers(), (std::vector<int>{1010, 1001, 1002, 1019, 1000,     // up
+                                                                         1000, 1010, 1001, 1002, 1019,     // down
+                                                                         1010, 1001, 1002, 1019, 1000}));  // up
+        std::vector<uint32_t> two_starts = c_start_ids;
+        two_starts.insert(two_starts.end(), c_start_ids.begin(), c_start_ids.end());
+        EXPECT_EQ(phone.modem.received_ids(), two_starts);
+    });
+}
+
+// The RPC daemon dies in the middle of the start: all of it fails at once, nobody is parked, and the next start with
+// the next daemon is whole.
+TEST(BringUp, ModemThatDiesDuringTheStart) {
+    in_own_process([] {
+        Phone phone;
+        phone.answer_mode_requests(0);
+        phone.modem.set_silent(134, true);
+        phone.event(c_event_up);
+        ASSERT_TRUE(phone.modem.wait_for(134));
+        phone.modem.stop();
+        phone.event(c_event_down);
+        ASSERT_TRUE(soon([&] { return phone.initialised(); }));
+        phone.modem.set_silent(134, false);
+        phone.modem.start();
+        ASSERT_TRUE(phone.modem.wait_registered());
+        phone.modem.take_received();
+        phone.event(c_event_up);
+        phone.wait_radio_state(RADIO_STATE_OFF);
+        EXPECT_EQ(phone.modem.received_ids(), c_start_ids);
+        for (const Bytes& packet : phone.modem.take_received()) {
+            EXPECT_EQ(to_hex(packet).substr(36, 8), "20 00 02") << to_hex(packet);
+        }
+    });
+}
+
+// The modem stops answering: that costs one call's five seconds, and the rest of the start goes on.
+TEST(BringUp, ModemThatHangsDuringTheStart) {
+    in_own_process([] {
+        Phone phone;
+        phone.modem.set_silent(193, true);
+        phone.bring_up();
+        EXPECT_EQ(phone.modem.received_ids(), (std::vector<uint32_t>{32, 193, 231, 232, 228}));
+        phone.modem.set_silent(193, false);
+        restart(phone);
+        EXPECT_EQ(phone.modem.received_ids(), c_start_ids);
+    });
+}
+
+TEST(BringUp, EmergencyNumbersAreMergedIntoTheProperty) {
+    const std::string digits =
+        "1234567890123456789012345678901234567890123456789012345678901234567890123456789012345678";
+    ASSERT_EQ(digits.size(), 88U);
+    const struct {
+        std::string before, after;
+        bool full;
+    } cases[] = {
+        {"", "000,911,999,008,112,118,08,120,122,110,119", false},
+        {"112,911", "112,911,000,999,008,118,08,120,122,110,119", false},
+        {"1120", "1120,000,911,999,008,112,118,08,120,122,110,119", false},
+        {"000,911,999,008,112,118,08,120,122,110,119", "000,911,999,008,112,118,08,120,122,110,119", false},
+        {digits.substr(0, 85), digits.substr(0, 85) + ",000", true},
+        {digits.substr(0, 87), digits.substr(0, 87) + ",000", true},
+        {digits, digits, true},
+        {digits + "901", digits + "901", true},
+        // Full is full, also for a number that is there.
+        {"000," + digits.substr(0, 84), "000," + digits.substr(0, 84), true},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.before);
+        in_own_process([&] {
+            property_set("ril.ecclist", c.before.c_str());
+            property_set("ril.ecclist1", c.before.c_str());
+            Phone phone;
+            phone.bring_up();
+            for (int start = 0; start < 2; ++start) {
+                EXPECT_EQ(property("ril.ecclist"), c.after);
+                EXPECT_EQ(property("ril.ecclist1"), c.after);
+                EXPECT_EQ(radio_log().find("No memory left in the ril.ecclist1 buffer") != std::string::npos, c.full);
+                restart(phone);
+            }
+        });
+    }
+}
+
+}  // namespace
