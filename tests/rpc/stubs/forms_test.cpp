@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
+
 #include "rpc/multi-client/rpc-stubs/ril/codec.h"
 #include "rpc/multi-client/rpc-stubs/ril/entry_points.h"
 #include "rpc/multi-client/rpc-stubs/ril/stubs.h"
@@ -33,11 +35,12 @@ Bytes pack(const T& value) {
 // One record read from exactly `wire`, with its blocks.
 template <typename T>
 struct Read {
-    T value{};
+    T value;
     MemTable mem_table{};
     bool whole;
 
     explicit Read(const Bytes& wire) {
+        memset(&value, 0, sizeof(value));  // {} clears a union's first member only
         ExReadCursor cursor{wire.data(), wire.data() + wire.size(), false};
         whole = uta::unpack_record(uta::record_of<T>(), &value, cursor, mem_table) && cursor.next == cursor.end;
     }

@@ -234,6 +234,7 @@ static void unpack_case(std::span<const Field> fields, size_t at, uint8_t* memor
 static void unpack_elements(const Field& field, uint8_t* memory, ExReadCursor& cursor, MemTable& mem_table) {
     const Record& element = record_at(field.record);
     const uint64_t count = load_number(memory + field.aux, field.width);
+    store<void*>(memory + field.offset, nullptr);
     if (count == 0) {
         return;
     }
@@ -277,6 +278,7 @@ static void take_row(const Field& field, uint8_t* at, ExReadCursor& cursor) {
 }
 
 static void unpack_optional(const Field& field, uint8_t* at, ExReadCursor& cursor, MemTable& mem_table) {
+    store<void*>(at, nullptr);
     if (take_null(cursor)) {
         return;
     }
