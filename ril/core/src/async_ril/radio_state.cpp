@@ -7,7 +7,8 @@
 
 namespace {
 
-// Written on the RIL thread and on the modem event thread, never on both at once; read by the gate.
+// Written on the RIL thread and on the modem event thread, which has the last word at the modem's end; read by the
+// gate.
 std::array<std::atomic<RIL_RadioState>, 2> s_radio_state = {RADIO_STATE_UNAVAILABLE, RADIO_STATE_UNAVAILABLE};
 
 }  // namespace

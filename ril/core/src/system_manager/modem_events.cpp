@@ -87,9 +87,10 @@ void modem_down() {
     set_radio_state(ril_instance, RADIO_STATE_UNAVAILABLE);
     changeInState(ril_instance);
     resetInternalState();
+    // Until the RIL thread had ended, it may have taken a late answer of the modem for the radio's state.
+    set_radio_state(ril_instance, RADIO_STATE_UNAVAILABLE);
     if (is_platform_shutdown()) {
         RIL_TRACE(TRACE_EVENT, "%s, platform shutdown request\n", "mehHandler");
-        set_radio_state(ril_instance, RADIO_STATE_UNAVAILABLE);
         for (;;) {
             RIL_TRACE(TRACE_EVENT, "%s, sleep for ever\n", "mehHandler");
             sleep(10000);
