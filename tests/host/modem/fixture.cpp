@@ -4,7 +4,6 @@
 #include <poll.h>
 #include <signal.h>
 #include <sys/socket.h>
-#include <sys/un.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -13,10 +12,12 @@
 #include <sstream>
 #include <utility>
 
+#include "host/modem/unix_socket.h"
+
 namespace {
 
 // Longer than anything here takes; a test that runs into it has failed.
-constexpr int c_patience_ms = 20000;
+constexpr int c_patience_ms = 10000;
 
 bool readable(int fd) {
     pollfd waiting{fd, POLLIN, 0};
@@ -38,11 +39,14 @@ Bytes hex(const std::string& text) {
 
 // --- Connection ------------------------------------------------------------------------------------------------------
 
-Connection::Connection(const std::string& path) : fd_(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    path.copy(address.sun_path, sizeof(address.sun_path) - 1);
-    EXPECT_EQ(connect(fd_, reinterpret_cast<sockaddr*>(&address), sizeof(address)), 0) << path;
+Connection::Connection(const std::string& path) : fd_(connect_unix(path)) {
+    EXPECT_GE(fd_, 0) << path;
+}
+
+bool Connection::possible(const std::string& path) {
+    const int fd = connect_unix(path);
+    ::close(fd);
+    return fd >= 0;
 }
 
 Connection::~Connection() {

@@ -19,6 +19,7 @@ Bytes hex(const std::string& text);
 class Connection {
 public:
     explicit Connection(const std::string& path);
+    static bool possible(const std::string& path);
     ~Connection();
     Connection(Connection&& other) noexcept;
     Connection& operator=(Connection&& other) noexcept;

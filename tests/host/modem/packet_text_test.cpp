@@ -25,7 +25,7 @@ struct Case {
 const Case c_cases[] = {
     {"UtaMsCallCsAcceptCallReq",
      {"call_id=1"},
-     "020400000029 02040000002C 20000105 7F2C16 7F060602042000010 5 7F810003020101 020400000000"},
+     "020400000029 02040000002C 20000105 7F2C16 7F06060204 20000105 7F810003020101 020400000000"},
     {"UtaMsCallCsAcceptCallReq",
      {"sim_id=-1", "call_id.call_id=0xFE", "context_id=7"},
      "020400000029 02040000002C 20000105 7F2C16 7F0606020400000007 7F8100030201FE 0204FFFFFFFF"},
@@ -39,7 +39,7 @@ const Case c_cases[] = {
      " 7F835222 020400000001 7F834918 5508 02040000000A 020400000002 31323334FFFFFFFF 0000 020400000000"},
     {"UtaMsSimGenPinReq",
      {"activity_7.field_1=3"},
-     "020400000036 0204000000AF 20000105 7F812F22 7F06060204 20000105 7F83550F 020400000007 020100"
+     "02040000003A 0204000000AF 20000105 7F812F26 7F06060204 20000105 7F835513 020400000007 020100"
      " 7F835306 020400000003 020400000000"},
     // A null pointer, 16-bit elements in the order of memory, an enumeration's value by its name.
     {"UtaMsSimApduCmdReq",
@@ -92,7 +92,7 @@ TEST(PacketText, Mistakes) {
              Case{"UtaMsSimGenPinReq", {"param.field_1=-129"}, "bad number"},
              Case{"UtaMsSimGenPinReq", {"param.field_1="}, "has room for 1"},
              Case{"UtaMsSimGenPinReq", {"param.field_1[1]=1"}, "has room for 1"},
-             Case{"UtaMsSimGenPinReq", {"param=7"}, "param is a record"},
+             Case{"UtaMsSimGenPinReq", {"param=7"}, "no field param in UtaMsSimGenPinReq"},
              Case{"UtaMsSimGenPinReq", {"param=null", "param.field_1=1"}, "param is null"},
              Case{"UtaMsSimGenPinReq", {"verify.code1.code=313"}, "octets"},
              Case{"UtaMsSimGenPinReq", {"verify.code1.code=313233343536373839"}, "octets"},

@@ -34,11 +34,8 @@ TEST(Registration, WhatADeadDaemonLeftGivesWay) {
     EXPECT_EQ(first.end(SIGKILL), 128 + SIGKILL);
     EXPECT_TRUE(exists("/data/rpcd/rpcd.txt"));
     const ModemProcess second({}, ModemProcess::Wait::FOR_NOTHING);
-    // The dead one's marker says nothing, so this tries as a client does.
-    for (int i = 0; i < 1000 && exists("/data/rpcd/rpcd.txt"); ++i) {
-        usleep(1000);
-    }
-    while (!exists("/data/rpcd/rpcd.txt")) {
+    // The dead one's marker says nothing, so this tries until it is let in.
+    while (!Connection::possible("/data/rpc_recv")) {
         usleep(1000);
     }
     expect_served(Client());
