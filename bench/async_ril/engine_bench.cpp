@@ -14,7 +14,7 @@
 #include "ril/config/ril_config.h"
 #include "ril/core/src/async_ril/async_ril.h"
 #include "ril/core/src/async_ril/gate.h"
-#include "ril/core/src/sim/sim_status.h"
+#include "ril/core/src/sim/sim.h"
 #include "ril/core/src/system_manager/system_manager.h"
 #include "rpc/multi-client/rpc-stubs/ril/transport.h"
 

@@ -6,7 +6,7 @@
 
 #include "ril/config/ril_config.h"
 #include "ril/core/src/async_ril/gate.h"
-#include "ril/core/src/sim/sim_status.h"
+#include "ril/core/src/sim/sim.h"
 #include "ril/core/src/system_manager/system_manager.h"
 #include "rpc/multi-client/rpc-stubs/ril/transport.h"
 #include "tests/harness/fake_android.h"
@@ -61,7 +61,9 @@ int32_t module_exit() {
 
 void mehHandler(uint32_t) {}
 void modem_events_start() {}
-uint32_t RPCMakeContextId() { return 0x20AA01BB; }
+uint32_t RPCMakeContextId() {
+    return 0x20AA01BB;
+}
 uint32_t getLastModemEvent() {
     return Seams::instance().last_event;
 }

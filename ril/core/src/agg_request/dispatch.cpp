@@ -30,10 +30,18 @@ constexpr size_t c_requests = RIL_REQUEST_SET_UNSOL_CELL_INFO_LIST_RATE + 1;
 constexpr std::array<handler, c_requests> make_table() {
     std::array<handler, c_requests> table{};
     table.fill(not_supported);
+    table[RIL_REQUEST_GET_SIM_STATUS] = plain<ril_request_get_sim_status>;
     table[RIL_REQUEST_RADIO_POWER] = plain<ril_request_radio_power>;
     table[RIL_REQUEST_GET_IMEI] = ril_request_get_imei_imeisv_devid;
     table[RIL_REQUEST_GET_IMEISV] = ril_request_get_imei_imeisv_devid;
     table[RIL_REQUEST_DEVICE_IDENTITY] = ril_request_get_imei_imeisv_devid;
+    table[RIL_REQUEST_VOICE_REGISTRATION_STATE] = plain<ril_request_voice_registration_state>;
+    table[RIL_REQUEST_DATA_REGISTRATION_STATE] = plain<ril_request_data_registration_state>;
+    table[RIL_REQUEST_VOICE_RADIO_TECH] = plain<ril_request_voice_radio_tech>;
+    table[RIL_REQUEST_QUERY_NETWORK_SELECTION_MODE] = plain<ril_request_query_network_selection_mode>;
+    table[RIL_REQUEST_SET_NETWORK_SELECTION_AUTOMATIC] = plain<ril_request_set_network_selection_automatic>;
+    table[RIL_REQUEST_SET_NETWORK_SELECTION_MANUAL] = plain<ril_request_set_network_selection_manual>;
+    table[RIL_REQUEST_QUERY_AVAILABLE_NETWORKS] = plain<ril_request_query_available_networks>;
     table[RIL_REQUEST_SET_PREFERRED_NETWORK_TYPE] = plain<ril_request_set_preferred_network_type>;
     return table;
 }

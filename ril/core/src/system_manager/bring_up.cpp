@@ -11,6 +11,7 @@
 #include "ril/core/src/async_ril/async_ril.h"
 #include "ril/core/src/async_ril/radio_state.h"
 #include "ril/core/src/profile/profile.h"
+#include "ril/core/src/sim/sim.h"
 #include "ril/core/src/system_manager/modules.h"
 #include "ril/core/src/system_manager/radio_power.h"
 #include "ril/utils/trace.h"

@@ -13,7 +13,6 @@ void gprs_init(uint32_t sim_id);
 void net_module_init(uint32_t sim_id);
 void sms_mngr_init(uint32_t sim_id);
 void stk_module_init(uint32_t sim_id);
-void sim_module_init(uint32_t sim_id);
 void ss_module_init(uint32_t sim_id);
 void em_module_init(uint32_t sim_id);
 void sim_module_init_mailbox();
@@ -26,9 +25,6 @@ void gprs_exit();
 // on.
 void recovery_check_on_ril_init();
 void ril_recovery(uint32_t sim_id);
-
-// The radio is on. RIL thread.
-void sim_radio_is_on(uint32_t sim_id);
 
 // RIL thread.
 void ril_request_set_preferred_network_type(uint32_t sim_id, void* p_data, size_t data_len, RIL_Token token);

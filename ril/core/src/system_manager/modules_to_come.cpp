@@ -3,10 +3,8 @@
 
 [[gnu::weak]] void callmngr_module_init(uint32_t) {}
 [[gnu::weak]] void gprs_init(uint32_t) {}
-[[gnu::weak]] void net_module_init(uint32_t) {}
 [[gnu::weak]] void sms_mngr_init(uint32_t) {}
 [[gnu::weak]] void stk_module_init(uint32_t) {}
-[[gnu::weak]] void sim_module_init(uint32_t) {}
 [[gnu::weak]] void ss_module_init(uint32_t) {}
 [[gnu::weak]] void em_module_init(uint32_t) {}
 [[gnu::weak]] void sim_module_init_mailbox() {}
@@ -16,7 +14,6 @@
 [[gnu::weak]] void gprs_exit() {}
 [[gnu::weak]] void recovery_check_on_ril_init() {}
 [[gnu::weak]] void ril_recovery(uint32_t) {}
-[[gnu::weak]] void sim_radio_is_on(uint32_t) {}
 
 [[gnu::weak]] void ril_request_set_preferred_network_type(uint32_t, void*, size_t, RIL_Token token) {
     ril_request_complete(token, RIL_E_REQUEST_NOT_SUPPORTED, nullptr, 0);
