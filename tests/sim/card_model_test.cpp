@@ -1,0 +1,301 @@
+// The card's state against a small model of it, over random orders of events.
+#include <cutils/properties.h>
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <cstring>
+#include <random>
+
+#include "ril/core/src/async_ril/async_ril.h"
+#include "ril/core/src/async_ril/gate.h"
+#include "ril/core/src/async_ril/radio_state.h"
+#include "ril/core/src/net/net.h"
+#include "ril/core/src/sim/sim.h"
+#include "ril/core/src/sim/sim_to_come.h"
+#include "ril/core/src/system_manager/system_manager.h"
+#include "rpc/multi-client/rpc-stubs/ril/entry_points.h"
+#include "rpc/multi-client/rpc-stubs/ril/records.h"
+#include "tests/harness/fake_android.h"
+
+namespace {
+
+uint32_t s_attach_allowed = 1;
+uint32_t s_locked = 0;
+int s_hot_swaps = 0;
+
+}  // namespace
+
+// The rooms around the card.
+uint32_t net_attach_is_allowed(uint32_t) {
+    return s_attach_allowed;
+}
+void net_clear_modem_registration_state(uint32_t) {
+    ++s_hot_swaps;
+}
+uint32_t sim_lock_is_required(uint32_t) {
+    return s_locked;
+}
+void on_request_handler(uint32_t sim_id, int32_t, void*, size_t, RIL_Token token) {
+    sim_get_card_status(sim_id, static_cast<uint32_t>(qelril_get_free_ctxt_id(token)));
+}
+int32_t modem_init() {
+    return 0;
+}
+int32_t module_exit() {
+    return 0;
+}
+void mehHandler(uint32_t) {}
+void modem_events_start() {}
+uint32_t getLastModemEvent() {
+    return E_MODEM_UP;
+}
+uint32_t mmgr_get_spoof_command_state() {
+    return 0;
+}
+void handleRequestNoModem(uint32_t, int32_t, void*, size_t, RIL_Token) {}
+void saveNetPrefInfo(uint32_t, int32_t, void*, size_t, RIL_Token) {}
+int32_t ril_config_init(int, char**) {
+    return 0;
+}
+uint32_t RegisterRPCClient(void (*)(uint32_t)) {
+    return 0;
+}
+uint32_t RPCMakeContextId() {
+    return 0x20000100;
+}
+
+namespace {
+
+// What Android can see, by the rules for the card and nothing else.
+struct Model {
+    int state = 99;
+    bool pending = false, ready = false, removal = false, off = false;
+    int type = 0, chv1 = 0, chv2 = 0, ind = 0;
+    bool recovery_ready = false;
+    int told = 0;
+    int swaps = 0;
+
+    void set_state(int to) {
+        if (to != 3 && to == state) {
+            return;
+        }
+        if (to == 4) {
+            if (get_radio_state(0) == RADIO_STATE_UNAVAILABLE) {
+                return;
+            }
+            pending = false;
+        }
+        state = to;
+        ++told;
+    }
+    void forget() {
+        type = chv1 = chv2 = 0;
+        ready = false;
+    }
+    void card(int reset, int indicator) {
+        if (reset == 7 && indicator == 2) {
+            removal = true;
+            forget();
+            ++swaps;
+            set_state(3);
+        }
+        if ((reset == 0 || reset == 8) && indicator == 2) {
+            off = true;
+        }
+        if (reset == 0 && indicator == 3) {
+            off = removal = false;
+        }
+    }
+    void info(int indication, int app_class, int c1, int c2) {
+        ind = indication;
+        if (indication == 3) {
+            type = app_class == 255 ? 2 : 1;
+            const bool changed = c1 != chv1 || c2 != chv2;
+            chv1 = c1;
+            chv2 = c2;
+            set_state(c1 == 2 || c1 == 5 ? 2 : 3);
+            told += changed ? 1 : 0;
+            return;
+        }
+        forget();
+        if (removal) {
+            removal = false;
+            ++swaps;
+        } else {
+            set_state(off ? 99 : 2);
+        }
+    }
+    void init(bool good) {
+        ready = good;
+        if (!good) {
+            return;
+        }
+        recovery_ready = true;
+        if (s_attach_allowed == 1) {
+            set_state(4);
+        } else {
+            pending = true;
+        }
+    }
+    int status() const {
+        static constexpr int c_status[] = {0, 3, 2, 4, 0, 2, 0, 0, 1};
+        return type == 0 ? 0 : c_status[chv1];
+    }
+    void expect(const RIL_CardStatus_v6& card) const {
+        const int now = status();
+        const bool present = now >= 2;
+        ASSERT_EQ(card.card_state, present ? 1 : now == 0 && ind == 5 ? 2 : 0);
+        ASSERT_EQ(card.num_applications, present ? 1 : 0);
+        ASSERT_EQ(card.gsm_umts_subscription_app_index, present ? 0 : -1);
+        ASSERT_EQ(card.cdma_subscription_app_index, -1);
+        ASSERT_EQ(card.ims_subscription_app_index, -1);
+        ASSERT_EQ(card.universal_pin_state, 0);
+        if (!present) {
+            return;
+        }
+        const RIL_AppStatus& app = card.applications[0];
+        static constexpr int c_pin2[] = {0, 1, 3, 4, 5, 1, 0, 0, 0};
+        ASSERT_EQ(app.app_type, type == 2 ? 2 : 1);
+        ASSERT_EQ(app.pin2, c_pin2[chv2]);
+        const bool through = now == 2 || (now == 3 && ready && !recovery_ready);
+        const int app_state = now == 4                         ? 3
+                              : !through                       ? 2
+                              : s_locked == 1                  ? 4
+                              : now == 3                       ? 5
+                              : ready && s_attach_allowed == 1 ? 5
+                                                               : 1;
+        ASSERT_EQ(app.app_state, app_state);
+        ASSERT_EQ(app.pin1, now == 2 ? 3 : now == 3 ? 1 : 4);
+        if (now != 4) {
+            ASSERT_EQ(app.perso_substate, app_state == 4 ? 3 : 0);
+        }
+    }
+};
+
+class CardModel : public testing::Test {
+protected:
+    void SetUp() override {
+        s_rilenv = FakeAndroid::env();
+        struct sigaction action {};
+        action.sa_handler = qelril_signal_handler;
+        sigaction(SIGUSR1, &action, nullptr);
+        qelril_init();
+    }
+    void TearDown() override { qelril_destroy(); }
+
+    static int told() {
+        int count = 0;
+        for (const int number : FakeAndroid::instance().unsolicited_numbers()) {
+            count += number == RIL_UNSOL_RESPONSE_SIM_STATUS_CHANGED ? 1 : 0;
+        }
+        return count;
+    }
+    static RIL_CardStatus_v6 ask() {
+        FakeAndroid::instance().reset();
+        qelril_post_request(0, RIL_REQUEST_GET_SIM_STATUS, nullptr, 0, FakeAndroid::token(1));
+        const auto answer = FakeAndroid::instance().wait_completion(FakeAndroid::token(1));
+        RIL_CardStatus_v6 card{};
+        EXPECT_EQ(answer.error, RIL_E_SUCCESS);
+        EXPECT_EQ(answer.data.size(), sizeof(card));
+        memcpy(&card, answer.data.data(), std::min(answer.data.size(), sizeof(card)));
+        return card;
+    }
+};
+
+void random_event(std::mt19937& random, Model& model) {
+    const auto pick = [&](std::initializer_list<int> of) { return of.begin()[random() % of.size()]; };
+    switch (random() % 6) {
+        case 0: {
+            UtaSimCardInfoParam card{};
+            card.reset_type = pick({0, 1, 7, 8});
+            card.indicator = pick({1, 2, 3});
+            model.card(card.reset_type, card.indicator);
+            UtaMsSimCardIndCb(0, &card);
+            break;
+        }
+        case 1:
+        case 2: {
+            UtaSimInfoType info{};
+            info.sim_ind = pick({0, 3, 3, 3, 5});
+            info.app_class = static_cast<uint8_t>(pick({0, 254, 255}));
+            info.chv1_status = static_cast<int32_t>(random() % 9);
+            info.chv2_status = static_cast<int32_t>(random() % 9);
+            model.info(info.sim_ind, info.app_class, info.chv1_status, info.chv2_status);
+            UtaMsSimInfoIndCb(0, &info);
+            break;
+        }
+        case 3: {
+            UtaSimInitType init{};
+            init.init_result = pick({0, 1, 7});
+            init.imsi_len = static_cast<uint8_t>(random());  // a lie now and then
+            model.init(init.init_result != 0);
+            UtaMsSimInitIndCb(0, &init);
+            break;
+        }
+        case 4:
+            s_attach_allowed = random() % 2;
+            s_locked = random() % 4 == 0 ? 1 : 0;
+            UtaMsSimFullAccessIndCb(0);
+            break;
+        default:
+            set_radio_state(0, static_cast<RIL_RadioState>(pick({0, 1, 10, 10})));
+            break;
+    }
+}
+
+TEST_F(CardModel, RandomOrdersOfEvents) {
+    const uint32_t seed = std::random_device{}();
+    printf("seed %u\n", seed);
+    std::mt19937 random(seed);
+    for (int run = 0; run < 3000; ++run) {
+        Model model;
+        if (run > 0) {  // not touched by a start of the module
+            model.ready = sim_check_if_sim_is_ready(0) != 0;
+            UtaSimCardInfoParam clear{};
+            clear.indicator = 3;
+            UtaMsSimCardIndCb(0, &clear);
+        }
+        property_set("ril.recovery.0", "");
+        sim_module_init(0);
+        s_hot_swaps = 0;
+        const size_t steps = 1 + random() % 20;
+        for (size_t step = 0; step < steps; ++step) {
+            FakeAndroid::instance().reset();
+            model.told = 0;
+            random_event(random, model);
+            ASSERT_EQ(told(), model.told) << "run " << run << " step " << step;
+            ASSERT_EQ(get_sim_state(0), static_cast<uint32_t>(model.state)) << "run " << run << " step " << step;
+            ASSERT_EQ(is_sim_ready_pending(0) != 0, model.pending);
+            ASSERT_EQ(sim_check_if_sim_is_ready(0) != 0, model.ready);
+            ASSERT_EQ(sim_get_sim_status(0), model.status());
+            ASSERT_EQ(s_hot_swaps, model.swaps);
+            model.expect(ask());
+            ASSERT_FALSE(HasFatalFailure()) << "run " << run << " step " << step;
+        }
+    }
+    // Full access took and gave back a context each time.
+    for (int i = 0; i < 254; ++i) {
+        ASSERT_GE(qelril_get_free_ctxt_id(nullptr), 2);
+    }
+}
+
+TEST_F(CardModel, AFullTableOfContextsFailsTheRequest) {
+    for (int i = 0; i < 254; ++i) {
+        qelril_get_free_ctxt_id(nullptr);
+    }
+    UtaMsSimFullAccessIndCb(0);  // reads no file, and breaks nothing
+}
+
+TEST(ChvTexts, BothWays) {
+    for (int value = 0; value <= 7; ++value) {
+        EXPECT_EQ(sim_string_to_chv_value(sim_chv_value_to_string(value)), value);
+    }
+    for (const int value : {-1, 8, 255}) {
+        EXPECT_EQ(sim_chv_value_to_string(value), nullptr);
+    }
+    EXPECT_STREQ(sim_chv_value_to_string(7), "SIM_IN_CONTRADICTION_WITH_CHV_STATUS");
+    EXPECT_EQ(sim_string_to_chv_value("SIM_BLOCKED "), 0);
+    EXPECT_EQ(sim_string_to_chv_value(nullptr), 0);
+}
+
+}  // namespace
