@@ -31,7 +31,7 @@ template <typename T>
 T* make_data(Arguments& arguments, size_t count = 1) {
     T* data = arguments.make<T>(count);
     arguments.data = data;
-    arguments.length = count * sizeof(T);
+    arguments.length = std::span(data, count).size_bytes();
     return data;
 }
 

@@ -19,7 +19,8 @@ public:
     // `count` zeroed elements; the address of an empty array is no null pointer.
     template <typename T>
     T* make(size_t count = 1) {
-        blocks_.push_back(std::make_unique<std::byte[]>(count * sizeof(T)));
+        constexpr size_t c_size = sizeof(T);  // NOLINT(bugprone-sizeof-expression): T may be a pointer
+        blocks_.push_back(std::make_unique<std::byte[]>(count * c_size));
         return reinterpret_cast<T*>(blocks_.back().get());
     }
     char* make_text(std::string_view text);

@@ -197,8 +197,8 @@ int main(int argc, char** argv) {
     if (functions == nullptr || functions->onRequest == nullptr || functions->onStateRequest == nullptr) {
         die(options.library, "RIL_Init gives no functions");
     }
-    log->flow("%s: %s, version %d", options.library,
-              functions->getVersion != nullptr ? functions->getVersion() : "no name", functions->version);
+    log->say(Log::flow, options.library, ": ", functions->getVersion != nullptr ? functions->getVersion() : "no name",
+             ", version ", functions->version);
     s_loop->call_after({}, [functions] { s_server->start(functions); });
     events.join();
     return EXIT_SUCCESS;

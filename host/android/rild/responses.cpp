@@ -28,10 +28,11 @@ void put_record(ParcelWriter& parcel, const Record& record) {
 // A count, then each element, put by a function that says whether the element is in order.
 template <typename Element, typename Put>
 bool put_list(const void* data, size_t length, ParcelWriter& parcel, Put put) {
-    if (length % sizeof(Element) != 0 || (data == nullptr && length != 0)) {
+    constexpr size_t c_size = sizeof(Element);  // NOLINT(bugprone-sizeof-expression): it may be a pointer
+    if (length % c_size != 0 || (data == nullptr && length != 0)) {
         return false;
     }
-    const std::span elements(static_cast<const Element*>(data), length / sizeof(Element));
+    const std::span elements(static_cast<const Element*>(data), length / c_size);
     parcel.put_int32(static_cast<int32_t>(elements.size()));
     return std::all_of(elements.begin(), elements.end(),
                        [&](const Element& element) { return !parcel.too_large() && put(element); });

@@ -99,7 +99,7 @@ void Server::collect(std::vector<pollfd>& fds) {
     std::unique_lock hold(lock_);
     if (client_ && client_->output.state() == Output::State::overflown) {
         hold.unlock();
-        log_.error("the client reads nothing: hung up on it");
+        log_.say(Log::error, "the client reads nothing: hung up on it");
         drop_client();
         hold.lock();
     }
@@ -137,7 +137,7 @@ void Server::accept_client() {
         ++generation_;
         client_.emplace(Client{fd, Output(fd)});
     }
-    log_.flow("client %u is here", generation_);
+    log_.say(Log::flow, "client ", generation_, " is here");
     greet();
 }
 
@@ -151,7 +151,7 @@ void Server::greet() {
         if (put_unsolicited(number, data, length, parcel)) {
             const std::vector<uint8_t> message = parcel.take_message();
             greeting.insert(greeting.end(), message.begin(), message.end());
-            log_.flow("< %s", unsol_name(number).c_str());
+            log_.say(Log::flow, "< ", unsol_name(number));
         }
     };
     add(RIL_UNSOL_RIL_CONNECTED, &functions->version, sizeof(functions->version));
@@ -165,7 +165,7 @@ void Server::greet() {
 
 void Server::drop_client() {
     if (client_) {
-        log_.flow("client %u is gone", generation_);
+        log_.say(Log::flow, "client ", generation_, " is gone");
         const std::lock_guard hold(lock_);
         close(client_->fd);
         client_.reset();
@@ -212,19 +212,19 @@ void Server::handle(const MessageCutter::Message& message) {
     Request request;
     const Reading reading = read_request(message, request);
     if (reading == Reading::no_serial) {
-        log_.error("a message of %zu bytes has no serial: dropped", message.parcel.size());
+        log_.say(Log::error, "a message of ", message.parcel.size(), " bytes has no serial: dropped");
         return;
     }
     const std::string name = request_name(request.number);
-    log_.flow("[%d] > %s", request.serial, name.c_str());
+    log_.say(Log::flow, "[", request.serial, "] > ", name);
     if (reading == Reading::good) {
-        const RIL_Token token = open_token(request);
+        RIL_Token token = open_token(request);
         functions_.load(std::memory_order_relaxed)
             ->onRequest(request.number, request.arguments.data, request.arguments.length, token);
         return;
     }
     const bool unknown = reading == Reading::unknown;
-    log_.error("[%d] %s is %s", request.serial, name.c_str(), unknown ? "unknown" : "malformed");
+    log_.say(Log::error, "[", request.serial, "] ", name, " is ", unknown ? "unknown" : "malformed");
     respond({request.number, request.serial, generation_},
             unknown ? RIL_E_REQUEST_NOT_SUPPORTED : RIL_E_GENERIC_FAILURE, nullptr, 0);
 }
@@ -251,7 +251,7 @@ void Server::complete(RIL_Token token, RIL_Errno error, const void* data, size_t
         }
     }
     if (request.generation == 0) {
-        log_.error("token %p is completed, but isn't open", token);
+        log_.say(Log::error, "token ", token, " is completed, but isn't open");
         return;
     }
     respond(request, error, data, length);
@@ -273,8 +273,8 @@ void Server::respond(const Pending& request, RIL_Errno error, const void* data, 
         const Form form = form_of_request(request.number).response;
         const bool in_form = put_response(form, data, length, functions->version, parcel);
         if (!in_form || parcel.too_large()) {
-            log_.error("[%d] %s: the response of %zu bytes is %s", request.serial, name.c_str(), length,
-                       parcel.too_large() ? "too large" : "not in its form");
+            log_.say(Log::error, "[", request.serial, "] ", name, ": the response of ", length, " bytes is ",
+                     parcel.too_large() ? "too large" : "not in its form");
             error = error == RIL_E_SUCCESS ? RIL_E_GENERIC_FAILURE : error;
             parcel = start(error);
         }
@@ -285,8 +285,8 @@ void Server::respond(const Pending& request, RIL_Errno error, const void* data, 
         const std::lock_guard hold(lock_);
         sent = request.generation == generation_ && send_locked(message);
     }
-    log_.flow("[%d] < %s %s%s", request.serial, name.c_str(), named(name_of(c_error_names, error), error).c_str(),
-              sent ? "" : ", dropped: its client is gone");
+    log_.say(Log::flow, "[", request.serial, "] < ", name, " ", named(name_of(c_error_names, error), error),
+             sent ? "" : ", dropped: its client is gone");
 }
 
 // ---------------------------------------------------------------------------------------------------------------------
@@ -314,7 +314,7 @@ bool Server::put_unsolicited(int number, const void* data, size_t length, Parcel
         const char* why = form == Form::unknown ? "has no form"
                           : parcel.too_large()  ? "is too large"
                                                 : "is not in its form";
-        log_.error("%s of %zu bytes %s: dropped", unsol_name(number).c_str(), length, why);
+        log_.say(Log::error, unsol_name(number), " of ", length, " bytes ", why, ": dropped");
         return false;
     }
     return true;
@@ -337,7 +337,7 @@ void Server::unsolicited(int number, const void* data, size_t length) {
             nitz_ = std::move(message);
         }
     }
-    log_.flow("< %s%s", unsol_name(number).c_str(), sent ? "" : is_nitz ? ", kept for the next client" : ", no client");
+    log_.say(Log::flow, "< ", unsol_name(number), sent ? "" : is_nitz ? ", kept for the next client" : ", no client");
 }
 
 bool Server::send_locked(const std::vector<uint8_t>& message) {

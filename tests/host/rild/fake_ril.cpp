@@ -17,6 +17,7 @@
 #include <telephony/ril.h>
 #include <unistd.h>
 
+#include <array>
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
@@ -47,13 +48,14 @@ int s_fd = -1;
 std::atomic<int> s_state = RADIO_STATE_OFF;
 
 std::mutex s_lock;  // around all that follows
-std::condition_variable s_changed;
-std::string s_mode = "canned";
+// Not destroyed: the threads run while the process ends.
+auto& s_changed = *new std::condition_variable;
+std::string& s_mode = *new std::string("canned");
 size_t s_letters = 0;
 bool s_go = false;
 bool s_unpark = false;
-std::vector<Held> s_held;
-std::set<std::thread::id> s_threads;
+auto& s_held = *new std::vector<Held>;
+auto& s_threads = *new std::set<std::thread::id>;
 
 void say(const std::string& line) {
     if (s_fd >= 0) {
@@ -184,8 +186,8 @@ RIL_CardStatus_v6 make_card() {
     return card;
 }
 
-std::vector<RIL_CellInfo> make_cells() {
-    std::vector<RIL_CellInfo> cells(4);
+std::array<RIL_CellInfo, 4> make_cells() {
+    std::array<RIL_CellInfo, 4> cells = {};
     int next = 10;
     const auto fill = [&next](auto& part) {
         int values[sizeof(part) / sizeof(int)];
@@ -208,7 +210,7 @@ std::vector<RIL_CellInfo> make_cells() {
 }
 
 RIL_CardStatus_v6 s_card = make_card();
-std::vector<RIL_CellInfo> s_cell_infos = make_cells();
+std::array<RIL_CellInfo, 4> s_cell_infos = make_cells();
 
 struct Data {
     void* data = nullptr;
@@ -229,13 +231,10 @@ Data canned_response(int request) {
         return {s_text, 4};
     }
     const std::map<int, Data> c_others = {
-        {1, whole(s_card)},       {9, whole(s_calls)},
-        {19, whole(s_signal)},    {25, whole(s_sms)},
-        {26, whole(s_sms)},       {27, whole(s_data_call)},
-        {28, whole(s_sim_io)},    {33, whole(s_forwards)},
-        {57, whole(s_data_call)}, {59, whole(s_bytes)},
-        {75, whole(s_cells)},     {89, whole(s_configs)},
-        {107, whole(s_sim_io)},   {109, {s_cell_infos.data(), s_cell_infos.size() * sizeof(RIL_CellInfo)}},
+        {1, whole(s_card)},       {9, whole(s_calls)},        {19, whole(s_signal)}, {25, whole(s_sms)},
+        {26, whole(s_sms)},       {27, whole(s_data_call)},   {28, whole(s_sim_io)}, {33, whole(s_forwards)},
+        {57, whole(s_data_call)}, {59, whole(s_bytes)},       {75, whole(s_cells)},  {89, whole(s_configs)},
+        {107, whole(s_sim_io)},   {109, whole(s_cell_infos)},
     };
     const auto found = c_others.find(request);
     return found != c_others.end() ? found->second : whole(s_ints);
@@ -243,12 +242,9 @@ Data canned_response(int request) {
 
 Data canned_unsol(int number) {
     const std::map<int, Data> c_data = {
-        {1003, {s_text, 6}},           {1004, {s_text, 6}},
-        {1006, whole(s_strings)},      {1008, {s_text, 6}},
-        {1009, whole(s_signal)},       {1010, whole(s_data_call)},
-        {1011, whole(s_notification)}, {1013, {s_text, 6}},
-        {1014, {s_text, 6}},           {1021, whole(s_bytes)},
-        {1028, whole(s_bytes)},        {1036, {s_cell_infos.data(), s_cell_infos.size() * sizeof(RIL_CellInfo)}},
+        {1003, {s_text, 6}},     {1004, {s_text, 6}},        {1006, whole(s_strings)},      {1008, {s_text, 6}},
+        {1009, whole(s_signal)}, {1010, whole(s_data_call)}, {1011, whole(s_notification)}, {1013, {s_text, 6}},
+        {1014, {s_text, 6}},     {1021, whole(s_bytes)},     {1028, whole(s_bytes)},        {1036, whole(s_cell_infos)},
     };
     const auto found = c_data.find(number);
     return found != c_data.end() ? found->second : whole(s_ints);
@@ -326,7 +322,7 @@ struct Timers {
 };
 constexpr int c_threads = 4;
 constexpr int c_turns = 50;
-Timers s_timers;
+auto& s_timers = *new Timers;
 
 void on_timer(void* param) {
     auto* timer = static_cast<Timer*>(param);
@@ -356,6 +352,7 @@ void on_timer(void* param) {
 void arm_timers() {
     s_timers.armed.resize(size_t{c_threads} * c_turns);
     std::vector<std::thread> threads;
+    threads.reserve(c_threads);
     for (int thread = 0; thread < c_threads; ++thread) {
         threads.emplace_back([thread] {
             std::minstd_rand random(static_cast<unsigned>(thread + 1));

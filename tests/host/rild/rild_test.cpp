@@ -402,7 +402,8 @@ TEST(Rild, GreetsWithTheTimeThatFoundNoClient) {
         GreetedClient client;
         expect_nitz(client.message(), "12/11/24,10:00:00+04,0", start, kept);
         rild.tell("unsol 1008 newer");
-        expect_nitz(client.message(), "newer", kept, now());
+        const std::string newer = client.message();
+        expect_nitz(newer, "newer", kept, now());
         rild.tell("unsol 1008 null");
         EXPECT_EQ(unsol(1008, "n"), client.message().substr(0, 12));
         expect_served(rild, client);
