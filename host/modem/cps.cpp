@@ -64,6 +64,7 @@ void switch_stack(Modem& modem, uint32_t sim_id, int32_t mode) {
         const UtaCpsSetModeParams param{mode, 0, 0};
         modem.indicate<uta::row::UtaMsCpsSetModeIndCb>(sim_id, &param);
     }
+    modem.stack_switched(sim_id, stack.mode == c_stack_on, stack.sim_mode == c_sim_on);
 }
 
 int32_t set_mode(Modem& modem, const Caller& caller, uint32_t sim_id, int32_t mode, int32_t, uint32_t,
@@ -83,9 +84,11 @@ int32_t set_sim_mode(Modem& modem, const Caller& caller, uint32_t sim_id, int32_
         return c_refused;
     }
     modem.later(modem.settings.latency, [&modem, caller, sim_id, mode, context_id] {
-        s_stacks[sim_id].sim_mode = mode;
+        Stack& stack = s_stacks[sim_id];
+        stack.sim_mode = mode;
         modem.send<uta::row::UtaMsCpsSetSimModeRsp>(caller.client, caller.context_id, sim_id, mode, context_id,
                                                     c_success);
+        modem.stack_switched(sim_id, stack.mode == c_stack_on, stack.sim_mode == c_sim_on);
     });
     return c_success;
 }

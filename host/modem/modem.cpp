@@ -228,6 +228,14 @@ void Modem::later(Loop::Milliseconds delay, std::function<void()> work) {
     });
 }
 
+void Modem::stack_switched(uint32_t sim_id, bool stack_on, bool card_on) {
+    for (const Service& service : services_) {
+        if (service.stack_switched != nullptr) {
+            service.stack_switched(*this, sim_id, stack_on, card_on);
+        }
+    }
+}
+
 // --- From the clients ------------------------------------------------------------------------------------------------
 
 void Modem::take(ClientId client, const Bytes& packet) {

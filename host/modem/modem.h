@@ -80,6 +80,9 @@ public:
     // Runs `work` after `delay`, unless the modem loses its power before.
     void later(Loop::Milliseconds delay, std::function<void()> work);
 
+    // Tells the services of a stack's switches.
+    void stack_switched(uint32_t sim_id, bool stack_on, bool card_on);
+
     // A response or indication with the arguments of its row, to one client. Records are packed before this returns.
     template <typename Row, typename... Arguments>
     void send(ClientId client, uint32_t context_id, Arguments... arguments) {

@@ -1,8 +1,10 @@
 #include "host/modem/services.h"
 
+Service card_service();
 Service cps_service();
+Service net_service();
 Service sys_service();
 
 std::vector<Service> modem_services() {
-    return {cps_service(), sys_service()};
+    return {cps_service(), sys_service(), card_service(), net_service()};
 }

@@ -45,6 +45,8 @@ struct Service {
     std::vector<Command> commands;
     void (*forget)() = nullptr;           // at each loss of power: everything is as after the first start
     std::string (*describe)() = nullptr;  // its state in one line, for people
+    // A stack or its card was switched on or off, or found to be so again.
+    void (*stack_switched)(Modem& modem, uint32_t sim_id, bool stack_on, bool card_on) = nullptr;
 };
 
 std::vector<Service> modem_services();

@@ -1,0 +1,235 @@
+// The networks around the phone: registration with one of them, the search for all. A stack on the air with a good card
+// registers with the network of its card, or with another one abroad.
+#include <algorithm>
+#include <array>
+#include <charconv>
+
+#include "host/modem/modem.h"
+
+namespace {
+
+using Milliseconds = Loop::Milliseconds;
+
+// A network as the air shows it.
+struct Network {
+    uint16_t mcc;
+    uint16_t mnc;
+    bool three_digit_mnc;
+    int32_t rat;  // 1 GSM, 2 UMTS, 3 LTE
+    bool forbidden;
+    uint16_t lac;
+    uint32_t cell_id;
+};
+
+constexpr std::array<Network, 5> c_networks = {{
+    {262, 1, false, 2, false, 0x1A2B, 0x00ABCDEF},
+    {262, 1, false, 1, false, 0x1A2C, 0x00001234},
+    {262, 2, false, 2, false, 0x2B01, 0x00B00B1E},
+    {262, 3, false, 3, true, 0x3C01, 0x00C0FFEE},
+    {310, 260, true, 2, false, 0x4D01, 0x00D15EA5},
+}};
+constexpr size_t c_home = 0;
+
+constexpr int32_t c_registered = 0;
+constexpr int32_t c_no_service = 2;
+constexpr int32_t c_no_cause = 255;
+constexpr int32_t c_cause_not_allowed = 11;  // PLMN not allowed (3GPP TS 24.008, annex G.1)
+constexpr int32_t c_cause_conflict = 22;     // the other SIM has the radio
+constexpr int32_t c_status_unknown = 3;
+constexpr int32_t c_band_of_umts = 12;
+constexpr uint16_t c_scrambling_code = 321;
+
+constexpr Milliseconds c_search_time{60};
+constexpr Milliseconds c_scan_time{250};
+
+struct Stack {
+    bool on = false;
+    size_t network = c_home;  // registered there, or about to be
+    bool registered = false;
+};
+std::array<Stack, c_stacks> s_stacks;
+
+void fill(UtaNetRatPlmn& out, const Network& network) {
+    out.rat = network.rat;
+    out.plmn.mcc = network.mcc;
+    out.plmn.mnc = network.mnc;
+    out.plmn.three_digit_mnc = network.three_digit_mnc ? 1 : 0;
+}
+
+void report_registration(Modem& modem, uint32_t sim_id, int32_t status, int32_t cause) {
+    const Network& network = c_networks[s_stacks[sim_id].network];
+    UtaNetRegistrationInfoIndParam param{};
+    param.cs_status = status;
+    param.ps_status = status;
+    param.rej_cause = cause;
+    param.second_cause = cause;
+    param.band = c_band_of_umts;
+    param.roaming = s_stacks[sim_id].registered && network.mcc != c_networks[c_home].mcc ? 1 : 0;
+    fill(param.network, network);
+    param.lai.plmn = param.network.plmn;
+    param.lai.lac.lac = network.lac;
+    param.rai.lai = param.lai;
+    param.tai.plmn = param.network.plmn;
+    modem.indicate<uta::row::UtaMsNetRegistrationInfoIndCb>(sim_id, &param);
+}
+
+void report_cell(Modem& modem, uint32_t sim_id) {
+    const Network& network = c_networks[s_stacks[sim_id].network];
+    UtaNetCellInfoIndParam param{};
+    param.mcc = network.mcc;
+    param.mnc = network.mnc;
+    param.cell_id = network.cell_id;
+    param.lac = network.lac;
+    param.gprs = 1;
+    param.edge = network.rat == 1 ? 1 : 0;
+    param.hsdpa = network.rat == 2 ? 1 : 0;
+    param.rat = network.rat;
+    modem.indicate<uta::row::UtaMsNetCellInfoIndCb>(sim_id, &param);
+}
+
+void go_to(Modem& modem, uint32_t sim_id, size_t network) {
+    s_stacks[sim_id].network = network;
+    s_stacks[sim_id].registered = true;
+    report_cell(modem, sim_id);
+    report_registration(modem, sim_id, c_registered, c_no_cause);
+}
+
+// The index of a network that may be used; the number of networks for none. MCC 0xFFFF leaves the choice to the modem.
+size_t find_network(const UtaNetPlmn& wanted) {
+    if (wanted.mcc == 0xFFFF) {
+        return c_home;
+    }
+    const auto it = std::find_if(c_networks.begin(), c_networks.end(), [&](const Network& network) {
+        return network.mcc == wanted.mcc && network.mnc == wanted.mnc && !network.forbidden;
+    });
+    return static_cast<size_t>(it - c_networks.begin());
+}
+
+int32_t attach(Modem& modem, const Caller& caller, uint32_t sim_id, const UtaNetAttachReqParam* param,
+               uint32_t context_id) {
+    if (param == nullptr) {
+        return c_refused;
+    }
+    const size_t network = find_network(param->network.plmn);
+    modem.later(c_search_time, [&modem, caller, sim_id, network, context_id] {
+        if (network == c_networks.size()) {
+            UtaNetAttachRejParam rejection{};
+            rejection.reject_cause = c_cause_not_allowed;
+            modem.send<uta::row::UtaMsNetAttachRejCb>(caller.client, caller.context_id, sim_id, &rejection, context_id);
+            return;
+        }
+        go_to(modem, sim_id, network);
+        UtaNetAttachCnfParam confirmation{};
+        fill(confirmation.network, c_networks[network]);
+        modem.send<uta::row::UtaMsNetAttachCnfCb>(caller.client, caller.context_id, sim_id, &confirmation, context_id);
+    });
+    return c_success;
+}
+
+int32_t scan(Modem& modem, const Caller& caller, uint32_t sim_id, uint32_t context_id) {
+    modem.later(c_scan_time, [&modem, caller, sim_id, context_id] {
+        UtaNetScanResParam result{};
+        result.count = static_cast<int32_t>(c_networks.size());
+        for (size_t i = 0; i < c_networks.size(); ++i) {
+            fill(result.entries[i].network, c_networks[i]);
+            result.entries[i].forbidden = c_networks[i].forbidden ? 1 : 0;
+        }
+        modem.send<uta::row::UtaMsNetScanRspCb>(caller.client, caller.context_id, sim_id, &result, context_id);
+    });
+    return c_success;
+}
+
+int32_t attach_packet_service(Modem& modem, const Caller& caller, uint32_t sim_id, uint32_t context_id) {
+    modem.later(modem.settings.latency, [&modem, caller, sim_id, context_id] {
+        const UtaNetPsAttachResParam result{};
+        modem.send<uta::row::UtaMsNetPsAttachRspCb>(caller.client, caller.context_id, sim_id, &result, context_id);
+    });
+    return c_success;
+}
+
+int32_t signal_info(Modem& modem, const Caller& caller, uint32_t sim_id, uint32_t context_id) {
+    modem.later(modem.settings.latency, [&modem, caller, sim_id, context_id] {
+        UtaNetExtendedRadioSignalParam signal{};
+        signal.psc = c_scrambling_code;
+        modem.send<uta::row::UtaMsNetGetExtendedRadioSignalInfoRspCb>(caller.client, caller.context_id, sim_id, &signal,
+                                                                      context_id);
+    });
+    return c_success;
+}
+
+int32_t configure_receiver(Modem& modem, const Caller& caller, uint32_t sim_id,
+                           const UtaNetConfigureRxDiversityDarpParams*, uint32_t context_id) {
+    modem.later(modem.settings.latency, [&modem, caller, sim_id, context_id] {
+        modem.send<uta::row::UtaMsNetConfigureRxDiversityDarpIndCb>(caller.client, caller.context_id, sim_id, c_success,
+                                                                    context_id);
+    });
+    return c_success;
+}
+
+void stack_switched(Modem& modem, uint32_t sim_id, bool stack_on, bool) {
+    s_stacks[sim_id].on = stack_on;
+    if (!stack_on) {
+        s_stacks[sim_id] = {};
+        return;
+    }
+    modem.later(c_search_time, [&modem, sim_id] {
+        if (s_stacks[sim_id].on && !s_stacks[sim_id].registered) {
+            go_to(modem, sim_id, c_home);
+        }
+    });
+}
+
+std::string network_command(Modem& modem, const std::vector<std::string>& arguments) {
+    const std::string what = arguments.empty() ? "" : arguments[0];
+    const uint32_t sim_id = arguments.size() > 1 && arguments.back() == "1" ? 1 : 0;
+    if (what == "lost") {
+        s_stacks[sim_id].registered = false;
+        report_registration(modem, sim_id, c_no_service, c_no_cause);
+        return "";
+    }
+    if (what == "conflict") {
+        report_registration(modem, sim_id, c_status_unknown, c_cause_conflict);
+        return "";
+    }
+    unsigned plmn = 0;
+    const auto [end, error] = std::from_chars(what.data(), what.data() + what.size(), plmn);
+    if (error == std::errc() && end == what.data() + what.size() && (what.size() == 5 || what.size() == 6)) {
+        const unsigned factor = what.size() == 5 ? 100 : 1000;
+        for (size_t i = 0; i < c_networks.size(); ++i) {
+            if (c_networks[i].mcc == plmn / factor && c_networks[i].mnc == plmn % factor) {
+                go_to(modem, sim_id, i);
+                return "";
+            }
+        }
+        return "no such network here: " + what;
+    }
+    return "wants a network such as 26201, lost or conflict";
+}
+
+std::string describe() {
+    std::string text;
+    for (size_t i = 0; i < s_stacks.size(); ++i) {
+        const Network& network = c_networks[s_stacks[i].network];
+        text += (i == 0 ? "stack " : ", stack ") + std::to_string(i);
+        text += s_stacks[i].registered ? " at " + std::to_string(network.mcc) + " " + std::to_string(network.mnc)
+                                       : " not registered";
+    }
+    return text;
+}
+
+}  // namespace
+
+Service net_service() {
+    using namespace uta::row;
+    return {.name = "net",
+            .functions = {serve<UtaMsNetAttachReq, attach>(), serve<UtaMsNetScanReq, scan>(),
+                          serve<UtaMsNetPsAttachReq, attach_packet_service>(),
+                          serve<UtaMsNetGetExtendedRadioSignalInfoReq, signal_info>(),
+                          serve<UtaMsNetConfigureRxDiversityDarp, configure_receiver>()},
+            .commands = {{"network", "PLMN|lost|conflict [0|1]",
+                          "a stack moves to the network (26201, 26202, 310260), loses it, or meets the other SIM",
+                          network_command}},
+            .forget = [] { s_stacks = {}; },
+            .describe = describe,
+            .stack_switched = stack_switched};
+}
