@@ -1,5 +1,6 @@
 #include "tests/rpc/transport/fixture.h"
 
+#include <poll.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
@@ -61,7 +62,7 @@ int clock_gettime(clockid_t clock, timespec* time) noexcept {
 
 int setsockopt(int fd, int level, int name, const void* value, socklen_t length) noexcept {
     const timeval brief{0, 200000};
-    const void* used = name == SO_RCVTIMEO || name == SO_SNDTIMEO ? &brief : value;
+    const void* used = name == SO_RCVTIMEO && static_cast<const timeval*>(value)->tv_sec != 0 ? &brief : value;
     return static_cast<int>(syscall(SYS_setsockopt, fd, level, name, used, length));
 }
 
@@ -206,6 +207,11 @@ void FakeDaemon::listen_all() {
 void FakeDaemon::put_marker() {
     mkdir("/data/rpcd", 0755);
     std::ofstream("/data/rpcd/rpcd.txt") << "up";
+}
+
+bool FakeDaemon::knocked() const {
+    pollfd state{listener_[REG], POLLIN, 0};
+    return poll(&state, 1, 0) == 1;
 }
 
 void FakeDaemon::admit(uint8_t app_id, Step last, bool silent) {

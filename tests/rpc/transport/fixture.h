@@ -43,6 +43,7 @@ public:
 
     void listen_all();
     static void put_marker();
+    bool knocked() const;  // a client waits for its registration
 
     // Steps of a registration at which the daemon can go wrong.
     enum Step { ACCEPT_REG, REPLY, ID_ZERO, GREET_SEND, GREET_RECV, FAREWELL, DONE };

@@ -38,14 +38,21 @@ enum LinkState : uint32_t {
     LINK_LOST = 2,  // registering again
 };
 
-// Written with SynchSemLock held by RegisterRPCClient and then by the RPC receive thread. Relaxed: who acts on it reads
-// it again under the lock.
+// Covers the taking of a slot and the sending of its packet, so that among calls of one function and one context the
+// order of the slots is the order of the packets. Nobody sleeps under it. It is not the lock of the slots: the daemon
+// may answer before a sender that was preempted in send() runs again, and the RPC receive thread must not wait for
+// that. Taken before SynchSemLock.
+pthread_mutex_t s_send_lock = PTHREAD_MUTEX_INITIALIZER;
+
+// Written with s_send_lock held, together with s_sockets, by RegisterRPCClient and then by the RPC receive thread.
+// Relaxed: without a connection there are no sockets to send on, whatever a sender saw here.
 std::atomic<uint32_t> send_rpc_data{LINK_NOT_YET};
 
 // Written by RegisterRPCClient and by the RPC receive thread. Relaxed: the word stands for itself.
 std::atomic<uint32_t> RpcClientIndex{0};
 
-// Guarded by SynchSemLock, so that no packet goes to a descriptor that was closed and taken by another file.
+// None without a connection. Guarded by s_send_lock, so that no packet goes to a descriptor that was closed and taken
+// by another file.
 RpcSockets s_sockets;
 
 std::array<uint8_t, MAX_RECV_BUFF_SIZE> recv_msgq_buffer;  // RPC receive thread
@@ -77,7 +84,7 @@ void give_up_connection() {
     shutdown(s_sockets.recv_intf_id, SHUT_RDWR);
 }
 
-// With SynchSemLock held, so it must not sleep: a daemon that leaves some two hundred packets unread makes the socket
+// With s_send_lock held, so it must not sleep: a daemon that leaves some two hundred packets unread makes the socket
 // refuse the next one, and that send has failed. True when the whole packet is on the socket.
 bool send_packet(std::span<const uint8_t> packet) {
     const int fd = s_sockets.send_intf_id;
@@ -88,6 +95,7 @@ bool send_packet(std::span<const uint8_t> packet) {
     }
     if ((state.revents & (POLLERR | POLLHUP | POLLNVAL)) != 0) {
         RPC_LOG_ERROR("SOCKET NOT WRITTEN\n");
+        give_up_connection();
         return false;
     }
     const ssize_t sent = send(fd, packet.data(), packet.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
@@ -103,20 +111,31 @@ bool send_packet(std::span<const uint8_t> packet) {
     return false;
 }
 
+// Takes a slot and sends: the slot, or none when the call has failed.
+uint32_t send_call(uint32_t id, uint32_t context_id, std::span<const uint8_t> packet) {
+    const SysMutexHold hold(s_send_lock);
+    uint32_t slot = c_synch_sem_count;
+    {
+        const SysMutexHold slots(SynchSemLock);
+        slot = RPCCreateSemaphore(id, context_id);
+    }
+    if (slot != c_synch_sem_count && !send_packet(packet)) {
+        const SysMutexHold slots(SynchSemLock);
+        RPCDeleteSemaphore(slot);
+        return c_synch_sem_count;
+    }
+    return slot;
+}
+
 // --- The RPC threads -------------------------------------------------------------------------------------------------
 
 // One read of the receive socket. False when the connection is gone.
 //
-// The registration socket is not watched: nothing travels on it, and a daemon may well close it after the exchange.
+// The other two sockets are not watched: a second system call for each packet is more than a call's share of time that
+// the library may take, and a daemon that dies closes all three. When only the send socket is closed, the next packet
+// finds out and ends the connection. Nothing travels on the registration socket after the exchange, and a daemon may
+// well close it.
 bool receive_packets() {
-    // This thread alone changes s_sockets once it runs.
-    std::array<pollfd, 2> sockets = {{{s_sockets.recv_intf_id, POLLIN, 0}, {s_sockets.send_intf_id, 0, 0}}};
-    if (poll(sockets.data(), sockets.size(), -1) < 0) {
-        return errno == EINTR;
-    }
-    if (sockets[0].revents == 0) {
-        return sockets[1].revents == 0;
-    }
     const ssize_t received = recv(s_sockets.recv_intf_id, recv_msgq_buffer.data(), recv_msgq_buffer.size(), 0);
     if (received < 0) {
         const int error = errno;
@@ -149,9 +168,10 @@ uint32_t base_context_id(uint8_t app_id) {
 // From here until the client is registered again, every synchronous call fails at once.
 void connection_lost() {
     RPC_LOG_ERROR("%s: the RPC daemon is gone\n", __func__);
-    const SysMutexHold hold(SynchSemLock);
+    const SysMutexHold hold(s_send_lock);
     send_rpc_data.store(LINK_LOST, std::memory_order_relaxed);
     RpcCloseSockets(s_sockets);
+    const SysMutexHold slots(SynchSemLock);
     RPCFailAllSemaphores();
 }
 
@@ -163,7 +183,7 @@ void connect_again() {
     const uint8_t app_id = register_until_accepted(sockets);
     RPC_LOG_ERROR("%s: registered again, application id %u\n", __func__, app_id);
     RPCSetClientId(base_context_id(app_id));
-    const SysMutexHold hold(SynchSemLock);
+    const SysMutexHold hold(s_send_lock);
     s_sockets = sockets;
     send_rpc_data.store(LINK_UP, std::memory_order_relaxed);
 }
@@ -218,17 +238,17 @@ uint8_t connect_first() {
     const uint8_t app_id = register_until_accepted(sockets);
     RPCSetClientId(base_context_id(app_id));
     {
-        const SysMutexHold hold(SynchSemLock);
+        const SysMutexHold hold(s_send_lock);
         s_sockets = sockets;
     }
     if (!start_threads()) {
         RPC_LOG_ERROR("%s--: RPCMsgQThread creation Failed \n", "RegisterRPCClient");
-        const SysMutexHold hold(SynchSemLock);
+        const SysMutexHold hold(s_send_lock);
         RpcCloseSockets(s_sockets);
         return 0;
     }
     wait_until_posted(sock_wait);
-    const SysMutexHold hold(SynchSemLock);
+    const SysMutexHold hold(s_send_lock);
     // The RPC receive thread may have lost the connection already.
     if (send_rpc_data.load(std::memory_order_relaxed) == LINK_NOT_YET) {
         send_rpc_data.store(LINK_UP, std::memory_order_relaxed);
@@ -262,10 +282,8 @@ int AppSendPackedData(const uint8_t* packet, size_t length) {
         return 0;
     }
     linger_before_connection();
-    const SysMutexHold hold(SynchSemLock);
-    if (send_rpc_data.load(std::memory_order_relaxed) != LINK_LOST) {
-        send_packet({packet, length});
-    }
+    const SysMutexHold hold(s_send_lock);
+    send_packet({packet, length});
     return 1;
 }
 
@@ -276,27 +294,11 @@ int RPCSynchronousCall(uint32_t id, uint32_t context_id, std::span<const uint8_t
         return 0;
     }
     linger_before_connection();
-    uint32_t slot = c_synch_sem_count;
-    {
-        const SysMutexHold hold(SynchSemLock);
-        if (send_rpc_data.load(std::memory_order_relaxed) == LINK_LOST) {
-            return 0;
-        }
-        slot = RPCCreateSemaphore(id, context_id);
-        if (slot == c_synch_sem_count) {
-            return 0;
-        }
-        if (!send_packet(packet)) {
-            RPCDeleteSemaphore(slot);
-            return 0;
-        }
+    const uint32_t slot = send_call(id, context_id, packet);
+    if (slot == c_synch_sem_count) {
+        return 0;
     }
-    RPCWaitOnSemaphore(slot);
-    const SysMutexHold hold(SynchSemLock);
-    // A return that came while the wait was ending still counts. One that comes later finds no slot.
-    ret = RPCGetSyncBuffer(slot);
-    RPCDeleteSemaphore(slot);
-    return ret.body != nullptr ? 1 : 0;
+    return RPCWaitOnSemaphore(slot, ret);
 }
 
 int32_t RemRpcGetRemoteVerInfo() {

@@ -16,7 +16,8 @@ constexpr int32_t c_rpc_version = 1249;           // generator version of this c
 // good. Runs once per process, on the thread of RIL_Init; blocks until the daemon is there.
 uint32_t RegisterRPCClient(void (*handler)(uint32_t event));
 
-// The process-wide default context id. Any thread.
+// The process-wide default context id. It changes when the daemon was gone and gave the client another application id;
+// until then, from the daemon's end on, every synchronous call fails at once. Any thread.
 void RPCSetClientId(uint32_t context_id);
 uint32_t RPCMakeContextId();
 
@@ -33,7 +34,9 @@ void RPCReleaseReturn(RpcReturn& ret);
 
 // One synchronous exchange: takes a slot, sends the packet, waits at most 5 seconds for the return of the function
 // `id` that carries `context_id`. 1 with `ret` filled, 0 when no slot was free, the connection is down, the wait ended
-// or the thread is told to end. Any thread; two threads in the same function each get their own return.
+// or the thread is told to end. Any thread; two threads in the same function each get their own return: by the context
+// id and, within one context, in the order of their packets. When a call timed out, its late return serves a younger
+// call of the same function and context, if one waits by then; nothing in a packet tells them apart.
 int RPCSynchronousCall(uint32_t id, uint32_t context_id, std::span<const uint8_t> packet, RpcReturn& ret);
 
 // The peer's generator version, or -99. Any thread.

@@ -39,14 +39,20 @@ constexpr size_t c_inotify_read_max = 32768;
 // next one has new sockets.
 constexpr timeval c_step_timeout = {5, 0};
 
+constexpr timeval c_no_timeout = {0, 0};
+
+void limit_receive(int fd, const timeval& timeout) {
+    setsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &timeout, sizeof(timeout));
+}
+
 int open_socket(const char* name) {
     const int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
     if (fd < 0) {
         RPC_LOG_ERROR("%s- socket error error=%d\n", name, errno);
         return -1;
     }
-    setsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &c_step_timeout, sizeof(c_step_timeout));
-    setsockopt(fd, SOL_SOCKET, SO_SNDTIMEO, &c_step_timeout, sizeof(c_step_timeout));
+    limit_receive(fd, c_step_timeout);
+    setsockopt(fd, SOL_SOCKET, SO_SNDTIMEO, &c_step_timeout, sizeof(c_step_timeout));  // connect() too
     return fd;
 }
 
@@ -127,7 +133,11 @@ uint8_t exchange(const RpcSockets& sockets) {
     std::array<char, c_deregister.size() + 1> farewell{};
     memcpy(farewell.data(), c_deregister.data(), c_deregister.size());
     farewell.back() = static_cast<char>(app_id);
-    return send_message(sockets.send_intf_id, farewell) ? app_id : 0;
+    if (!send_message(sockets.send_intf_id, farewell)) {
+        return 0;
+    }
+    limit_receive(sockets.recv_intf_id, c_no_timeout);
+    return app_id;
 }
 
 // One read of the watch. Any event ends the wait.

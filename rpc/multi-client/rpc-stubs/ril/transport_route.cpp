@@ -41,17 +41,20 @@ void route_return(uint32_t id, std::span<const uint8_t> body) {
     }
     memcpy(ret.body, body.data(), body.size());
 
+    uint32_t slot = c_synch_sem_count;
     {
         const SysMutexHold hold(SynchSemLock);
-        const uint32_t slot = RPCGetSemaphoreId(id, context_id);
+        slot = RPCGetSemaphoreId(id, context_id);
         if (slot != c_synch_sem_count) {
             RPCSetSyncBuffer(slot, ret);
-            RPCReleaseSemaphore(slot);
-            return;
         }
     }
-    RPC_LOG_ERROR("%s: sem_index is MAX\n", __func__);
-    RPCReleaseReturn(ret);
+    if (slot == c_synch_sem_count) {
+        RPC_LOG_ERROR("%s: sem_index is MAX\n", __func__);
+        RPCReleaseReturn(ret);
+        return;
+    }
+    RPCReleaseSemaphore(slot);
 }
 
 void route_packet(uint32_t index, std::span<const uint8_t> body) {

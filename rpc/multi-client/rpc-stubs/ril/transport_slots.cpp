@@ -15,44 +15,79 @@ struct SynchSem {
     sem_t semaphore;
     int32_t id = c_free_slot;
     uint32_t context_id = 0;
-    uint64_t order = 0;     // rises with each call
-    bool released = false;  // the caller was woken: no return belongs to this call any more
+    uint64_t order = 0;    // rises with each call
+    bool settled = false;  // the return is here, or the call has failed: no return belongs to it any more
     RpcReturn sync_buffer{};
 };
 
-// Guarded by SynchSemLock, but for the semaphore of a taken slot, on which its caller sleeps.
+// Guarded by SynchSemLock, but for the semaphores. Those live as long as the process: a post may come behind the end of
+// its call, and then does no more than wake the slot's next caller once in vain.
 std::array<SynchSem, c_synch_sem_count> SynchSemList;
+bool is_first_time = true;
 uint64_t s_call_order = 0;
+
+bool init_semaphores() {
+    for (SynchSem& entry : SynchSemList) {
+        if (sem_init(&entry.semaphore, 0, 0) != 0) {
+            return false;
+        }
+    }
+    return true;
+}
 
 }  // namespace
 
 uint32_t RPCCreateSemaphore(uint32_t id, uint32_t context_id) {
-    for (uint32_t slot = 0; slot < c_synch_sem_count; slot++) {
-        SynchSem& entry = SynchSemList[slot];
-        if (entry.id != c_free_slot) {
-            continue;
-        }
-        if (sem_init(&entry.semaphore, 0, 0) != 0) {
+    if (is_first_time) {
+        if (!init_semaphores()) {
             return c_synch_sem_count;
         }
-        entry.id = static_cast<int32_t>(id);
-        entry.context_id = context_id;
-        entry.order = s_call_order++;
-        entry.released = false;
-        return slot;
+        is_first_time = false;
+    }
+    for (uint32_t slot = 0; slot < c_synch_sem_count; slot++) {
+        SynchSem& entry = SynchSemList[slot];
+        if (entry.id == c_free_slot) {
+            entry.id = static_cast<int32_t>(id);
+            entry.context_id = context_id;
+            entry.order = s_call_order++;
+            entry.settled = false;
+            return slot;
+        }
     }
     return c_synch_sem_count;
 }
 
-int RPCWaitOnSemaphore(uint32_t slot) {
-    return sys_rpc_sem_wait(&SynchSemList[slot].semaphore) == 0 ? 1 : 0;
+int RPCDeleteSemaphore(uint32_t slot) {
+    SynchSem& entry = SynchSemList[slot];
+    if (entry.id == c_free_slot) {
+        return 0;
+    }
+    RPCReleaseReturn(entry.sync_buffer);
+    entry.id = c_free_slot;
+    return 1;
+}
+
+int RPCWaitOnSemaphore(uint32_t slot, RpcReturn& ret) {
+    SynchSem& entry = SynchSemList[slot];
+    for (;;) {
+        const bool posted = sys_rpc_sem_wait(&entry.semaphore) == 0;
+        const SysMutexHold hold(SynchSemLock);
+        if (posted && !entry.settled) {
+            continue;  // meant for the slot's previous caller
+        }
+        // A return that came while the wait was ending still counts. One that comes later finds no slot.
+        ret = entry.sync_buffer;
+        entry.sync_buffer = {};
+        RPCDeleteSemaphore(slot);
+        return ret.body != nullptr ? 1 : 0;
+    }
 }
 
 uint32_t RPCGetSemaphoreId(uint32_t id, uint32_t context_id) {
     uint32_t found = c_synch_sem_count;
     for (uint32_t slot = 0; slot < c_synch_sem_count; slot++) {
         const SynchSem& entry = SynchSemList[slot];
-        if (entry.id == static_cast<int32_t>(id) && entry.context_id == context_id && !entry.released &&
+        if (entry.id == static_cast<int32_t>(id) && entry.context_id == context_id && !entry.settled &&
             (found == c_synch_sem_count || entry.order < SynchSemList[found].order)) {
             found = slot;
         }
@@ -62,36 +97,20 @@ uint32_t RPCGetSemaphoreId(uint32_t id, uint32_t context_id) {
 
 void RPCSetSyncBuffer(uint32_t slot, RpcReturn ret) {
     SynchSemList[slot].sync_buffer = ret;
+    SynchSemList[slot].settled = true;
 }
 
 void RPCReleaseSemaphore(uint32_t slot) {
-    SynchSemList[slot].released = true;
     sys_rpc_sem_signal(&SynchSemList[slot].semaphore);
 }
 
 void RPCFailAllSemaphores() {
     for (uint32_t slot = 0; slot < c_synch_sem_count; slot++) {
-        if (SynchSemList[slot].id != c_free_slot && !SynchSemList[slot].released) {
+        if (SynchSemList[slot].id != c_free_slot && !SynchSemList[slot].settled) {
+            SynchSemList[slot].settled = true;
             RPCReleaseSemaphore(slot);
         }
     }
-}
-
-RpcReturn RPCGetSyncBuffer(uint32_t slot) {
-    const RpcReturn ret = SynchSemList[slot].sync_buffer;
-    SynchSemList[slot].sync_buffer = {};
-    return ret;
-}
-
-int RPCDeleteSemaphore(uint32_t slot) {
-    SynchSem& entry = SynchSemList[slot];
-    if (entry.id == c_free_slot) {
-        return 0;
-    }
-    RPCReleaseReturn(entry.sync_buffer);
-    sys_rpc_sem_free(&entry.semaphore);
-    entry.id = c_free_slot;
-    return 1;
 }
 
 void RPCReleaseReturn(RpcReturn& ret) {

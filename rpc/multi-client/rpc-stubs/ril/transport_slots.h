@@ -1,9 +1,8 @@
 // The slots of synchronous calls. A caller takes one, sends, and sleeps on its semaphore until the RPC receive thread
 // leaves the return there.
 //
-// Every function but RPCWaitOnSemaphore is called with SynchSemLock held. Who takes a slot keeps the lock until the
-// packet is on the socket, so that among calls of one function and one context the order of the slots is the order of
-// the packets. Nobody sleeps under the lock: the RPC receive thread takes it for each return.
+// SynchSemLock is held for moments only and nobody is woken under it: the RPC receive thread takes it for each return,
+// and a caller that wakes at once would only meet it.
 #pragma once
 
 #include <pthread.h>
@@ -18,27 +17,25 @@ constexpr uint32_t c_synch_sem_count = 40;  // as a slot index: none
 
 extern pthread_mutex_t SynchSemLock;
 
-// A free slot, now taken for a call of function `id` in `context_id`, or none.
+// A free slot, now taken for a call of function `id` in `context_id`, or none. With SynchSemLock held.
 uint32_t RPCCreateSemaphore(uint32_t id, uint32_t context_id);
 
-// Sleeps, at most 5 seconds, until RPCReleaseSemaphore. 1 signalled, 0 the wait ended without. The slot's caller, with
-// SynchSemLock not held.
-int RPCWaitOnSemaphore(uint32_t slot);
+// Gives the slot back, and frees what it may still hold. 1, 0 for a slot that is not taken. With SynchSemLock held.
+int RPCDeleteSemaphore(uint32_t slot);
 
-// The slot whose call was sent first among those of this function and context that have no return yet, or none.
+// Sleeps, at most 5 seconds, until the slot has its return or its call has failed, and gives the slot back. 1 and the
+// return, which the caller owns; 0 without one. The slot's caller, with SynchSemLock not held.
+int RPCWaitOnSemaphore(uint32_t slot, RpcReturn& ret);
+
+// The slot whose call was sent first among those of this function and context that have no return yet, or none. With
+// SynchSemLock held.
 uint32_t RPCGetSemaphoreId(uint32_t id, uint32_t context_id);
 
-// Leaves the return in the slot, which owns it from then on.
+// Leaves the return in the slot, which owns it from then on. With SynchSemLock held; RPCReleaseSemaphore follows.
 void RPCSetSyncBuffer(uint32_t slot, RpcReturn ret);
 
-// Wakes the slot's caller. Without a sync buffer the call has failed.
+// Wakes the slot's caller. RPC receive thread, with SynchSemLock not held.
 void RPCReleaseSemaphore(uint32_t slot);
 
-// Wakes all callers without a return.
+// Fails all calls that have no return and wakes their callers. With SynchSemLock held.
 void RPCFailAllSemaphores();
-
-// Takes the return out of the slot, with a null body when there is none. The caller owns it.
-RpcReturn RPCGetSyncBuffer(uint32_t slot);
-
-// Gives the slot back, with what it may still hold. 1, 0 for a slot that is not taken.
-int RPCDeleteSemaphore(uint32_t slot);
