@@ -13,7 +13,7 @@ own_instructions() {
     "$build/host/sandbox/sandbox" valgrind --tool=callgrind --callgrind-out-file="$out/$1" \
         "$build/bench/rpc/transport/rpc_transport_bench" --calls "$1" 2>"$out/log" || { cat "$out/log" >&2; exit 1; }
     callgrind_annotate --threshold=100 --auto=no "$out/$1" | tr -d , |
-        awk '/rpc_transport_bench\]/ { own += $1 } END { print own }'
+        awk '/rpc_transport_bench\]/ { own += $1 } END { if (!own) exit 1; print own }'
 }
 
 a=$(own_instructions $few)
