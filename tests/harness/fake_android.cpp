@@ -20,8 +20,8 @@ const RIL_Env* FakeAndroid::env() {
 
 void FakeAndroid::reset() {
     const std::lock_guard lock(lock_);
-    completions_.clear();
-    unsolicited_.clear();
+    std::exchange(completions_, {});  // which gives the memory back
+    std::exchange(unsolicited_, {});
 }
 
 void FakeAndroid::set_interpreter(Interpreter interpreter) {

@@ -69,13 +69,18 @@ Phone::Phone(std::vector<std::string> arguments, bool has_daemon)
         argv_.push_back(argument.data());
     }
     argv_.push_back(nullptr);
-    link_ = ModemLinkServer::start(c_modem_link_path, {});
-    void* library = dlopen(DUN_RIL_LIBRARY, RTLD_NOW);
-    if (library == nullptr || link_ == nullptr) {
-        fprintf(stderr, "%s\n", library == nullptr ? dlerror() : "no modem link");
+    ModemLinkListener listener;
+    listener.request = [this](int, uint32_t request) {
+        last_manager_request = request;
+        ++manager_requests;
+    };
+    link_ = ModemLinkServer::start(c_modem_link_path, std::move(listener));
+    library_ = dlopen(DUN_RIL_LIBRARY, RTLD_NOW);
+    if (library_ == nullptr || link_ == nullptr) {
+        fprintf(stderr, "%s\n", library_ == nullptr ? dlerror() : "no modem link");
         abort();
     }
-    const auto ril_init = reinterpret_cast<decltype(&RIL_Init)>(dlsym(library, "RIL_Init"));
+    const auto ril_init = reinterpret_cast<decltype(&RIL_Init)>(symbol("RIL_Init"));
     init_ = std::thread([=, this] {
         const auto start = std::chrono::steady_clock::now();
         const auto* functions = ril_init(FakeAndroid::env(), static_cast<int>(argv_.size()) - 1, argv_.data());
@@ -137,6 +142,10 @@ RIL_Token Phone::request(int number, void* data, size_t length) {
     RIL_Token token = FakeAndroid::token(next_token_++);
     ril()->onRequest(number, data, length, token);
     return token;
+}
+
+void* Phone::symbol(const char* name) {
+    return dlsym(library_, name);
 }
 
 const RIL_RadioFunctions* Phone::ril() {

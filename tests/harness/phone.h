@@ -57,6 +57,10 @@ public:
     ScriptedModem modem;
     uint8_t sim_id = 0;  // in the modem's answers
     const RIL_RadioFunctions* ril();
+    void* symbol(const char* name);  // of the library
+    // How often the library asked the modem manager for something, and what for the last time.
+    std::atomic<uint32_t> manager_requests{0};
+    std::atomic<uint32_t> last_manager_request{0};
     // How long RIL_Init took, once it has returned.
     std::chrono::steady_clock::duration init_time() const { return init_time_; }
 
@@ -64,6 +68,7 @@ private:
     std::vector<std::string> arguments_;
     std::vector<char*> argv_;
     std::unique_ptr<ModemLinkServer> link_;
+    void* library_ = nullptr;
     std::chrono::steady_clock::duration init_time_{};  // written before functions_
     std::atomic<const RIL_RadioFunctions*> functions_{nullptr};
     std::thread init_;

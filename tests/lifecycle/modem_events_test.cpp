@@ -1,0 +1,270 @@
+// A modem that goes away and comes back under requests: what Android hears meanwhile, and what becomes of its tokens.
+#include <cutils/properties.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "tests/lifecycle/lifecycle.h"
+
+namespace {
+
+using testing::ElementsAre;
+
+size_t entries_of(const char* folder) {
+    return static_cast<size_t>(std::distance(std::filesystem::directory_iterator(folder), {}));
+}
+
+void modem_down(Phone& phone) {
+    phone.android.reset();
+    phone.event(c_event_down);
+    ASSERT_TRUE(soon([&] { return phone.android.unsolicited().size() >= 4; }));
+    phone.wait_radio_state(RADIO_STATE_UNAVAILABLE);
+}
+
+// The modem's first answer stays out: the radio is unavailable with the modem up.
+void bring_up_unavailable(Phone& phone) {
+    phone.event(c_event_up);
+    ASSERT_TRUE(soon([&] { return phone.initialised(); }));
+}
+
+TEST(ModemAway, EveryRequestIsAnsweredWithoutIt) {
+    in_own_process([] {
+        Phone phone;
+        phone.bring_up();
+        phone.answer_mode_requests_as_asked();
+        EXPECT_EQ(phone.answer(phone.request(RIL_REQUEST_RADIO_POWER, 1)).error, RIL_E_SUCCESS);
+        modem_down(phone);
+        phone.android.reset();
+        phone.modem.take_received();
+        const std::string no_card = std::string(8, '\0') + std::string(12, '\xFF');
+        const std::string no_modem = "\xFD\xFF\xFF\xFF\xFF\xFF\xFF\x7F";
+        RIL_Token kept = nullptr;
+        for (int number = -1; number <= 120; ++number) {
+            SCOPED_TRACE(number);
+            RIL_Token token = phone.request(number, 3);
+            if (number == RIL_REQUEST_SET_PREFERRED_NETWORK_TYPE) {
+                EXPECT_EQ(phone.android.completed(token), 0);
+                kept = token;
+                continue;
+            }
+            ASSERT_EQ(phone.android.completed(token), 1);
+            const FakeAndroid::Completion completion = phone.answer(token);
+            std::string data;
+            RIL_Errno error = RIL_E_SUCCESS;
+            switch (number) {
+                case RIL_REQUEST_GET_SIM_STATUS:
+                    data = no_card + std::string(sizeof(RIL_CardStatus_v6) - no_card.size(), '\0');
+                    break;
+                case RIL_REQUEST_GET_CURRENT_CALLS:
+                case RIL_REQUEST_DEACTIVATE_DATA_CALL:
+                    break;
+                case RIL_REQUEST_SETUP_DATA_CALL:
+                    data = no_modem + std::string(sizeof(RIL_Data_Call_Response_v6) - no_modem.size(), '\0');
+                    break;
+                default:
+                    error = RIL_E_RADIO_NOT_AVAILABLE;
+            }
+            EXPECT_EQ(completion.error, error);
+            EXPECT_EQ(completion.has_data, !data.empty());
+            EXPECT_EQ(completion.data, data);
+        }
+        // One is kept already, so a second is not; the kept one ends with the start.
+        EXPECT_EQ(phone.answer(phone.request(RIL_REQUEST_SET_PREFERRED_NETWORK_TYPE, 1)).error,
+                  RIL_E_RADIO_NOT_AVAILABLE);
+        EXPECT_TRUE(phone.modem.received_ids().empty());
+        EXPECT_TRUE(phone.android.unsolicited().empty());
+        phone.event(c_event_up);
+        phone.wait_radio_state(RADIO_STATE_OFF);
+        EXPECT_EQ(phone.answer(kept).error, RIL_E_RADIO_NOT_AVAILABLE);
+        EXPECT_EQ(phone.android.completions().size(), 123U);
+        EXPECT_EQ(phone.answer(phone.request(RIL_REQUEST_RADIO_POWER, 1)).error, RIL_E_SUCCESS);
+    });
+}
+
+// A preferred network type that Android sets while the radio is unavailable waits for the radio. Every token is
+// answered once, whatever becomes of it.
+TEST(PreferredNetworkType, WaitsForTheRadio) {
+    const struct {
+        const char* property;
+        bool carried_out;
+    } cases[] = {{"", false}, {"TRUE", false}, {"tru", false}, {"true", true}, {"truely", true}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.property);
+        in_own_process([&] {
+            property_set("persist.conformance.noprefrat", c.property);
+            Phone phone;
+            bring_up_unavailable(phone);
+            const Bytes stack_off = phone.modem.take_received().back();
+            constexpr int c_number = RIL_REQUEST_SET_PREFERRED_NETWORK_TYPE;
+            EXPECT_EQ(phone.answer(phone.request(c_number, nullptr, 0)).error, RIL_E_GENERIC_FAILURE);
+            int type = 1;
+            EXPECT_EQ(phone.answer(phone.request(c_number, &type, 3)).error, RIL_E_GENERIC_FAILURE);
+            RIL_Token replaced = phone.request(c_number, 1);
+            EXPECT_EQ(phone.android.completed(replaced), 0);
+            RIL_Token kept = phone.request(c_number, 3);
+            EXPECT_EQ(phone.answer(replaced).error, RIL_E_GENERIC_FAILURE);
+            EXPECT_EQ(phone.android.completed(kept), 0);
+            phone.modem.send(with_context(mode_answer(227, 1), stack_off));
+            phone.wait_radio_state(RADIO_STATE_ON);
+            if (!c.carried_out) {
+                EXPECT_EQ(phone.answer(kept).error, RIL_E_GENERIC_FAILURE);
+            }
+
+            // What was not carried out stays a record, which leaves no room for another while the modem is away.
+            phone.event(c_event_down);
+            phone.wait_radio_state(RADIO_STATE_UNAVAILABLE);
+            RIL_Token away = phone.request(c_number, 2);
+            EXPECT_EQ(phone.android.completed(away), c.carried_out ? 0 : 1);
+            phone.answer_mode_requests(0);
+            phone.event(c_event_up);
+            EXPECT_EQ(phone.answer(away).error, RIL_E_RADIO_NOT_AVAILABLE);
+            phone.wait_radio_state(RADIO_STATE_OFF);
+            EXPECT_EQ(phone.answer(kept).error == RIL_E_GENERIC_FAILURE, !c.carried_out);
+            for (RIL_Token token : {replaced, kept, away}) {
+                EXPECT_EQ(phone.android.completed(token), 1);
+            }
+        });
+    }
+}
+
+// The RIL thread sits in a call that the modem never answers, rild's event thread behind it and the RPC dispatch thread
+// behind both.
+TEST(ModemDown, ReleasesThreadsThatAreParked) {
+    in_own_process([] {
+        Phone phone;
+        phone.bring_up();
+        const size_t threads = entries_of("/proc/self/task");
+        phone.leave_mode_requests_open();
+        RIL_Token open = phone.request(RIL_REQUEST_RADIO_POWER, 1);
+        const Bytes request = phone.modem.take_received().back();
+        phone.modem.set_silent(c_set_sim_configuration, true);
+        RIL_Token parked = nullptr;
+        std::thread event_thread([&] { parked = phone.request(RIL_REQUEST_RADIO_POWER, 0); });
+        ASSERT_TRUE(phone.modem.wait_for(c_set_sim_configuration, 3));
+        phone.modem.send(with_context(mode_answer(227, 1), request));
+        phone.event(c_event_down);
+        event_thread.join();
+        EXPECT_NE(phone.answer(parked).error, RIL_E_SUCCESS);
+        EXPECT_EQ(phone.answer(open).error, RIL_E_RADIO_NOT_AVAILABLE);
+
+        phone.modem.set_silent(c_set_sim_configuration, false);
+        phone.answer_mode_requests_as_asked();
+        phone.event(c_event_up);
+        phone.wait_radio_state(RADIO_STATE_OFF);
+        EXPECT_EQ(phone.answer(phone.request(RIL_REQUEST_RADIO_POWER, 1)).error, RIL_E_SUCCESS);
+        EXPECT_EQ(phone.android.completed(parked), 1);
+        EXPECT_EQ(phone.android.completed(open), 1);
+        EXPECT_EQ(entries_of("/proc/self/task"), threads);
+    });
+}
+
+TEST(ModemDown, AnswersEveryOpenContext) {
+    in_own_process([] {
+        Phone phone;
+        phone.bring_up();
+        phone.leave_mode_requests_open();
+        // 254 contexts, of which the RX diversity setting of the start still has one.
+        std::vector<RIL_Token> tokens;
+        for (int i = 0; i < 253; ++i) {
+            tokens.push_back(phone.request(RIL_REQUEST_RADIO_POWER, 0));
+        }
+        EXPECT_TRUE(phone.android.completions().empty());
+        EXPECT_EQ(phone.answer(phone.request(RIL_REQUEST_RADIO_POWER, 0)).error, RIL_E_GENERIC_FAILURE);
+        phone.modem.send(
+            "02 04 00 00 00 29 02 04 00 00 01 54 20 00 01 03 7F 82 54 15 7F 06 06 02 04 20 00 01 03"
+            " 02 04 00 00 00 00 02 04 00 00 00 00");
+        EXPECT_TRUE(soon([&] {
+            tokens.push_back(phone.request(RIL_REQUEST_RADIO_POWER, 0));
+            return phone.android.completed(tokens.back()) == 0 || (tokens.pop_back(), false);
+        }));
+        EXPECT_EQ(tokens.size(), 254U);
+        modem_down(phone);
+        for (RIL_Token token : tokens) {
+            EXPECT_EQ(phone.answer(token).error, RIL_E_RADIO_NOT_AVAILABLE);
+            EXPECT_EQ(phone.android.completed(token), 1);
+        }
+    });
+}
+
+// The modem's answer to a mode request overtakes its own end: the radio is unavailable all the same.
+TEST(ModemDown, LateAnswerDoesNotBringTheRadioBack) {
+    in_own_process([] {
+        Phone phone;
+        phone.bring_up();
+        phone.leave_mode_requests_open();
+        RIL_Token token = phone.request(RIL_REQUEST_RADIO_POWER, 1);
+        const Bytes request = phone.modem.take_received().back();
+        phone.android.reset();
+        std::atomic<bool> first{true};
+        phone.android.set_unsolicited_hook([&](int number) {
+            if (number == RIL_UNSOL_RESPONSE_RADIO_STATE_CHANGED && first.exchange(false)) {
+                phone.modem.send(with_context(mode_answer(227, 1), request));
+                phone.wait_radio_state(RADIO_STATE_ON);
+            }
+        });
+        phone.event(c_event_down);
+        EXPECT_EQ(phone.answer(token).error, RIL_E_SUCCESS);
+        phone.wait_radio_state(RADIO_STATE_UNAVAILABLE);
+        ASSERT_TRUE(soon([&] { return phone.android.unsolicited().size() == 8; }));
+        EXPECT_EQ(phone.android.unsolicited_numbers().back(), RIL_UNSOL_RESPONSE_RADIO_STATE_CHANGED);
+    });
+}
+
+// A request of the first instance only, and only with the modem up.
+TEST(ModemDown, ResetIsAskedForByTheFirstInstance) {
+    for (const bool second_instance : {false, true}) {
+        in_own_process([&] {
+            Phone phone(second_instance ? std::vector<std::string>{"--client", "2"} : std::vector<std::string>{});
+            phone.sim_id = second_instance ? 1 : 0;
+            const auto shut_down = reinterpret_cast<void (*)()>(phone.symbol("ShutdownCb"));
+            shut_down();
+            phone.bring_up();
+            EXPECT_EQ(phone.manager_requests, 0U);
+            shut_down();
+            EXPECT_TRUE(second_instance || soon([&] { return phone.manager_requests == 1; }));
+            std::this_thread::sleep_for(std::chrono::milliseconds(20));
+            EXPECT_EQ(phone.last_manager_request, second_instance ? 0 : 0xA1000000U);
+        });
+    }
+}
+
+TEST(Identity, ImeiAndSoftwareVersion) {
+    const std::string head = "7F 83 73 2D 55 09 02 04 00 00 00 09 02 04 00 00 00 00 ";
+    const std::string middle = " 55 08 02 04 00 00 00 08 02 04 00 00 00 00 ";
+    const std::string imeisv = "43 09 51 24 30 32 57 71 F8";
+    const std::string imei = "4A 09 51 24 30 32 57 81";
+    const struct {
+        int32_t result;
+        std::string output;
+        RIL_Errno error;
+        const char *imei, *version;
+    } cases[] = {
+        {0, head + imeisv + middle + imei, RIL_E_SUCCESS, "490154203237518", "78"},
+        {0, head + "43 09 51 24 30 32 57 F1 88" + middle + "4A 09 F1 24 30 32 57 81", RIL_E_SUCCESS, "4901", ""},
+        {0, head + "4F 09 51 24 30 32 57 71 F8" + middle + "FF FF FF FF FF FF FF FF", RIL_E_SUCCESS, "", ""},
+        {5, head + imeisv + middle + imei, RIL_E_GENERIC_FAILURE, "", ""},
+        {0, head + imeisv + middle, RIL_E_GENERIC_FAILURE, "", ""},  // half of one
+    };
+    in_own_process([&] {
+        Phone phone;
+        phone.bring_up();
+        phone.android.set_interpreter(FakeAndroid::as_string);
+        for (const auto& c : cases) {
+            SCOPED_TRACE(&c - cases);
+            phone.modem.set_return(198, c.result, from_hex(c.output));
+            for (const int number : {RIL_REQUEST_GET_IMEI, RIL_REQUEST_GET_IMEISV}) {
+                const FakeAndroid::Completion completion = phone.answer(phone.request(number, nullptr, 0));
+                EXPECT_EQ(completion.error, c.error);
+                EXPECT_EQ(completion.text, number == RIL_REQUEST_GET_IMEI ? c.imei : c.version);
+                EXPECT_EQ(completion.data.size(), c.error == RIL_E_SUCCESS ? sizeof(char*) : 0);
+            }
+        }
+        phone.modem.take_received();
+        EXPECT_EQ(phone.answer(phone.request(RIL_REQUEST_DEVICE_IDENTITY, nullptr, 0)).error,
+                  RIL_E_REQUEST_NOT_SUPPORTED);
+        EXPECT_TRUE(phone.modem.take_received().empty());
+    });
+}
+
+}  // namespace

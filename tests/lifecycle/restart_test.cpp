@@ -1,0 +1,151 @@
+// The modem crashes and comes back a thousand times under traffic from both sides, and the RPC daemon with it now and
+// then.
+#include <gtest/gtest.h>
+#include <malloc.h>
+
+#include <filesystem>
+#include <map>
+#include <random>
+
+#include "tests/lifecycle/lifecycle.h"
+
+// Of the sanitizers' allocators; null without one.
+extern "C" __attribute__((weak)) size_t __sanitizer_get_current_allocated_bytes();  // NOLINT
+
+namespace {
+
+constexpr int c_rounds = 10;
+constexpr int c_cycles = 100;  // of each round
+
+struct Footprint {
+    size_t threads, files, memory;
+
+    static size_t entries_of(const char* folder) {
+        return static_cast<size_t>(std::distance(std::filesystem::directory_iterator(folder), {}));
+    }
+    static Footprint now() {
+        return {entries_of("/proc/self/task"), entries_of("/proc/self/fd"),
+                __sanitizer_get_current_allocated_bytes != nullptr ? __sanitizer_get_current_allocated_bytes()
+                                                                   : mallinfo2().uordblks};
+    }
+};
+
+// rild's event thread.
+void send_requests(Phone& phone, const std::atomic<bool>& ending, std::vector<RIL_Token>& tokens) {
+    constexpr int c_numbers[] = {
+        RIL_REQUEST_RADIO_POWER,
+        RIL_REQUEST_GET_SIM_STATUS,
+        RIL_REQUEST_GET_IMEI,
+        RIL_REQUEST_SET_PREFERRED_NETWORK_TYPE,
+        RIL_REQUEST_GET_CURRENT_CALLS,
+        RIL_REQUEST_RADIO_POWER,
+        RIL_REQUEST_DEVICE_IDENTITY,
+        RIL_REQUEST_SETUP_DATA_CALL,
+        RIL_REQUEST_GET_IMEISV,
+        RIL_REQUEST_RADIO_POWER,
+        RIL_REQUEST_DIAL,
+        RIL_REQUEST_SET_INITIAL_ATTACH_APN,
+        RIL_REQUEST_SCREEN_STATE,
+    };
+    for (size_t n = 0; !ending; ++n) {
+        const int number = c_numbers[n % std::size(c_numbers)];
+        const bool has_value = number == RIL_REQUEST_RADIO_POWER || number == RIL_REQUEST_SCREEN_STATE ||
+                               number == RIL_REQUEST_SET_PREFERRED_NETWORK_TYPE;
+        tokens.push_back(has_value ? phone.request(number, n / std::size(c_numbers) % 3 == 0 ? 0 : 1)
+                                   : phone.request(number, nullptr, 0));
+        std::this_thread::sleep_for(std::chrono::microseconds(20));
+    }
+}
+
+// Indications, and answers to any context, of which some are in flight and most are not.
+void send_from_modem(Phone& phone, const std::atomic<bool>& ending) {
+    std::minstd_rand random(1);
+    const std::string indication =
+        "02 04 00 00 00 30 02 04 00 00 00 E9 20 00 01 00 7F 81 69 1C 7F 84 6B 12 02 04 00 00 00 00"
+        " 02 04 00 00 00 00 02 04 00 00 00 01 02 04 00 00 00 00";
+    Bytes request(16);
+    while (!ending) {
+        request[15] = static_cast<uint8_t>(random());
+        const auto mode = static_cast<uint8_t>(random() % 3);
+        phone.modem.send(indication);
+        phone.modem.send(with_context(mode_answer(random() % 2 == 0 ? 227 : 229, mode), request));
+        std::this_thread::sleep_for(std::chrono::microseconds(50));
+    }
+}
+
+TEST(Restart, AThousandCrashesUnderTraffic) {
+    in_own_process([] {
+        Phone phone;
+        phone.bring_up();
+        phone.answer_mode_requests_as_asked();
+        phone.modem.set_return(198, 0,
+                               from_hex("7F 83 73 2D 55 09 02 04 00 00 00 09 02 04 00 00 00 00 43 09 51 24 30 32 57 71 "
+                                        "F8 55 08 02 04 00 00 00 08 02 04 00 00 00 00 4A 09 51 24 30 32 57 81"));
+        std::atomic<int> changes{0};  // one per end and one per start
+        phone.android.set_unsolicited_hook(
+            [&](int number) { changes += number == RIL_UNSOL_RESPONSE_SIM_STATUS_CHANGED ? 1 : 0; });
+        const auto crash = [&] {
+            const int before = changes;
+            phone.event(c_event_down);
+            phone.event(c_event_up);
+            ASSERT_TRUE(soon([&] { return changes == before + 2; }));
+        };
+        size_t tokens_in_all = 0;
+        std::map<RIL_Errno, size_t> errors;
+        Footprint early{};
+        for (int round = 0; round < c_rounds; ++round) {
+            std::atomic<bool> ending{false};
+            std::vector<RIL_Token> tokens;
+            std::thread event_thread([&] { send_requests(phone, ending, tokens); });
+            std::thread modem_thread([&] { send_from_modem(phone, ending); });
+            for (int cycle = 0; cycle < c_cycles; ++cycle) {
+                crash();
+                if (cycle % 25 == 10) {
+                    phone.modem.stop();
+                }
+                if (cycle % 25 == 11) {
+                    phone.modem.start();
+                    ASSERT_TRUE(phone.modem.wait_registered());
+                }
+            }
+            ending = true;
+            event_thread.join();
+            modem_thread.join();
+            crash();
+            phone.wait_radio_state(RADIO_STATE_OFF);
+
+            std::map<RIL_Token, int> completions;
+            for (const FakeAndroid::Completion& completion : phone.android.completions()) {
+                ++completions[completion.token];
+                ++errors[completion.error];
+            }
+            EXPECT_EQ(completions.size(), tokens.size());
+            for (RIL_Token token : tokens) {
+                ASSERT_EQ(completions[token], 1);
+            }
+            tokens_in_all += tokens.size();
+            std::exchange(completions, {});
+            std::exchange(tokens, {});
+            phone.android.reset();
+            phone.modem.take_received();
+            const Footprint now = Footprint::now();
+            if (round == 1) {
+                early = now;
+            } else if (round > 1) {
+                EXPECT_EQ(now.threads, early.threads);
+                EXPECT_EQ(now.files, early.files);
+                EXPECT_LT(now.memory, early.memory + 4096) << "round " << round;
+            }
+        }
+        // Most is answered without the modem; enough must have gone the long way.
+        EXPECT_GT(errors[RIL_E_SUCCESS], tokens_in_all / 20);
+        EXPECT_GT(errors[RIL_E_RADIO_NOT_AVAILABLE], tokens_in_all / 20);
+        printf("%d restarts, %zu requests:", c_rounds * (c_cycles + 1), tokens_in_all);
+        for (const auto& [error, count] : errors) {
+            printf(" %zu with error %d,", count, error);
+        }
+        printf(" nothing open\n");
+    });
+}
+
+}  // namespace
