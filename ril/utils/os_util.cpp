@@ -5,6 +5,7 @@
 
 #include <array>
 #include <cerrno>
+#include <ctime>
 #include <utility>
 
 #include "ril/utils/mem_util.h"
@@ -95,6 +96,20 @@ void sys_mark_lock(sys_mark& mark) {
         pthread_cond_wait(&mark.released, &mark.lock);
     }
     mark.taken = true;
+}
+
+bool sys_mark_lock_for(sys_mark& mark, uint32_t seconds) {
+    timespec end{};
+    clock_gettime(CLOCK_MONOTONIC, &end);  // the network sets the other clock
+    end.tv_sec += static_cast<time_t>(seconds);
+    const ScopedLock lock(mark.lock);
+    while (mark.taken) {
+        if (pthread_cond_clockwait(&mark.released, &mark.lock, CLOCK_MONOTONIC, &end) == ETIMEDOUT && mark.taken) {
+            return false;
+        }
+    }
+    mark.taken = true;
+    return true;
 }
 
 bool sys_mark_trylock(sys_mark& mark) {

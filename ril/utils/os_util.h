@@ -27,6 +27,7 @@ struct sys_mark {
 };
 
 void sys_mark_lock(sys_mark& mark);     // waits until the mark is free, then takes it
+bool sys_mark_lock_for(sys_mark& mark, uint32_t seconds);  // the same; false, without it, once the time is over
 bool sys_mark_trylock(sys_mark& mark);  // true if the mark was free and is now taken
 void sys_mark_unlock(sys_mark& mark);   // a free mark stays free
 

@@ -40,6 +40,9 @@ struct rilreq_state {
     // 1 from allocation until release. Written under the engine's run lock, or by the allocator; the entry points of
     // guarded callbacks read it on the RPC dispatch thread.
     std::atomic<uint32_t> entry_in_use;
+    // Runs once, when the entry is released by whatever way: a response, the timer or the teardown. For what a module
+    // holds as long as the request is in flight and a private area cannot free. Set on the RIL thread, or null.
+    void (*p_released)(uint32_t ctxt_id);
 };
 
 // The private area that the release helpers understand.
@@ -91,9 +94,9 @@ struct rilreq_timer {
     uint32_t ctxt_id;  // low byte: the context. Above: the engine's start that it belongs to
 };
 
-// Fails the request with RIL_E_GENERIC_FAILURE if it is still in flight after `seconds`. Without memory for the timer
-// the request runs without one. RIL thread.
-void qelril_arm_response_timer(uint32_t sim_id, uint32_t ctxt_id, int32_t seconds);
+// Fails the request with RIL_E_GENERIC_FAILURE if it is still in flight after `seconds`. 0, or -1 without memory for the
+// timer: the request runs without one. RIL thread.
+int32_t qelril_arm_response_timer(uint32_t sim_id, uint32_t ctxt_id, int32_t seconds);
 
 // The timer's callback; frees `param`, a rilreq_timer. rild's event thread.
 void ril_rspcb_timeout_handler(void* param);
@@ -121,8 +124,9 @@ int32_t qelril_init();
 // completed with RIL_E_RADIO_NOT_AVAILABLE, and no hold is pending. 0. Modem event thread.
 int32_t qelril_destroy();
 
-// Marks a hold request that is on its way to the modem: a dial waits for it.
+// Marks a hold request that is on its way to the modem: a dial waits for it, as long as the hold may take.
 extern sys_mark hold_call_and_dial_mutex_lock;
+constexpr int32_t c_hold_seconds = 10;
 
 // --- Declared here, defined by the rooms above -----------------------------------------------------------------------
 

@@ -39,6 +39,10 @@ void free_priv_data(rilreq_state& entry) {
 }
 
 void release(rilreq_state& entry) {
+    // Before the entry is free: then it may be another request's already.
+    if (auto* const released = std::exchange(entry.p_released, nullptr); released != nullptr) {
+        released(static_cast<uint32_t>(&entry - rilreq_state_info.data()));
+    }
     entry.entry_in_use.store(0, std::memory_order_release);
 }
 
@@ -73,6 +77,7 @@ void context_table_start() {
         entry.token = nullptr;
         entry.p_priv_data = nullptr;
         entry.priv_form = PRIV_FLAT;
+        entry.p_released = nullptr;
         release(entry);
     }
     global_ctxt_id = c_first_ctxt_id;
@@ -106,6 +111,7 @@ int32_t qelril_get_free_ctxt_id(RIL_Token token) {
     entry.token = token;
     entry.p_priv_data = nullptr;
     entry.priv_form = PRIV_FLAT;
+    entry.p_released = nullptr;
     entry.entry_in_use.store(1, std::memory_order_release);
     pthread_mutex_unlock(&ctxt_id_lock);
     return static_cast<int32_t>(id);
@@ -175,16 +181,17 @@ void ril_request_timed_call_back(RIL_TimedCallback callback, void* param, int32_
     s_rilenv->RequestTimedCallback(callback, param, &relative);
 }
 
-void qelril_arm_response_timer(uint32_t sim_id, uint32_t ctxt_id, int32_t seconds) {
+int32_t qelril_arm_response_timer(uint32_t sim_id, uint32_t ctxt_id, int32_t seconds) {
     auto* timer = static_cast<rilreq_timer*>(MEM_ALLOC(sizeof(rilreq_timer)));
     if (timer == nullptr) {
         RIL_TRACE(TRACE_ERROR, "%s: Memory alloc failure", __func__);
-        return;
+        return -1;
     }
     timer->sim_id = sim_id;
     timer->token = rilreq_state_info[ctxt_id].token;
     timer->ctxt_id = (s_starts.load(std::memory_order_relaxed) << 8) | ctxt_id;
     ril_request_timed_call_back(ril_rspcb_timeout_handler, timer, seconds, 0);
+    return 0;
 }
 
 void ril_rspcb_timeout_handler(void* param) {

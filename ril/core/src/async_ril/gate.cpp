@@ -141,13 +141,16 @@ void post(uint32_t sim_id, int request, void* data, size_t datalen, RIL_Token to
 }
 
 // A dial waits for a hold that is on its way to the modem. If that wait ended because the modem went down, the dial is
-// answered without it.
+// answered without it. The hold's own timer runs on this thread and so cannot end the wait: the same time does, after
+// which the dial goes out and the mark stays the hold's.
 void post_dial(uint32_t sim_id, void* data, size_t datalen, RIL_Token token) {
-    sys_mark_lock(hold_call_and_dial_mutex_lock);
+    const bool taken = sys_mark_lock_for(hold_call_and_dial_mutex_lock, c_hold_seconds);
     if (!answered_without_modem(sim_id, RIL_REQUEST_DIAL, data, datalen, token)) {
         post(sim_id, RIL_REQUEST_DIAL, data, datalen, token);
     }
-    sys_mark_unlock(hold_call_and_dial_mutex_lock);
+    if (taken) {
+        sys_mark_unlock(hold_call_and_dial_mutex_lock);
+    }
 }
 
 }  // namespace
