@@ -43,6 +43,22 @@ constexpr std::array<handler, c_requests> make_table() {
     table[RIL_REQUEST_SET_NETWORK_SELECTION_MANUAL] = plain<ril_request_set_network_selection_manual>;
     table[RIL_REQUEST_QUERY_AVAILABLE_NETWORKS] = plain<ril_request_query_available_networks>;
     table[RIL_REQUEST_SET_PREFERRED_NETWORK_TYPE] = plain<ril_request_set_preferred_network_type>;
+    table[RIL_REQUEST_DIAL] = plain<ril_request_dial>;
+    table[RIL_REQUEST_ANSWER] = plain<ril_request_answer>;
+    table[RIL_REQUEST_HANGUP] = plain<ril_request_hang_up>;
+    table[RIL_REQUEST_HANGUP_WAITING_OR_BACKGROUND] = ril_request_call_control;
+    table[RIL_REQUEST_HANGUP_FOREGROUND_RESUME_BACKGROUND] = ril_request_call_control;
+    table[RIL_REQUEST_SWITCH_WAITING_OR_HOLDING_AND_ACTIVE] = ril_request_call_control;
+    table[RIL_REQUEST_UDUB] = ril_request_call_control;
+    table[RIL_REQUEST_CONFERENCE] = plain<ril_request_conference>;
+    table[RIL_REQUEST_SEPARATE_CONNECTION] = plain<ril_request_separate_connection>;
+    table[RIL_REQUEST_EXPLICIT_CALL_TRANSFER] = plain<ril_request_explicit_call_transfer>;
+    table[RIL_REQUEST_GET_CURRENT_CALLS] = plain<ril_request_get_current_calls>;
+    table[RIL_REQUEST_LAST_CALL_FAIL_CAUSE] = plain<ril_request_last_call_fail_cause>;
+    table[RIL_REQUEST_SET_MUTE] = plain<ril_request_set_mute>;
+    table[RIL_REQUEST_GET_MUTE] = plain<ril_request_get_mute>;
+    table[RIL_REQUEST_QUERY_TTY_MODE] = plain<ril_request_query_tty_mode>;
+    table[RIL_REQUEST_SET_TTY_MODE] = plain<ril_request_set_tty_mode>;
     return table;
 }
 

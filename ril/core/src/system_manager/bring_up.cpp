@@ -9,7 +9,9 @@
 #include <cstring>
 
 #include "ril/core/src/async_ril/async_ril.h"
+#include "ril/core/src/async_ril/context.h"
 #include "ril/core/src/async_ril/radio_state.h"
+#include "ril/core/src/call/call.h"
 #include "ril/core/src/profile/profile.h"
 #include "ril/core/src/sim/sim.h"
 #include "ril/core/src/system_manager/modules.h"
@@ -121,7 +123,10 @@ void check_rpc_version() {
     }
 }
 
-int32_t module_init() {
+// The RIL thread runs already. A late packet of the modem, or a request that passed the gate before the modem went
+// down, waits for the modules' start values.
+void start_all_modules() {
+    const RunLock lock;
     radio_power_start();
     radio_state_start();
     net_pref_start();
@@ -130,6 +135,10 @@ int32_t module_init() {
         start_modules(sim_id);
     }
     sim_module_init_mailbox();
+}
+
+int32_t module_init() {
+    start_all_modules();
     check_rpc_version();
     if (uta_sys_init(ril_instance) == 0) {
         return -1;

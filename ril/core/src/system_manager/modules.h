@@ -8,7 +8,6 @@
 #include <cstdint>
 
 // Start values of one SIM's state. Modem event thread, before the RIL thread has work.
-void callmngr_module_init(uint32_t sim_id);
 void gprs_init(uint32_t sim_id);
 void net_module_init(uint32_t sim_id);
 void sms_mngr_init(uint32_t sim_id);

@@ -1,7 +1,6 @@
 #include "ril/core/src/async_ril/async_ril.h"
 #include "ril/core/src/system_manager/modules.h"
 
-[[gnu::weak]] void callmngr_module_init(uint32_t) {}
 [[gnu::weak]] void gprs_init(uint32_t) {}
 [[gnu::weak]] void sms_mngr_init(uint32_t) {}
 [[gnu::weak]] void stk_module_init(uint32_t) {}
