@@ -79,7 +79,8 @@ void linger_before_connection() {
     }
 }
 
-// Makes the RPC receive thread see the end of a connection on which nothing more can be sent.
+// Makes the RPC receive thread see the end of a connection on which nothing more can be sent. It first reads what has
+// arrived.
 void give_up_connection() {
     shutdown(s_sockets.recv_intf_id, SHUT_RDWR);
 }
@@ -176,9 +177,11 @@ void connection_lost() {
 }
 
 // The daemon that comes back knows nothing of this client, which gets a new application id. The marker of the dead
-// daemon may still be there; the attempts to register then do the waiting.
+// daemon may still be there; the attempts to register then do the waiting. The pause is for a daemon that registers
+// clients and drops them at once.
 void connect_again() {
     RpcSockets sockets;
+    usleep(c_register_pause_us);
     RpcDaemonConnect();
     const uint8_t app_id = register_until_accepted(sockets);
     RPC_LOG_ERROR("%s: registered again, application id %u\n", __func__, app_id);
