@@ -10,6 +10,7 @@
 #include <chrono>
 #include <cstdio>
 #include <cstring>
+#include <string>
 #include <vector>
 
 #include "registration.pb.h"
@@ -97,9 +98,9 @@ struct Subject {
     UtaNetRegistrationInfoIndParam read_record{};
     bench::Registration message;
     bench::Registration read_message;
-    alignas(8) uint8_t wire[c_rpc_packet_max];
+    alignas(8) uint8_t wire[c_rpc_packet_max] = {};
     size_t wire_size = 0;
-    alignas(8) uint8_t proto[c_rpc_packet_max];
+    alignas(8) uint8_t proto[c_rpc_packet_max] = {};
     size_t proto_size = 0;
 
     Subject() {
@@ -170,7 +171,10 @@ void compare(const char* what, Ours&& ours, Theirs&& theirs) {
 
 int main() {
     Subject subject;
-    const bool same = memcmp(&subject.record, &subject.read_record, sizeof(subject.record)) == 0 &&
+    const std::string packed(subject.wire, subject.wire + sizeof(subject.wire));
+    subject.record = subject.read_record;
+    subject.pack_record();
+    const bool same = packed == std::string(subject.wire, subject.wire + sizeof(subject.wire)) &&
                       subject.message.SerializeAsString() == subject.read_message.SerializeAsString();
     if (!same) {
         fprintf(stderr, "what was read is not what was packed\n");

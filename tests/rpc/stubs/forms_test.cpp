@@ -123,11 +123,8 @@ TEST(Forms, OptionalsAndUnions) {
 
 // More blocks than the table has entries: the leak checker counts them.
 TEST(Forms, ManyBlocks) {
-    std::vector<FormItem> items(12, FormItem{1, 2});
-    std::vector<FormOptional> list;
-    for (FormItem& item : items) {
-        list.push_back({nullptr, &item});
-    }
+    FormItem item{1, 2};
+    std::vector<FormOptional> list(12, FormOptional{nullptr, &item});
     const Bytes wire = pack(FormMany{12, list.data()});
     const Read<FormMany> read(wire);
     ASSERT_TRUE(read.whole);

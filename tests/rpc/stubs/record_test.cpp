@@ -24,7 +24,7 @@ Bytes unpack_and_pack(const uta::Record& record, const Bytes& wire, bool* whole)
     MemTable mem_table{};
     ExReadCursor cursor{wire.data(), wire.data() + wire.size(), false};
     *whole = uta::unpack_record(record, memory.data(), cursor, mem_table) && cursor.next == cursor.end;
-    const Bytes packed = *whole ? pack(record, memory.data()) : Bytes{};
+    Bytes packed = *whole ? pack(record, memory.data()) : Bytes{};
     ReleaseMemTable(mem_table);
     return packed;
 }

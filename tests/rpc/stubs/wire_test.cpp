@@ -203,11 +203,10 @@ TEST(Wire, PaddingFollowsTheAddress) {
         Bytes bytes = buffer.written();
         bytes.resize(bytes.size() - behind);
         const size_t pad = (3 + 8 - behind) % 4;
-        const std::string p = std::to_string(pad);
-        const std::string total = std::to_string(5 + pad);
-        EXPECT_EQ(to_text(bytes),
-                  to_text(hex("55 05 02 04 00 00 00 0" + total + " 02 04 00 00 00 0" + p + " 01 02 03 04 05 00*" + p)))
-            << behind;
+        char wire[128];
+        snprintf(wire, sizeof(wire), "55 05 02 04 00 00 00 %02zX 02 04 00 00 00 %02zX 01 02 03 04 05 00*%zu", 5 + pad,
+                 pad, pad);
+        EXPECT_EQ(to_text(bytes), to_text(hex(wire))) << behind;
         const uint8_t* start = buffer.cursor.next + 1 + 14;
         EXPECT_EQ(reinterpret_cast<uintptr_t>(start) % 4, 0U);
     }
@@ -355,9 +354,9 @@ TEST(MemTable, ElevenBlocksAreAllFreed) {
 // The leak checker sees the blocks if the table still had them, and misses them if it freed them too.
 TEST(MemTable, BlocksHandedOverBelongToTheirHolder) {
     MemTable mem_table{};
-    std::vector<void*> blocks;
-    for (int i = 0; i < 12; ++i) {
-        blocks.push_back(PgenAllocNew(8, mem_table));
+    void* blocks[12];
+    for (void*& block : blocks) {
+        block = PgenAllocNew(8, mem_table);
     }
     HandOverMemTable(mem_table);
     ReleaseMemTable(mem_table);

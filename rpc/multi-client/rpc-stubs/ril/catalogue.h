@@ -172,10 +172,12 @@ struct Description;
 
 constexpr size_t c_record_count = static_cast<size_t>(RecordId::count);
 
-constexpr size_t c_field_count = 0
-#define UTA_RECORD(name, ...) +std::size(Description<name>::fields)
+constexpr size_t c_field_count = [] {
+    size_t count = 0;
+#define UTA_RECORD(name, ...) count += std::size(Description<name>::fields);
 #include "rpc/multi-client/rpc-stubs/ril/records.def"
-    ;
+    return count;
+}();
 
 struct Layout {
     size_t size;
@@ -319,30 +321,30 @@ constexpr Parameter pointed(Type type, bool output, uint8_t count_from = 0) {
     return {type, output, false, count_from, static_cast<uint16_t>(RecordTraits<T>::id)};
 }
 
-constexpr size_t c_function_count = 0
-#define UTA_FUNCTION(...) +1
-#define UTA_RESERVED UTA_FUNCTION
-#include "rpc/multi-client/rpc-stubs/ril/functions.def"
-    ;
+struct FunctionCounts {
+    size_t functions;
+    size_t parameters;
+    uint32_t max_id;
 
-constexpr size_t c_parameter_count = 0
-#define UTA_FUNCTION(id, tag, name, ...) +row::name::Parameters::size
-#define UTA_RESERVED UTA_FUNCTION
-#include "rpc/multi-client/rpc-stubs/ril/functions.def"
-    ;
+    constexpr void add(uint32_t id, size_t n_parameters) {
+        ++functions;
+        parameters += n_parameters;
+        max_id = id > max_id ? id : max_id;
+    }
+};
 
-constexpr uint32_t c_max_id = [] {
-    uint32_t max = 0;
-#define UTA_FUNCTION(id, ...) max = (id) > max ? (id) : max;
+constexpr FunctionCounts c_function_counts = [] {
+    FunctionCounts counts{};
+#define UTA_FUNCTION(id, tag, name, ...) counts.add(id, row::name::Parameters::size);
 #define UTA_RESERVED UTA_FUNCTION
 #include "rpc/multi-client/rpc-stubs/ril/functions.def"
-    return max;
+    return counts;
 }();
 
 struct FunctionTables {
-    std::array<Function, c_function_count> functions;
-    std::array<Parameter, c_parameter_count> parameters;
-    std::array<uint16_t, c_max_id + 1> row_of_id;  // 1 + position in `functions`, 0 for none
+    std::array<Function, c_function_counts.functions> functions;
+    std::array<Parameter, c_function_counts.parameters> parameters;
+    std::array<uint16_t, c_function_counts.max_id + 1> row_of_id;  // 1 + position in `functions`, 0 for none
     size_t n_functions;
     size_t n_parameters;
 
@@ -412,7 +414,7 @@ constexpr std::span<const Parameter> parameters_of(const Function& function) {
 
 // The function with this id, or null.
 constexpr const Function* find_function(uint32_t id) {
-    const uint16_t row = id <= detail::c_max_id ? detail::c_function_tables.row_of_id[id] : 0;
+    const uint16_t row = id < detail::c_function_tables.row_of_id.size() ? detail::c_function_tables.row_of_id[id] : 0;
     return row == 0 ? nullptr : &c_functions[row - size_t{1}];
 }
 

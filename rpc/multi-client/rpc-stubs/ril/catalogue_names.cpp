@@ -67,8 +67,8 @@ static constexpr const char* c_field_names[] = {
 #include "rpc/multi-client/rpc-stubs/ril/records.def"
 };
 
-static_assert(std::size(c_function_names) == detail::c_function_count);
-static_assert(std::size(c_parameter_names) == detail::c_parameter_count);
+static_assert(std::size(c_function_names) == detail::c_function_counts.functions);
+static_assert(std::size(c_parameter_names) == detail::c_function_counts.parameters);
 static_assert(std::size(c_record_names) == detail::c_record_count);
 static_assert(std::size(c_field_names) == detail::c_field_count);
 

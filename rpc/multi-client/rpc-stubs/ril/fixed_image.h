@@ -84,6 +84,7 @@ inline constexpr Sizes c_sizes = make_sizes();
 // Gives the parts of record `id`'s image to `to`: its bytes, its spots, its marks. `memory` and `wire` say where the
 // record begins.
 template <typename To>
+// NOLINTNEXTLINE(misc-no-recursion): runs when this compiles
 constexpr void emit(To& to, size_t id, size_t memory, size_t wire) {
     const Record& record = c_records[id];
     if (record.tag.count != 0) {

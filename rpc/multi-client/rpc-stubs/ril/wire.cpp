@@ -161,7 +161,7 @@ size_t ExReadContextId(ExReadCursor& cursor, uint32_t& context_id) {
 // --- Integers and flags ----------------------------------------------------------------------------------------------
 
 size_t wire::skip_number_header(ExReadCursor& cursor) {
-    ExBerHeader header;
+    ExBerHeader header{};
     const size_t size = EXReadBERHeader(cursor, header);
     if (header.tag_class != c_ber_universal || header.constructed != 0) {
         ExFail(cursor);
@@ -394,7 +394,7 @@ struct OctetHeader {
 // A header that is not of the application class, or is constructed, begins something else; a pad above 3 cannot come
 // from any alignment. Both mean that the packet and the tables have lost step.
 static bool take_octet_header(ExReadCursor& cursor, OctetHeader& octets) {
-    ExBerHeader header;
+    ExBerHeader header{};
     EXReadBERHeader(cursor, header);
     take_number(octets.total, cursor);
     take_number(octets.pad, cursor);
@@ -421,7 +421,7 @@ size_t EXUnpackOCTETSTRINGStatic(void* destination, size_t capacity, ExReadCurso
     if (at_null_form(cursor)) {
         return EXUnpackNULLStruct(cursor);
     }
-    OctetHeader octets;
+    OctetHeader octets{};
     if (!take_octet_header(cursor, octets)) {
         return 0;
     }
@@ -451,7 +451,7 @@ size_t EXUnpackOCTETSTRINGMalloc(void** destination, size_t* length, ExReadCurso
     if (at_null_form(cursor)) {
         return EXUnpackNULLStruct(cursor);
     }
-    OctetHeader octets;
+    OctetHeader octets{};
     if (!take_octet_header(cursor, octets)) {
         return 0;
     }
