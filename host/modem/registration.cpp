@@ -124,6 +124,11 @@ void Registration::accept_reg() {
 
 void Registration::read_reg(int id) {
     Attempt& attempt = attempts_.at(id);
+    if (attempt.step == Step::FAREWELL) {
+        // It may be through with this socket before the daemon has read its last words on the other.
+        close_fd(attempt.reg);
+        return;
+    }
     if (!read_some(attempt.reg, attempt.in)) {
         give_up(id, "it hung up");
         return;

@@ -115,11 +115,11 @@ TEST(Call, ModeRequest) {
     first.write(c_set_mode);
     EXPECT_EQ(first.packet(), compact(c_set_mode_return));
     EXPECT_EQ(first.packet(), compact(c_set_mode_response));
-    EXPECT_EQ(first.packet(), compact(c_set_mode_indication));
+    EXPECT_EQ(first.packet("UtaMsCpsSetModeIndCb"), compact(c_set_mode_indication));
     // The response is the first client's alone; that the mode has changed everybody hears.
     std::string indication = compact(c_set_mode_indication);
     indication.replace(indication.find("20000100"), 8, "20000200");
-    EXPECT_EQ(second.packet(), indication);
+    EXPECT_EQ(second.packet("UtaMsCpsSetModeIndCb"), indication);
     // Once more changes nothing, so that nobody hears of it.
     first.write(c_set_mode);
     EXPECT_EQ(first.packet(), compact(c_set_mode_return));
@@ -159,7 +159,7 @@ TEST(Call, ConfigurationWaitsForTheModeRequest) {
     client.write(c_set_mode);
     EXPECT_EQ(client.packet(), compact(c_set_mode_return));
     EXPECT_EQ(client.packet(), compact(c_set_mode_response));
-    EXPECT_EQ(client.packet(), compact(c_set_mode_indication));
+    EXPECT_EQ(client.packet("UtaMsCpsSetModeIndCb"), compact(c_set_mode_indication));
     EXPECT_THAT(control("status"), testing::HasSubstr("stack 0 on, its card off"));
 }
 
@@ -172,7 +172,6 @@ TEST(BadClient, IsLetGoAndTheOthersAreServed) {
         const char* what;
         const char* bytes;
     };
-    const std::string control_status;
     for (const Case& bad :
          {Case{"garbage", "474152424147452121212121"}, Case{"a header of other numbers", "0201000000290204"},
           Case{"a size below the header's", "02040000000B0204000000200000"},
@@ -213,10 +212,11 @@ TEST(BadClient, ThatNeverReads) {
     const Client deaf;
     const Control control;
     const std::string send = "send 2 UtaMsCallCsIncomingCallIndCb number=1234";
-    for (int i = 0; i < 3000 && control("status").find("client 2") != std::string::npos; ++i) {
-        ASSERT_EQ(control(send).substr(0, 2), "ok");
+    std::string answer = "ok";
+    for (int i = 0; i < 10000 && answer == "ok"; ++i) {
+        answer = control(send);
     }
-    EXPECT_EQ(control("status").find("client 2"), std::string::npos);
+    EXPECT_EQ(answer, "error no such client: 2");
     good.write(c_version_call);
     EXPECT_EQ(good.packet(), c_version_return);
     const Bytes unread = deaf.recv->read(65536);
@@ -236,7 +236,7 @@ TEST(BadClient, ThatReadsLate) {
         ASSERT_EQ(control("send 1 UtaMsCallCsAlertingIndCb sim_id=" + std::to_string(i)), "ok");
     }
     for (int i = 0; i < c_count; ++i) {
-        const std::string packet = client.packet();
+        const std::string packet = client.packet("UtaMsCallCsAlertingIndCb");
         ASSERT_EQ(packet.size(), 2U * 32U);
         EXPECT_EQ(packet.substr(packet.size() - 8),
                   to_hex(Bytes{0, 0, static_cast<uint8_t>(i >> 8), static_cast<uint8_t>(i)}));

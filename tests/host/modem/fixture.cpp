@@ -13,6 +13,7 @@
 #include <utility>
 
 #include "host/modem/unix_socket.h"
+#include "rpc/multi-client/rpc-stubs/ril/catalogue_names.h"
 
 namespace {
 
@@ -133,14 +134,22 @@ void Client::say_deregister() {
     send->write(std::string("DEREGISTER") + static_cast<char>(app_id));
 }
 
-std::string Client::packet() const {
-    Bytes bytes = recv->read_all(6);
-    if (bytes.size() == 6) {
+std::string Client::packet(std::string_view indication) const {
+    for (;;) {
+        Bytes bytes = recv->read_all(c_rpc_header_size);
+        if (bytes.size() < c_rpc_header_size) {
+            return to_hex(bytes);
+        }
         const size_t size = static_cast<size_t>(bytes[4]) << 8 | bytes[5];
         const Bytes rest = recv->read_all(size - bytes.size());
         bytes.insert(bytes.end(), rest.begin(), rest.end());
+        const uta::Function* function = uta::find_function(static_cast<uint32_t>(bytes[10] << 8 | bytes[11]));
+        const bool indicates = function != nullptr && (function->kind == uta::Kind::INDICATION ||
+                                                       function->kind == uta::Kind::IGNORED_INDICATION);
+        if (!indicates || indication == uta::function_name(*function)) {
+            return to_hex(bytes);
+        }
     }
-    return to_hex(bytes);
 }
 
 // --- The program -----------------------------------------------------------------------------------------------------

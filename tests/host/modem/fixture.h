@@ -8,6 +8,7 @@
 #include <array>
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "host/modem/capture_format.h"
@@ -48,7 +49,9 @@ public:
     void say_deregister();
 
     void write(const std::string& packet) const { send->write(hex(packet)); }
-    std::string packet() const;  // the next one, in hexadecimal; empty when none comes
+    // The next packet in hexadecimal, empty when none comes. Of the modem's indications, which come when the modem
+    // likes, only that of the function named.
+    std::string packet(std::string_view indication = {}) const;
 
     uint8_t app_id = 0;
     std::vector<Connection> reg, send_, recv_;

@@ -99,7 +99,7 @@ TEST(Power, CrashWithPendingWork) {
     const Listener listener;
     EXPECT_EQ(listener.event(), E_UP);
     EXPECT_EQ(control("stack 1 on"), "ok");
-    EXPECT_EQ(client.packet().substr(20, 4), "00E9");
+    EXPECT_EQ(client.packet("UtaMsCpsSetModeIndCb").substr(20, 4), "00E9");
     client.write(c_set_mode);
     EXPECT_EQ(client.packet(), c_set_mode_return);
     EXPECT_EQ(control("late UtaMsCpsSetModeReq 3600000 once"), "ok");

@@ -52,19 +52,17 @@ TEST(Faults, LateAndDropped) {
     const ModemProcess modem({"--latency", "0"});
     const Client client;
     const Control control;
-    // The late call's return comes behind that of the call after it.
+    // Both calls are in one write, so that the modem has both when it answers the first.
     EXPECT_EQ(control("late UtaMsSimOpenReq 50 once"), "ok");
-    client.write(c_open);
-    client.write(c_version_call);
+    client.write(std::string(c_open) + c_version_call);
     EXPECT_EQ(client.packet(), c_version_return);
     EXPECT_EQ(client.packet(), std::string(c_opened) + "00000000");
     // The late response comes behind that of the request after it.
     EXPECT_EQ(control("late UtaMsCpsSetModeRsp 50 once"), "ok");
-    client.write(c_set_mode);
+    client.write(std::string(c_set_mode) +
+                 "020400000035 0204000000E4 20000106 7F816421 7F06060204 20000106 020408049ABC 020400000000"
+                 " 020400000000 020400000000");
     EXPECT_EQ(client.packet(), c_set_mode_return);
-    client.write(
-        "020400000035 0204000000E4 20000106 7F816421 7F06060204 20000106 020408049ABC 020400000000"
-        " 020400000000 020400000000");
     EXPECT_EQ(client.packet().substr(24, 8), "20000106");
     EXPECT_EQ(client.packet().substr(24, 8), "20000106");
     EXPECT_EQ(client.packet(), c_set_mode_response);
@@ -149,15 +147,14 @@ TEST(Control, SeveralCallersAndExpect) {
     EXPECT_EQ(waits("expect UtaMsSimOpenReq 0"), "error no UtaMsSimOpenReq came");
     // A caller that waits keeps nobody else from being served, and hears when it comes.
     const Connection raw("/dev/socket/modem_control");
-    raw.write("expect UtaMsSimFullAccessIndCb\nversion 7\n");
-    EXPECT_EQ(acts("send 1 UtaMsSimFullAccessIndCb sim_id=1"), "ok");
+    raw.write("expect UtaMsCallCsAlertingIndCb\nversion 7\n");
+    EXPECT_EQ(acts("send 1 UtaMsCallCsAlertingIndCb sim_id=1 call_id=2"), "ok");
     EXPECT_EQ(raw.line(), "ok");
     EXPECT_EQ(raw.line(), "ok");
-    EXPECT_EQ(client.packet(),
-              "02040000001A0204000000962000010"
-              "07F811606020400000001");
+    EXPECT_EQ(client.packet("UtaMsCallCsAlertingIndCb"),
+              to_hex(hex("020400000020 020400000025 20000100 7F250D 7F810003020102 020400000001")));
     EXPECT_THAT(acts("status"), HasSubstr("version 7"));
-    EXPECT_EQ(Control()("expect UtaMsSimFullAccessIndCb 0"), "error no UtaMsSimFullAccessIndCb came");
+    EXPECT_EQ(Control()("expect UtaMsCallCsAlertingIndCb 0"), "error no UtaMsCallCsAlertingIndCb came");
 }
 
 TEST(Script, PlaysWithTheClient) {
