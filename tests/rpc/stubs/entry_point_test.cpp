@@ -3,6 +3,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <thread>
+
 #include "rpc/multi-client/rpc-stubs/ril/catalogue.h"
 #include "rpc/multi-client/rpc-stubs/ril/dynamic_callbacks.h"
 #include "rpc/multi-client/rpc-stubs/ril/entry_points.h"
@@ -242,6 +245,32 @@ TEST(DynamicCallbacks, RefusesTheEleventhAndTheFiftyFirst) {
     EXPECT_EQ(RemUtaMsCpsSetSimModeReq(1, 1, on_mode, 0x20000105), c_rpc_transport_failure);
     EXPECT_TRUE(fake_transport().calls.empty());
     EXPECT_EQ(log_lines().size(), 1U);
+}
+
+// Four threads register two callbacks each while a fifth reads: nothing is lost, and what is read is whole.
+TEST(DynamicCallbacks, AreSafeWithAllThreads) {
+    const std::vector<DynCallback> all = callbacks(std::make_index_sequence<8>{});
+    std::vector<std::thread> threads;
+    for (size_t i = 0; i < 4; ++i) {
+        threads.emplace_back([&all, i] {
+            SetDynCBPtr(0, "threads", all[2 * i]);
+            SetDynCBPtr(0, "threads", all[2 * i + 1]);
+        });
+    }
+    threads.emplace_back([] {
+        int32_t entry = 0;
+        for (int32_t seen = 0; seen < 8;) {
+            const int32_t count = GetDynCBPtrInfo(0, "threads", &entry);
+            EXPECT_GE(count, seen == 0 ? -1 : seen);
+            for (seen = std::max(seen, count); seen > 0 && GetDynCBPtr(0, entry, seen - 1) == nullptr;) {
+                ADD_FAILURE();
+                return;
+            }
+        }
+    });
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
 }
 
 // A name is kept to 79 characters.

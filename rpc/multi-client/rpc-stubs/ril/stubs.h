@@ -9,6 +9,9 @@
 // one goes out as such. Output parameters are written only when the result is the modem's, and only as far as the
 // return packet carries them. Any thread.
 //
+// A callback parameter takes a function of the type uta::Callback<uta::row::UtaMsCpsSetModeRsp>, after the dynamic row
+// that will be delivered to it; it runs on the RPC dispatch thread.
+//
 // A function whose record is not spelled out in records.def does not compile when it is called.
 #pragma once
 
