@@ -1,0 +1,462 @@
+// Calls against a small model of them, over random orders of requests, indications, answers and time.
+#include "tests/call/call_model.h"
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <cstring>
+#include <deque>
+#include <random>
+
+#include "ril/core/src/agg_request/handlers.h"
+#include "ril/core/src/async_ril/async_ril.h"
+#include "ril/core/src/async_ril/gate.h"
+#include "ril/core/src/call/call.h"
+#include "ril/core/src/call/ecc_list.h"
+#include "ril/core/src/profile/profile.h"
+#include "ril/core/src/sim/sim.h"
+#include "ril/core/src/system_manager/system_manager.h"
+#include "rpc/multi-client/rpc-stubs/ril/entry_points.h"
+#include "rpc/multi-client/rpc-stubs/ril/records.h"
+#include "rpc/multi-client/rpc-stubs/ril/stubs.h"
+#include "tests/harness/failing_alloc.h"
+#include "tests/harness/fake_android.h"
+
+namespace {
+
+struct Sent {
+    int function;
+    uint32_t context_id;
+};
+
+bool s_sends_fail = false;
+std::string s_sent;
+std::vector<Sent> s_accepted;  // by the modem, in this step
+int s_failing_alloc = -1;      // of the next request
+bool s_alloc_refused = false;
+ecc_list s_card_list;
+uint32_t s_card_records = 0;
+uint32_t s_sim_state = 4;
+
+}  // namespace
+
+std::array<agg_profile, 2> pAggprofileDB;
+
+// The modem's end of each call.
+int32_t uta::call(uint16_t id, const uta::Word* words) {
+    std::string text = std::to_string(id);
+    uint32_t context_id = static_cast<uint32_t>(words[2]);
+    if (id == 39) {
+        const auto& p = *reinterpret_cast<const UtaCallCsReleaseCallReqParams*>(words[1]);
+        text += "(" + std::to_string(p.release_scope) + "," + std::to_string(p.call.call_id) + "," +
+                std::to_string(p.cause) + ")";
+    } else if (id == 44 || id == 53) {
+        text += "(" + std::to_string(reinterpret_cast<const UtaCallCsCallId*>(words[1])->call_id) + ")";
+    } else if (id != 34) {
+        context_id = static_cast<uint32_t>(words[1]);
+    }
+    s_sent += text + ((context_id & 0xFFU) == 0 ? "! " : " ");
+    if (s_sends_fail) {
+        return -1;
+    }
+    s_accepted.push_back({id, context_id});
+    return 0;
+}
+
+// The rooms around the calls.
+void on_request_handler(uint32_t sim_id, int32_t request, void* p_data, size_t data_len, RIL_Token token) {
+    const auto handle = [&] {
+        switch (request) {
+            case RIL_REQUEST_DIAL:
+                return ril_request_dial(sim_id, p_data, data_len, token);
+            case RIL_REQUEST_ANSWER:
+                return ril_request_answer(sim_id, p_data, data_len, token);
+            case RIL_REQUEST_HANGUP:
+                return ril_request_hang_up(sim_id, p_data, data_len, token);
+            case RIL_REQUEST_CONFERENCE:
+                return ril_request_conference(sim_id, p_data, data_len, token);
+            case RIL_REQUEST_SEPARATE_CONNECTION:
+                return ril_request_separate_connection(sim_id, p_data, data_len, token);
+            case RIL_REQUEST_EXPLICIT_CALL_TRANSFER:
+                return ril_request_explicit_call_transfer(sim_id, p_data, data_len, token);
+            case RIL_REQUEST_GET_CURRENT_CALLS:
+                return ril_request_get_current_calls(sim_id, p_data, data_len, token);
+            default:
+                return ril_request_call_control(sim_id, request, p_data, data_len, token);
+        }
+    };
+    if (s_failing_alloc < 0) {
+        return handle();
+    }
+    const FailingAlloc failing(std::exchange(s_failing_alloc, -1));
+    handle();
+    s_alloc_refused = FailingAlloc::refused();
+}
+int32_t modem_init() {
+    callmngr_module_init(0);
+    return 0;
+}
+int32_t module_exit() {
+    return 0;
+}
+void mehHandler(uint32_t) {}
+void modem_events_start() {}
+uint32_t getLastModemEvent() {
+    return E_MODEM_UP;
+}
+uint32_t mmgr_get_spoof_command_state() {
+    return 0;
+}
+void handleRequestNoModem(uint32_t, int32_t, void*, size_t, RIL_Token) {}
+void saveNetPrefInfo(uint32_t, int32_t, void*, size_t, RIL_Token) {}
+int32_t ril_config_init(int, char**) {
+    return 0;
+}
+uint32_t RegisterRPCClient(void (*)(uint32_t)) {
+    return 0;
+}
+uint32_t RPCMakeContextId() {
+    return 0x20000100;
+}
+int32_t sim_get_sim_status(uint32_t) {
+    return SIM_STATUS_SIM_READY;
+}
+uint32_t get_sim_state(uint32_t) {
+    return s_sim_state;
+}
+const ecc_list* sim_get_ecc_list(uint32_t) {
+    return &s_card_list;
+}
+uint32_t sim_get_ecc_records(uint32_t) {
+    return s_card_records;
+}
+
+namespace {
+
+constexpr int c_requests[] = {RIL_REQUEST_DIAL,
+                              RIL_REQUEST_ANSWER,
+                              RIL_REQUEST_HANGUP,
+                              RIL_REQUEST_HANGUP_WAITING_OR_BACKGROUND,
+                              RIL_REQUEST_HANGUP_FOREGROUND_RESUME_BACKGROUND,
+                              RIL_REQUEST_SWITCH_WAITING_OR_HOLDING_AND_ACTIVE,
+                              RIL_REQUEST_SWITCH_WAITING_OR_HOLDING_AND_ACTIVE,
+                              RIL_REQUEST_UDUB,
+                              RIL_REQUEST_CONFERENCE,
+                              RIL_REQUEST_SEPARATE_CONNECTION,
+                              RIL_REQUEST_EXPLICIT_CALL_TRANSFER};
+
+bool is_marked(sys_mark& mark) {
+    if (!sys_mark_trylock(mark)) {
+        return true;
+    }
+    sys_mark_unlock(mark);
+    return false;
+}
+
+class CallModelTest : public testing::Test {
+protected:
+    void SetUp() override {
+        s_rilenv = FakeAndroid::env();
+        android.reset();
+        struct sigaction action {};
+        action.sa_handler = qelril_signal_handler;
+        sigaction(SIGUSR1, &action, nullptr);
+        qelril_init();
+    }
+    void TearDown() override {
+        qelril_destroy();
+        android.advance(100'000);
+    }
+
+    static std::string state_of_table() {
+        std::string text;
+        for (const callmngr_call& call : callmngr_calls(0)) {
+            text += std::to_string(call.call_id) + ":" + std::to_string(call.call_state) + ":" +
+                    std::to_string(call.is_mt) + (call.is_multi_party != 0 ? "* " : " ");
+        }
+        return text;
+    }
+    static std::string state_of_model(const CallModel& model) {
+        std::string text;
+        for (const CallModel::Slot& slot : model.slots) {
+            text += std::to_string(slot.id) + ":" + std::to_string(slot.state) + ":" + std::to_string(slot.mt) +
+                    (slot.member ? "* " : " ");
+        }
+        return text;
+    }
+
+    int send_request(int number, int index) {
+        char address[] = "0891234567";
+        RIL_Dial dial{address, 0, nullptr};
+        const bool is_dial = number == RIL_REQUEST_DIAL;
+        qelril_post_request(0, number, is_dial ? static_cast<void*>(&dial) : &index,
+                            is_dial ? sizeof(dial) : sizeof(index), FakeAndroid::token(++tokens));
+        const int context = s_accepted.empty() ? 0 : static_cast<int>(s_accepted.back().context_id & 0xFFU);
+        for (const Sent& sent : s_accepted) {
+            outstanding.push_back({sent, tokens});
+        }
+        return context;
+    }
+
+    void random_request(std::mt19937& random) {
+        const int number = c_requests[random() % std::size(c_requests)];
+        const int index = static_cast<int>(random() % 8);
+        const int context = send_request(number, index);
+        model.request(number, index, static_cast<int>(tokens), context);
+    }
+
+    void random_indication(std::mt19937& random) {
+        const auto id = static_cast<uint8_t>(random() % 16 == 0 ? random() : 1 + random() % 5);
+        switch (random() % 8) {
+            case 0: {
+                const UtaCallCsDialingIndCbParams p{{id}, {}, 0};
+                UtaMsCallCsDialingIndCb(0, &p);
+                return model.dialing(id);
+            }
+            case 1: {
+                const UtaCallCsCallId p{id};
+                UtaMsCallCsAlertingIndCb(0, &p);
+                return model.alerting(id);
+            }
+            case 2: {
+                UtaCallCsIncomingCallIndCbParams p{};
+                p.call.call_id = id;
+                UtaMsCallCsIncomingCallIndCb(0, &p);
+                return model.incoming(id);
+            }
+            case 3:
+            case 4: {
+                UtaCallCsConnectedIndCbParams p{};
+                p.call.call_id = id;
+                UtaMsCallCsConnectedIndCb(0, &p);
+                return model.connected(id);
+            }
+            case 5: {
+                UtaCallCsCallStatusIndParams p{};
+                p.call.call_id = id;
+                p.status = static_cast<int32_t>(11 + random() % 3);
+                UtaMsCallCsCallStatusIndCb(0, &p);
+                return model.status(id, p.status);
+            }
+            default: {
+                const UtaCallCsDisconnectedIndCbParams p{{id}, 16};
+                UtaMsCallCsDisconnectedIndCb(0, &p);
+                return model.disconnected(id);
+            }
+        }
+    }
+
+    // To anything that the modem was ever asked, again and too late as well. Not to a context that has a new request.
+    void random_answer(std::mt19937& random) {
+        while (!outstanding.empty() && outstanding.front().second + 200 < tokens) {
+            outstanding.pop_front();
+        }
+        if (outstanding.empty()) {
+            return;
+        }
+        const size_t from = random() % 2 == 0 && outstanding.size() > 4 ? outstanding.size() - 4 : 0;
+        const size_t at = from + random() % (outstanding.size() - from);
+        const Sent sent = outstanding[at].first;
+        const auto id = static_cast<uint8_t>(random() % 6);
+        const auto second = static_cast<uint8_t>(random() % 6);
+        const int32_t result = random() % 3 == 0 ? 1 : 0;
+        const uint32_t context_id = sent.context_id;
+        const auto answer = [&](auto p, auto entry_point) { entry_point(0, &p, context_id); };
+        switch (sent.function) {
+            case 34:
+                answer(UtaCallCsSetupCallRspCbParams{{id}, result, 17}, UtaMsCallCsSetupCallRspCb);
+                break;
+            case 39:
+                answer(UtaCallCsReleaseCallRspCbParams{0, {id}, result, 0}, UtaMsCallCsReleaseCallRspCb);
+                break;
+            case 44:
+                answer(UtaCallCsAcceptCallRspCbParams{{id}, result, 0}, UtaMsCallCsAcceptCallRspCb);
+                break;
+            case 47:
+                answer(UtaCallCsSwapCallsRspCbParams{{id}, {second}, result, 0}, UtaMsCallCsSwapCallsRspCb);
+                break;
+            case 49:
+                answer(UtaCallCsHoldCallRspCbParams{{id}, result, 0}, UtaMsCallCsHoldCallRspCb);
+                break;
+            case 51:
+                answer(UtaCallCsRetrieveCallRspCbParams{{id}, result, 0}, UtaMsCallCsRetrieveCallRspCb);
+                break;
+            case 53:
+                answer(UtaCallCsSplitMptyRspCbParams{{id}, result, 0}, UtaMsCallCsSplitMptyRspCb);
+                break;
+            case 55:
+                answer(UtaCallCsJoinCallsRspCbParams{result, 0}, UtaMsCallCsJoinCallsRspCb);
+                break;
+            default:
+                answer(UtaCallCsTransferCallsRspCbParams{{id}, result, 0}, UtaMsCallCsTransferCallsRspCb);
+                break;
+        }
+        model.answer(sent.function, static_cast<int>(context_id & 0xFFU), id, second, result);
+        for (const Sent& one : s_accepted) {
+            outstanding.push_back({one, tokens});
+        }
+    }
+
+    void begin_step(bool sends_fail) {
+        s_sends_fail = model.sends_fail = sends_fail;
+        s_sent.clear();
+        s_accepted.clear();
+        android.reset();
+        model.sent.clear();
+        model.completed.clear();
+        model.told.clear();
+    }
+
+    void expect_step() {
+        std::string completed;
+        for (const auto& done : android.completions()) {
+            completed +=
+                std::to_string(reinterpret_cast<uintptr_t>(done.token)) + ":" + std::to_string(done.error) + " ";
+        }
+        std::string told;
+        for (const int number : android.unsolicited_numbers()) {
+            told += std::to_string(number) + " ";
+        }
+        ASSERT_EQ(s_sent, model.sent);
+        ASSERT_EQ(completed, model.completed);
+        ASSERT_EQ(told, model.told);
+        ASSERT_EQ(state_of_table(), state_of_model(model));
+        ASSERT_EQ(callmngr_call_management(0).pending_call_action, static_cast<uint32_t>(model.pending));
+        ASSERT_EQ(callmngr_release_specific_accept_waiting(0) != 0, model.accepting);
+        ASSERT_EQ(is_marked(hold_call_and_dial_mutex_lock), model.hold_by != 0);
+        ASSERT_EQ(is_marked(unhold_call_ongoing_mutex_lock), model.retrieve_by != 0);
+        size_t contexts = 0;
+        for (const rilreq_state& entry : rilreq_state_info) {
+            contexts += entry.entry_in_use.load();
+        }
+        ASSERT_EQ(contexts, model.open.size());
+    }
+
+    FakeAndroid& android = FakeAndroid::instance();
+    CallModel model;
+    size_t tokens = 0;
+    std::deque<std::pair<Sent, size_t>> outstanding;
+};
+
+TEST_F(CallModelTest, RandomOrders) {
+    const char* const given = getenv("CALL_MODEL_SEED");
+    const unsigned seed = given != nullptr ? static_cast<unsigned>(strtoul(given, nullptr, 0)) : std::random_device{}();
+    const char* const steps_given = getenv("CALL_MODEL_STEPS");
+    const size_t steps = steps_given != nullptr ? strtoul(steps_given, nullptr, 0) : 100'000;
+    printf("seed %u, %zu steps\n", seed, steps);
+    std::mt19937 random(seed);
+    for (size_t step = 0; step < steps; ++step) {
+        SCOPED_TRACE("seed " + std::to_string(seed) + " step " + std::to_string(step));
+        begin_step(random() % 12 == 0);
+        const unsigned kind = random() % 10;
+        if (kind < 3) {
+            random_request(random);
+        } else if (kind < 6) {
+            random_indication(random);
+        } else if (kind < 8) {
+            random_answer(random);
+        } else {
+            const auto seconds = static_cast<int64_t>(random() % 9);
+            android.advance(seconds * 1000);
+            model.advance(seconds);
+        }
+        expect_step();
+        ASSERT_FALSE(HasFatalFailure());
+        // Requests without a timer would fill the table of contexts: now and then the modem goes down.
+        if (model.open.size() > 60) {
+            begin_step(false);
+            qelril_destroy();
+            ASSERT_EQ(android.completions().size(), model.open.size());
+            ASSERT_FALSE(is_marked(hold_call_and_dial_mutex_lock));
+            ASSERT_FALSE(is_marked(unhold_call_ongoing_mutex_lock));
+            android.advance(30'000);
+            ASSERT_EQ(android.timers(), 0U);
+            model = {};
+            outstanding.clear();
+            qelril_init();
+        }
+    }
+}
+
+TEST_F(CallModelTest, AMarkIsNotLeftWithoutATimer) {
+    for (const uint8_t state : {CALL_STATE_ACTIVE, CALL_STATE_HELD}) {
+        const UtaCallCsDialingIndCbParams p{{1}, {}, 0};
+        UtaMsCallCsDialingIndCb(0, &p);
+        callmngr_calls(0)[0].call_state = state;
+        begin_step(false);
+        s_failing_alloc = 0;  // the timer is the only block
+        const int context = send_request(RIL_REQUEST_SWITCH_WAITING_OR_HOLDING_AND_ACTIVE, 0);
+        EXPECT_TRUE(s_alloc_refused);
+        EXPECT_NE(context, 0);
+        EXPECT_TRUE(android.completions().empty());
+        EXPECT_FALSE(is_marked(hold_call_and_dial_mutex_lock));
+        EXPECT_FALSE(is_marked(unhold_call_ongoing_mutex_lock));
+        qelril_destroy();
+        qelril_init();
+    }
+}
+
+TEST_F(CallModelTest, TheListTakesOneBlock) {
+    begin_step(false);
+    send_request(RIL_REQUEST_GET_CURRENT_CALLS, 0);
+    for (uint8_t id = 1; id <= 17; ++id) {
+        const UtaCallCsDialingIndCbParams p{{id}, {}, 0};
+        UtaMsCallCsDialingIndCb(0, &p);
+    }
+    for (const bool fails : {false, true}) {
+        begin_step(false);
+        s_failing_alloc = fails ? 0 : 1;
+        send_request(RIL_REQUEST_GET_CURRENT_CALLS, 0);
+        EXPECT_EQ(s_alloc_refused, fails);
+        const auto done = android.completions().at(0);
+        EXPECT_EQ(done.error, fails ? RIL_E_GENERIC_FAILURE : RIL_E_SUCCESS);
+        EXPECT_EQ(done.data.size(), fails ? 0U : 16 * sizeof(RIL_Call*));
+    }
+}
+
+TEST_F(CallModelTest, NoContextAndNoMemoryFailTheRequest) {
+    const UtaCallCsDialingIndCbParams p{{1}, {}, 0};
+    UtaMsCallCsDialingIndCb(0, &p);
+    for (const int nth : {0, 1}) {
+        begin_step(false);
+        s_failing_alloc = nth;
+        send_request(RIL_REQUEST_DIAL, 0);
+        EXPECT_EQ(android.completions().at(0).error, RIL_E_GENERIC_FAILURE);
+        EXPECT_EQ(s_sent, "");
+    }
+    begin_step(false);
+    s_failing_alloc = 2;  // the timer
+    send_request(RIL_REQUEST_DIAL, 0);
+    EXPECT_TRUE(s_alloc_refused);
+    EXPECT_EQ(s_sent, "34 ");
+    while (qelril_get_free_ctxt_id(nullptr) >= 0) {
+    }
+    for (const int number : c_requests) {
+        begin_step(false);
+        send_request(number, 1);
+        EXPECT_EQ(android.completions().at(0).error, RIL_E_GENERIC_FAILURE) << number;
+        EXPECT_EQ(s_sent, "");
+    }
+}
+
+TEST_F(CallModelTest, EmergencyNumbersOfTheCard) {
+    s_card_list = {0, {{{4, {'5', '5', '5'}}, {3, {'1', '1', '2'}}, {9, {'1', '1', '0', '1', '1', '0'}}}}};
+    const auto category = [](const char* number) {
+        uint8_t found = 99;
+        return callmngr_is_ecc(0, number, found) == 1 ? found : -1;
+    };
+    s_card_records = 2;
+    EXPECT_EQ(category("555"), 4);
+    EXPECT_EQ(category("112"), 3);
+    EXPECT_EQ(category("110110"), -1);
+    EXPECT_EQ(category("110"), -1);  // the card is ready
+    s_card_records = 255;            // more than there is room for
+    EXPECT_EQ(category("110110"), 9);
+    s_card_records = 0;
+    s_sim_state = 3;
+    EXPECT_EQ(category("555"), -1);
+    EXPECT_EQ(category("110"), 1);
+    s_sim_state = 4;
+}
+
+}  // namespace
