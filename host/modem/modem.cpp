@@ -52,7 +52,7 @@ public:
             if (all[i].type == uta::Type::array) {
                 parameters.words[all[i].count_from] = parameters.words[i] == 0 ? 0 : parameters.scalars[i];
             } else if (all[i].output && parameters.words[i] == 0 && all[i].type == uta::Type::record) {
-                blocks_.emplace_back(uta::c_records[all[i].aux].size / sizeof(max_align_t) + 1);
+                blocks_.emplace_back(uta::c_records[all[i].aux].size / sizeof(uint64_t) + 1);
                 parameters.words[i] = reinterpret_cast<uta::Word>(blocks_.back().data());
             }
         }
@@ -75,7 +75,7 @@ public:
     }
 
 private:
-    std::vector<std::vector<max_align_t>> blocks_;
+    std::vector<std::vector<uint64_t>> blocks_;  // aligned for every record, and zero
 };
 
 }  // namespace

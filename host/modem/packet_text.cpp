@@ -235,7 +235,7 @@ public:
 
 private:
     uint8_t* allocate(size_t size) {
-        blocks_.emplace_back(size / sizeof(max_align_t) + 1);
+        blocks_.emplace_back(size / sizeof(uint64_t) + 1);
         return reinterpret_cast<uint8_t*>(blocks_.back().data());
     }
     void assign_in(const Record& record, uint8_t* memory, const Path& path, size_t at, std::string_view value);
@@ -248,7 +248,7 @@ private:
 
     const uta::Function& function_;
     std::array<uta::Word, uta::c_max_parameters> words_ = {};
-    std::deque<std::vector<max_align_t>> blocks_;
+    std::deque<std::vector<uint64_t>> blocks_;  // aligned for every record, and zero
 };
 
 uint8_t* load_pointer(const uint8_t* memory) {
