@@ -55,7 +55,8 @@ std::array<char*, s_cfg_string_settings.size()> p_cfg_string{};
 
 uint32_t s_cfg_section_selected = SECTION_NONE;
 
-// A decimal number, or hexadecimal behind "0x"; false if anything else is in the text.
+// A decimal number, or hexadecimal behind "0x"; false if anything else is in the text. One beyond 32 bits gives the
+// nearest that fits, whatever the size of a long.
 bool parse_number(const char* text, int32_t& out) {
     const int base = strlen(text) > 2 && strncmp(text, "0x", 2) == 0 ? 16 : 10;
     char* end = nullptr;
@@ -63,7 +64,7 @@ bool parse_number(const char* text, int32_t& out) {
     if (end == text || *end != '\0') {
         return false;
     }
-    out = static_cast<int32_t>(number);
+    out = static_cast<int32_t>(std::clamp<long>(number, INT32_MIN, INT32_MAX));
     return true;
 }
 
