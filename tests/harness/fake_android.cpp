@@ -9,7 +9,8 @@
 #include <utility>
 
 FakeAndroid& FakeAndroid::instance() {
-    static FakeAndroid android;
+    // Never destroyed: the library's threads run until the process has ended.
+    static FakeAndroid& android = *new FakeAndroid;
     return android;
 }
 

@@ -1,7 +1,9 @@
 // The start around its sequence: when it begins, what may go wrong on the way, and the emergency numbers it leaves.
 #include <cutils/properties.h>
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/file.h>
 
 #include "tests/lifecycle/lifecycle.h"
 
@@ -115,6 +117,27 @@ TEST(BringUp, ModemThatHangsDuringTheStart) {
         phone.modem.set_silent(193, false);
         restart(phone);
         EXPECT_EQ(phone.modem.received_ids(), c_start_ids);
+    });
+}
+
+// The start stands still in the middle of the modules, at a property that it cannot write: what the modem sends
+// meanwhile reaches no module before all have their start values.
+TEST(BringUp, PacketsWaitForTheModules) {
+    in_own_process([] {
+        Phone phone;
+        phone.answer_mode_requests(0);
+        ASSERT_TRUE(phone.modem.wait_registered());
+        const int properties = open("/dev/__properties__", O_RDWR);
+        ASSERT_EQ(flock(properties, LOCK_EX), 0);
+        phone.event(c_event_up);
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        phone.modem.send(c_card_removed);
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        EXPECT_TRUE(phone.android.unsolicited().empty());
+        EXPECT_TRUE(phone.modem.received_ids().empty());
+        ASSERT_EQ(flock(properties, LOCK_UN), 0);
+        ASSERT_TRUE(soon([&] { return phone.android.unsolicited().size() == 6; }));
+        EXPECT_EQ(phone.android.unsolicited_numbers().front(), RIL_UNSOL_RESPONSE_SIM_STATUS_CHANGED);
     });
 }
 

@@ -46,6 +46,11 @@ inline const std::string c_sim_mode_off =
     "02 04 00 00 00 2F 02 04 00 00 00 E6 AA AA AA AA 7F 81 66 1B 7F 06 06 02 04 AA AA AA AA 02 04 CC CC CC CC"
     " 02 04 00 00 00 01 02 04 00 00 00 00";
 
+// An indication that the RIL thread takes: the card was removed.
+inline const std::string c_card_removed =
+    "02 04 00 00 00 3C 02 04 00 00 00 97 20 00 01 00 7F 81 17 28 7F 83 1F 1E 02 04 00 00 00 00 02 04 00 00 00 00"
+    " 02 04 00 00 00 00 02 04 00 00 00 02 02 04 00 00 00 07 02 04 00 00 00 00";
+
 // The packets as text, with AA and CC where a mode request has them.
 std::vector<std::string> masked(const std::vector<Bytes>& packets);
 // The same packets for SIM 1: the SIM is the last byte of each.

@@ -218,13 +218,15 @@ TEST(ModemDown, ResetIsAskedForByTheFirstInstance) {
             Phone phone(second_instance ? std::vector<std::string>{"--client", "2"} : std::vector<std::string>{});
             phone.sim_id = second_instance ? 1 : 0;
             const auto shut_down = reinterpret_cast<void (*)()>(phone.symbol("ShutdownCb"));
-            shut_down();
             phone.bring_up();
-            EXPECT_EQ(phone.manager_requests, 0U);
             shut_down();
             EXPECT_TRUE(second_instance || soon([&] { return phone.manager_requests == 1; }));
-            std::this_thread::sleep_for(std::chrono::milliseconds(20));
             EXPECT_EQ(phone.last_manager_request, second_instance ? 0 : 0xA1000000U);
+            modem_down(phone);
+            std::this_thread::sleep_for(std::chrono::milliseconds(20));
+            shut_down();
+            std::this_thread::sleep_for(std::chrono::milliseconds(20));
+            EXPECT_EQ(phone.manager_requests, second_instance ? 0U : 1U);
         });
     }
 }

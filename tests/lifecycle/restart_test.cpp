@@ -57,19 +57,26 @@ void send_requests(Phone& phone, const std::atomic<bool>& ending, std::vector<RI
     }
 }
 
-// Indications, and answers to any context, of which some are in flight and most are not.
+// The registration that the network gave.
+const std::string c_registration =
+    "02 04 00 00 00 EA 02 04 00 00 00 52 20 00 01 00 7F 52 81 D6 7F 81 47 81 CB 02 04 00 00 00 00 02 04 00 00 00"
+    " 00 7F 7F 18 7F 79 04 02 02 00 00 7F 7B 0E 02 04 00 00 00 00 02 02 00 00 02 02 00 00 02 04 00 00 00 00 02 04"
+    " 00 00 00 00 7F 7E 1E 02 01 00 7F 7D 18 7F 78 04 02 02 00 00 7F 7B 0E 02 04 00 00 00 00 02 02 00 00 02 02 00"
+    " 00 7F 7D 18 7F 78 04 02 02 00 00 7F 7B 0E 02 04 00 00 00 00 02 02 00 00 02 02 00 00 02 04 00 00 00 00 02 04"
+    " 00 00 00 00 02 04 00 00 00 04 7F 7C 17 02 04 00 00 00 01 7F 7B 0E 02 04 00 00 00 00 02 02 00 01 02 02 01 06"
+    " 02 04 00 00 00 00 02 04 00 00 00 00 02 04 00 00 00 00 02 04 00 00 00 00 02 04 00 00 00 FF 02 04 00 00 00 00"
+    " 02 04 00 00 00 00 02 04 00 00 00 00 02 04 00 00 00 00";
+
+// Indications for the RIL thread, and answers to any context, of which some are in flight and most are not.
 void send_from_modem(Phone& phone, const std::atomic<bool>& ending) {
     std::minstd_rand random(1);
-    const std::string indication =
-        "02 04 00 00 00 30 02 04 00 00 00 E9 20 00 01 00 7F 81 69 1C 7F 84 6B 12 02 04 00 00 00 00"
-        " 02 04 00 00 00 00 02 04 00 00 00 01 02 04 00 00 00 00";
     Bytes request(16);
     while (!ending) {
         request[15] = static_cast<uint8_t>(random());
         const auto mode = static_cast<uint8_t>(random() % 3);
-        phone.modem.send(indication);
+        phone.modem.send(c_card_removed + c_registration);
         phone.modem.send(with_context(mode_answer(random() % 2 == 0 ? 227 : 229, mode), request));
-        std::this_thread::sleep_for(std::chrono::microseconds(50));
+        std::this_thread::sleep_for(std::chrono::microseconds(500));
     }
 }
 
@@ -81,9 +88,17 @@ TEST(Restart, AThousandCrashesUnderTraffic) {
         phone.modem.set_return(198, 0,
                                from_hex("7F 83 73 2D 55 09 02 04 00 00 00 09 02 04 00 00 00 00 43 09 51 24 30 32 57 71 "
                                         "F8 55 08 02 04 00 00 00 08 02 04 00 00 00 00 4A 09 51 24 30 32 57 81"));
-        std::atomic<int> changes{0};  // one per end and one per start
-        phone.android.set_unsolicited_hook(
-            [&](int number) { changes += number == RIL_UNSOL_RESPONSE_SIM_STATUS_CHANGED ? 1 : 0; });
+        // Each end and each start sends these four in a row.
+        constexpr int c_change[] = {1010, 1001, 1002, 1019};
+        std::atomic<int> changes{0};
+        phone.android.set_unsolicited_hook([&](int number) {
+            thread_local size_t s_next = 0;
+            s_next = number == c_change[s_next] ? s_next + 1 : number == c_change[0] ? 1 : 0;
+            if (s_next == std::size(c_change)) {
+                s_next = 0;
+                ++changes;
+            }
+        });
         const auto crash = [&] {
             const int before = changes;
             phone.event(c_event_down);

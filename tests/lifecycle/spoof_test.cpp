@@ -5,7 +5,7 @@
 
 #include "ril/core/src/async_ril/async_ril.h"
 #include "ril/core/src/async_ril/radio_state.h"
-#include "ril/core/src/sim/sim_status.h"
+#include "ril/core/src/sim/sim.h"
 #include "ril/core/src/system_manager/bring_up.h"
 #include "ril/core/src/system_manager/modules.h"
 #include "ril/core/src/system_manager/system_manager.h"
