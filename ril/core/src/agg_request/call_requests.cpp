@@ -180,7 +180,8 @@ void ril_request_get_current_calls(uint32_t sim_id, void* p_data, size_t data_le
         complete(token, RIL_E_SUCCESS);
         return;
     }
-    auto** list = static_cast<RIL_Call**>(MEM_ALLOC(count * sizeof(RIL_Call*)));
+    const size_t size = count * sizeof(void*);  // Android's list is one of pointers
+    auto** list = static_cast<RIL_Call**>(MEM_ALLOC(size));
     if (list == nullptr) {
         RIL_TRACE(TRACE_ERROR, "%s Unable to allocate memory\n", __func__);
         complete(token, RIL_E_GENERIC_FAILURE);
@@ -189,7 +190,7 @@ void ril_request_get_current_calls(uint32_t sim_id, void* p_data, size_t data_le
     for (uint32_t i = 0; i < count; ++i) {
         list[i] = &calls[i];
     }
-    ril_request_complete(token, RIL_E_SUCCESS, list, count * sizeof(RIL_Call*));
+    ril_request_complete(token, RIL_E_SUCCESS, list, size);
     MEM_FREE(list);
 }
 
