@@ -348,7 +348,7 @@ TEST_F(CallModelTest, RandomOrders) {
     for (size_t step = 0; step < steps; ++step) {
         SCOPED_TRACE("seed " + std::to_string(seed) + " step " + std::to_string(step));
         begin_step(random() % 12 == 0);
-        const unsigned kind = random() % 10;
+        const auto kind = random() % 10;
         if (kind < 3) {
             random_request(random);
         } else if (kind < 6) {
@@ -379,7 +379,7 @@ TEST_F(CallModelTest, RandomOrders) {
 }
 
 TEST_F(CallModelTest, AMarkIsNotLeftWithoutATimer) {
-    for (const uint8_t state : {CALL_STATE_ACTIVE, CALL_STATE_HELD}) {
+    for (const uint32_t state : {CALL_STATE_ACTIVE, CALL_STATE_HELD}) {
         const UtaCallCsDialingIndCbParams p{{1}, {}, 0};
         UtaMsCallCsDialingIndCb(0, &p);
         callmngr_calls(0)[0].call_state = state;

@@ -134,11 +134,11 @@ TEST(Control, EachOperationByTheCallsThatAreThere) {
             // A request that cannot be sent fails at once and leaves nothing.
             phone.clear();
             phone.set_calls(row.calls);
-            for (const uint32_t id : {39, 44, 47, 49, 51, 53, 55, 57}) {
+            for (const uint32_t id : {39U, 44U, 47U, 49U, 51U, 53U, 55U, 57U}) {
                 phone.modem.set_return(id, -3);
             }
             EXPECT_EQ(ask(phone, row.request, row.data), "2");
-            for (const uint32_t id : {39, 44, 47, 49, 51, 53, 55, 57}) {
+            for (const uint32_t id : {39U, 44U, 47U, 49U, 51U, 53U, 55U, 57U}) {
                 phone.modem.set_return(id, 0);
             }
             phone.sent();
