@@ -26,10 +26,10 @@ struct sys_mark {
     bool taken = false;
 };
 
-void sys_mark_lock(sys_mark& mark);     // waits until the mark is free, then takes it
+void sys_mark_lock(sys_mark& mark);                        // waits until the mark is free, then takes it
 bool sys_mark_lock_for(sys_mark& mark, uint32_t seconds);  // the same; false, without it, once the time is over
-bool sys_mark_trylock(sys_mark& mark);  // true if the mark was free and is now taken
-void sys_mark_unlock(sys_mark& mark);   // a free mark stays free
+bool sys_mark_trylock(sys_mark& mark);                     // true if the mark was free and is now taken
+void sys_mark_unlock(sys_mark& mark);                      // a free mark stays free
 
 // A ring of 128 message pointers. It carries them and never owns what they point to. Any number of threads post, one
 // fetches and waits.

@@ -94,8 +94,8 @@ struct rilreq_timer {
     uint32_t ctxt_id;  // low byte: the context. Above: the engine's start that it belongs to
 };
 
-// Fails the request with RIL_E_GENERIC_FAILURE if it is still in flight after `seconds`. 0, or -1 without memory for the
-// timer: the request runs without one. RIL thread.
+// Fails the request with RIL_E_GENERIC_FAILURE if it is still in flight after `seconds`. 0, or -1 without memory for
+// the timer: the request runs without one. RIL thread.
 int32_t qelril_arm_response_timer(uint32_t sim_id, uint32_t ctxt_id, int32_t seconds);
 
 // The timer's callback; frees `param`, a rilreq_timer. rild's event thread.
