@@ -1,0 +1,649 @@
+// The network's side of voice calls: parties that are called, that call, answer, hang up or are busy, and what a phone
+// does with several calls at once (3GPP TS 22.083, 22.084, 22.091). What a called party does, the last two digits of
+// its number tell (c_parties).
+#include <algorithm>
+#include <array>
+#include <cstring>
+
+#include "host/modem/commands.h"
+#include "host/modem/modem.h"
+
+namespace {
+
+using Milliseconds = Loop::Milliseconds;
+
+enum class State { DIALING, ALERTING, INCOMING, ACTIVE, HELD, RELEASING };
+
+struct Call {
+    uint8_t id;
+    uint32_t serial;  // never used again, for what happens later
+    State state;
+    std::string number;
+    bool is_emergency = false;
+    bool is_member = false;  // of the multiparty call
+};
+
+struct Stack {
+    bool on = false;
+    std::vector<Call> calls;
+    int32_t tty_mode = 0;
+};
+
+std::array<Stack, c_stacks> s_stacks;
+uint32_t s_last_serial;
+
+// What a number's party does instead of answering; by the number's end.
+enum class Party { ANSWERS, IS_BUSY, NEVER_ANSWERS, IS_CUT_OFF };
+
+constexpr struct {
+    const char* number_end;
+    Party party;
+} c_parties[] = {{"17", Party::IS_BUSY}, {"99", Party::NEVER_ANSWERS}, {"41", Party::IS_CUT_OFF}};
+
+constexpr Milliseconds c_dialing_time{20};
+constexpr Milliseconds c_routing_time{150};
+constexpr Milliseconds c_answering_time{300};
+constexpr Milliseconds c_clearing_time{30};
+constexpr Milliseconds c_cut_off_time{400};
+constexpr Milliseconds c_network_patience{180'000};  // T301 of 3GPP TS 24.008, table 11.4
+
+// The causes are those of 3GPP TS 24.008, 10.5.4.11.
+constexpr int32_t c_no_cause = 0;
+constexpr int32_t c_normal_clearing = 16;
+constexpr int32_t c_user_busy = 17;
+constexpr int32_t c_no_answer = 19;
+constexpr int32_t c_facility_rejected = 29;
+constexpr int32_t c_temporary_failure = 41;
+constexpr int32_t c_no_resources = 47;
+constexpr int32_t c_unknown_call = 81;
+
+constexpr int32_t c_failed = 1;  // in a response
+constexpr int32_t c_emergency_call_type = 2;
+
+constexpr int32_t c_scope_call = 0;
+constexpr int32_t c_scope_all = 1;
+constexpr int32_t c_scope_active = 2;
+constexpr int32_t c_scope_waiting = 5;
+
+constexpr int32_t c_status_number = 0;  // only the number is news
+constexpr int32_t c_status_held = 12;
+constexpr int32_t c_status_retrieved = 13;
+
+constexpr int32_t c_name_unavailable = 2;
+constexpr int32_t c_last_tty_mode = 3;
+
+// --- The calls -------------------------------------------------------------------------------------------------------
+
+// Pointers are good until a call comes or goes.
+Call* find_call(uint32_t sim_id, uint32_t call_id) {
+    for (Call& call : s_stacks[sim_id].calls) {
+        if (call.id == call_id) {
+            return &call;
+        }
+    }
+    return nullptr;
+}
+
+Call* find_state(uint32_t sim_id, State state) {
+    for (Call& call : s_stacks[sim_id].calls) {
+        if (call.state == state) {
+            return &call;
+        }
+    }
+    return nullptr;
+}
+
+// The lowest free id, or 0 when there is none.
+uint8_t free_id(uint32_t sim_id) {
+    for (uint32_t id = 1; id <= UINT8_MAX; ++id) {
+        if (find_call(sim_id, id) == nullptr) {
+            return static_cast<uint8_t>(id);
+        }
+    }
+    return 0;
+}
+
+// Null when all ids are taken.
+Call* add_call(uint32_t sim_id, State state, const std::string& number) {
+    const uint8_t id = free_id(sim_id);
+    if (id == 0) {
+        return nullptr;
+    }
+    s_stacks[sim_id].calls.push_back({id, ++s_last_serial, state, number});
+    return &s_stacks[sim_id].calls.back();
+}
+
+// A step in the life of a call, unless the call has come to its end before.
+using Step = void (*)(Modem& modem, uint32_t sim_id, Call& call);
+
+void after(Modem& modem, Milliseconds delay, uint32_t sim_id, const Call& call, Step step) {
+    modem.later(delay, [&modem, sim_id, serial = call.serial, step] {
+        auto& calls = s_stacks[sim_id].calls;
+        const auto it = std::find_if(calls.begin(), calls.end(), [&](const Call& c) { return c.serial == serial; });
+        if (it != calls.end()) {
+            step(modem, sim_id, *it);
+        }
+    });
+}
+
+template <size_t n>
+void fill_text(char (&out)[n], const std::string& text) {
+    memcpy(out, text.data(), std::min(text.size(), n - 1));
+}
+
+void report_status(Modem& modem, uint32_t sim_id, const Call& call, int32_t status) {
+    UtaCallCsCallStatusIndParams param{};
+    param.call.call_id = call.id;
+    param.status = status;
+    fill_text(param.number, call.number);
+    modem.indicate<uta::row::UtaMsCallCsCallStatusIndCb>(sim_id, &param);
+}
+
+void report_connected(Modem& modem, uint32_t sim_id, const Call& call) {
+    UtaCallCsConnectedIndCbParams param{};
+    param.call.call_id = call.id;
+    fill_text(param.number, call.number);
+    param.name_presentation = c_name_unavailable;
+    modem.indicate<uta::row::UtaMsCallCsConnectedIndCb>(sim_id, &param);
+}
+
+// All calls in one state go to the other. The indications come later, behind the response: report_moved.
+std::vector<uint8_t> move_calls(uint32_t sim_id, State from, State to) {
+    std::vector<uint8_t> moved;
+    for (Call& call : s_stacks[sim_id].calls) {
+        if (call.state == from) {
+            call.state = to;
+            moved.push_back(call.id);
+        }
+    }
+    return moved;
+}
+
+void report_moved(Modem& modem, uint32_t sim_id, const std::vector<uint8_t>& moved, int32_t status) {
+    for (const uint8_t id : moved) {
+        report_status(modem, sim_id, *find_call(sim_id, id), status);
+    }
+}
+
+// --- The end of a call -----------------------------------------------------------------------------------------------
+
+// One party alone is no multiparty call any more.
+void leave_multiparty(uint32_t sim_id, Call& leaving) {
+    leaving.is_member = false;
+    auto& calls = s_stacks[sim_id].calls;
+    if (std::count_if(calls.begin(), calls.end(), [](const Call& call) { return call.is_member; }) == 1) {
+        std::find_if(calls.begin(), calls.end(), [](const Call& call) { return call.is_member; })->is_member = false;
+    }
+}
+
+// Removes the call.
+void disconnect(Modem& modem, uint32_t sim_id, uint8_t call_id, int32_t cause) {
+    std::erase_if(s_stacks[sim_id].calls, [&](const Call& call) { return call.id == call_id; });
+    UtaCallCsDisconnectedIndCbParams param{};
+    param.call.call_id = call_id;
+    param.cause = cause;
+    modem.indicate<uta::row::UtaMsCallCsDisconnectedIndCb>(sim_id, &param);
+}
+
+// The call clears, whoever wants it to.
+void clear_call(Modem& modem, uint32_t sim_id, Call& call, int32_t cause) {
+    call.state = State::RELEASING;
+    leave_multiparty(sim_id, call);
+    UtaCallCsDisconnectingIndCbParams param{};
+    param.call.call_id = call.id;
+    param.cause = cause;
+    modem.indicate<uta::row::UtaMsCallCsDisconnectingIndCb>(sim_id, &param);
+    // Nobody else gets this id before: the call keeps it while it clears.
+    modem.later(c_clearing_time, [&modem, sim_id, cause, id = call.id, serial = call.serial] {
+        const Call* clearing = find_call(sim_id, id);
+        if (clearing != nullptr && clearing->serial == serial) {
+            disconnect(modem, sim_id, id, cause);
+        }
+    });
+}
+
+// --- A call's beginning ----------------------------------------------------------------------------------------------
+
+Party party_of(const Call& call) {
+    if (call.is_emergency) {
+        return Party::ANSWERS;
+    }
+    for (const auto& row : c_parties) {
+        if (call.number.ends_with(row.number_end)) {
+            return row.party;
+        }
+    }
+    return Party::ANSWERS;
+}
+
+void cut_off(Modem& modem, uint32_t sim_id, Call& call) {
+    if (call.state != State::RELEASING) {
+        clear_call(modem, sim_id, call, c_temporary_failure);
+    }
+}
+
+void give_up(Modem& modem, uint32_t sim_id, Call& call) {
+    if (call.state == State::ALERTING) {
+        clear_call(modem, sim_id, call, c_no_answer);
+    }
+}
+
+void far_end_answers(Modem& modem, uint32_t sim_id, Call& call) {
+    if (call.state != State::ALERTING) {
+        return;
+    }
+    call.state = State::ACTIVE;
+    report_connected(modem, sim_id, call);
+    if (party_of(call) == Party::IS_CUT_OFF) {
+        after(modem, c_cut_off_time, sim_id, call, cut_off);
+    }
+}
+
+void reach_party(Modem& modem, uint32_t sim_id, Call& call) {
+    if (call.state != State::DIALING) {
+        return;
+    }
+    if (party_of(call) == Party::IS_BUSY) {
+        clear_call(modem, sim_id, call, c_user_busy);
+        return;
+    }
+    call.state = State::ALERTING;
+    const UtaCallCsCallId call_id{call.id};
+    modem.indicate<uta::row::UtaMsCallCsAlertingIndCb>(sim_id, &call_id);
+    if (party_of(call) == Party::NEVER_ANSWERS) {
+        after(modem, c_network_patience, sim_id, call, give_up);
+    } else {
+        after(modem, c_answering_time, sim_id, call, far_end_answers);
+    }
+}
+
+void start_dialing(Modem& modem, uint32_t sim_id, Call& call) {
+    if (call.state != State::DIALING) {
+        return;
+    }
+    UtaCallCsDialingIndCbParams param{};
+    param.call.call_id = call.id;
+    modem.indicate<uta::row::UtaMsCallCsDialingIndCb>(sim_id, &param);
+    report_status(modem, sim_id, call, c_status_number);
+    after(modem, c_routing_time, sim_id, call, reach_party);
+}
+
+// Why the network or the phone has no place for one more outgoing call; 0 when it has.
+int32_t setup_obstacle(uint32_t sim_id, bool is_emergency) {
+    if (!s_stacks[sim_id].on || free_id(sim_id) == 0) {
+        return c_no_resources;
+    }
+    if (is_emergency) {
+        return c_no_cause;
+    }
+    const bool both = find_state(sim_id, State::ACTIVE) != nullptr && find_state(sim_id, State::HELD) != nullptr;
+    const bool calls_already =
+        find_state(sim_id, State::DIALING) != nullptr || find_state(sim_id, State::ALERTING) != nullptr;
+    return both || calls_already ? c_no_resources : c_no_cause;
+}
+
+// --- Requests. Each takes effect when its response goes out. ---------------------------------------------------------
+
+// A setup places the active call on hold (3GPP TS 22.030, 6.5.5.1). An emergency call needs no card.
+int32_t set_up(Modem& modem, const Caller& caller, uint32_t sim_id, const UtaCallCsSetupVoiceCallReqParams* param,
+               uint32_t context_id) {
+    if (param == nullptr) {
+        return c_refused;
+    }
+    const std::string number(param->number, strnlen(param->number, sizeof(param->number)));
+    const bool is_emergency = param->call_type == c_emergency_call_type;
+    modem.later(modem.settings.latency, [&modem, caller, sim_id, number, is_emergency, context_id] {
+        UtaCallCsSetupCallRspCbParams response{};
+        response.call_error_cause = setup_obstacle(sim_id, is_emergency);
+        response.result = response.call_error_cause == c_no_cause ? c_success : c_failed;
+        std::vector<uint8_t> held;
+        if (response.result == c_success) {
+            held = move_calls(sim_id, State::ACTIVE, State::HELD);
+            Call& call = *add_call(sim_id, State::DIALING, number);
+            call.is_emergency = is_emergency;
+            response.call.call_id = call.id;
+            after(modem, c_dialing_time, sim_id, call, start_dialing);
+        }
+        modem.send<uta::row::UtaMsCallCsSetupCallRspCb>(caller.client, caller.context_id, sim_id, &response,
+                                                        context_id);
+        report_moved(modem, sim_id, held, c_status_held);
+    });
+    return c_success;
+}
+
+bool is_in_scope(const Call& call, const UtaCallCsReleaseCallReqParams& param) {
+    if (call.state == State::RELEASING) {
+        return false;
+    }
+    switch (param.release_scope) {
+        case c_scope_call:
+            return call.id == param.call.call_id;
+        case c_scope_all:
+            return true;
+        case c_scope_active:
+            return call.state == State::ACTIVE;
+        case c_scope_waiting:
+            return call.state == State::INCOMING;
+        default:
+            return false;
+    }
+}
+
+int32_t release(Modem& modem, const Caller& caller, uint32_t sim_id, const UtaCallCsReleaseCallReqParams* param,
+                uint32_t context_id) {
+    if (param == nullptr) {
+        return c_refused;
+    }
+    modem.later(modem.settings.latency, [&modem, caller, sim_id, request = *param, context_id] {
+        std::vector<Call*> released;
+        for (Call& call : s_stacks[sim_id].calls) {
+            if (is_in_scope(call, request)) {
+                released.push_back(&call);
+            }
+        }
+        UtaCallCsReleaseCallRspCbParams response{};
+        response.release_scope = request.release_scope;
+        response.call = request.call;
+        response.result = released.empty() ? c_failed : c_success;
+        response.call_error_cause = released.empty() ? c_unknown_call : c_no_cause;
+        modem.send<uta::row::UtaMsCallCsReleaseCallRspCb>(caller.client, caller.context_id, sim_id, &response,
+                                                          context_id);
+        for (Call* call : released) {
+            clear_call(modem, sim_id, *call, request.cause);
+        }
+    });
+    return c_success;
+}
+
+// The active call has to make room, and can as long as none is held.
+int32_t accept_obstacle(uint32_t sim_id, uint32_t call_id) {
+    const Call* call = find_call(sim_id, call_id);
+    if (call == nullptr || call->state != State::INCOMING) {
+        return c_unknown_call;
+    }
+    const bool both = find_state(sim_id, State::ACTIVE) != nullptr && find_state(sim_id, State::HELD) != nullptr;
+    return both ? c_facility_rejected : c_no_cause;
+}
+
+int32_t accept(Modem& modem, const Caller& caller, uint32_t sim_id, const UtaCallCsCallId* call_id,
+               uint32_t context_id) {
+    if (call_id == nullptr) {
+        return c_refused;
+    }
+    modem.later(modem.settings.latency, [&modem, caller, sim_id, id = *call_id, context_id] {
+        UtaCallCsAcceptCallRspCbParams response{};
+        response.call = id;
+        response.field_3 = accept_obstacle(sim_id, id.call_id);
+        response.field_2 = response.field_3 == c_no_cause ? c_success : c_failed;
+        std::vector<uint8_t> held;
+        if (response.field_2 == c_success) {
+            held = move_calls(sim_id, State::ACTIVE, State::HELD);
+            find_call(sim_id, id.call_id)->state = State::ACTIVE;
+        }
+        modem.send<uta::row::UtaMsCallCsAcceptCallRspCb>(caller.client, caller.context_id, sim_id, &response,
+                                                         context_id);
+        report_moved(modem, sim_id, held, c_status_held);
+        if (response.field_2 == c_success) {
+            report_connected(modem, sim_id, *find_call(sim_id, id.call_id));
+        }
+    });
+    return c_success;
+}
+
+// A response of most shapes: a call, the result, the cause.
+template <typename Response>
+Response make_response(bool done, uint8_t call_id) {
+    Response response{};
+    response.call.call_id = call_id;
+    response.result = done ? c_success : c_failed;
+    response.call_error_cause = done ? c_no_cause : c_facility_rejected;
+    return response;
+}
+
+// All calls of one state go to the other, where none may be.
+template <typename Row, typename Response>
+int32_t move_request(Modem& modem, const Caller& caller, uint32_t sim_id, uint32_t context_id, State from, State to) {
+    modem.later(modem.settings.latency, [&modem, caller, sim_id, context_id, from, to] {
+        std::vector<uint8_t> moved;
+        if (find_state(sim_id, to) == nullptr) {
+            moved = move_calls(sim_id, from, to);
+        }
+        const auto response = make_response<Response>(!moved.empty(), moved.empty() ? uint8_t{0} : moved.front());
+        modem.send<Row>(caller.client, caller.context_id, sim_id, &response, context_id);
+        report_moved(modem, sim_id, moved, to == State::HELD ? c_status_held : c_status_retrieved);
+    });
+    return c_success;
+}
+
+int32_t hold(Modem& modem, const Caller& caller, uint32_t sim_id, uint32_t context_id) {
+    return move_request<uta::row::UtaMsCallCsHoldCallRspCb, UtaCallCsHoldCallRspCbParams>(
+        modem, caller, sim_id, context_id, State::ACTIVE, State::HELD);
+}
+
+int32_t retrieve(Modem& modem, const Caller& caller, uint32_t sim_id, uint32_t context_id) {
+    return move_request<uta::row::UtaMsCallCsRetrieveCallRspCb, UtaCallCsRetrieveCallRspCbParams>(
+        modem, caller, sim_id, context_id, State::HELD, State::ACTIVE);
+}
+
+int32_t swap(Modem& modem, const Caller& caller, uint32_t sim_id, uint32_t context_id) {
+    modem.later(modem.settings.latency, [&modem, caller, sim_id, context_id] {
+        const Call* active = find_state(sim_id, State::ACTIVE);
+        const Call* held = find_state(sim_id, State::HELD);
+        const bool done = active != nullptr && held != nullptr;
+        UtaCallCsSwapCallsRspCbParams response{};
+        response.result = done ? c_success : c_failed;
+        response.call_error_cause = done ? c_no_cause : c_facility_rejected;
+        std::vector<uint8_t> now_held;
+        std::vector<uint8_t> now_active;
+        if (done) {
+            response.active_call.call_id = held->id;
+            response.held_call.call_id = active->id;
+            for (Call& call : s_stacks[sim_id].calls) {
+                if (call.state == State::ACTIVE) {
+                    call.state = State::HELD;
+                    now_held.push_back(call.id);
+                } else if (call.state == State::HELD) {
+                    call.state = State::ACTIVE;
+                    now_active.push_back(call.id);
+                }
+            }
+        }
+        modem.send<uta::row::UtaMsCallCsSwapCallsRspCb>(caller.client, caller.context_id, sim_id, &response,
+                                                        context_id);
+        report_moved(modem, sim_id, now_held, c_status_held);
+        report_moved(modem, sim_id, now_active, c_status_retrieved);
+    });
+    return c_success;
+}
+
+// More than five parties are welcome here (3GPP TS 22.084 allows as many).
+int32_t join(Modem& modem, const Caller& caller, uint32_t sim_id, uint32_t context_id) {
+    modem.later(modem.settings.latency, [&modem, caller, sim_id, context_id] {
+        const bool done = find_state(sim_id, State::ACTIVE) != nullptr && find_state(sim_id, State::HELD) != nullptr;
+        std::vector<uint8_t> retrieved;
+        if (done) {
+            retrieved = move_calls(sim_id, State::HELD, State::ACTIVE);
+            for (Call& call : s_stacks[sim_id].calls) {
+                call.is_member = call.is_member || call.state == State::ACTIVE;
+            }
+        }
+        UtaCallCsJoinCallsRspCbParams response{};
+        response.result = done ? c_success : c_failed;
+        response.call_error_cause = done ? c_no_cause : c_facility_rejected;
+        modem.send<uta::row::UtaMsCallCsJoinCallsRspCb>(caller.client, caller.context_id, sim_id, &response,
+                                                        context_id);
+        report_moved(modem, sim_id, retrieved, c_status_retrieved);
+    });
+    return c_success;
+}
+
+// The other members are held, so that no other call may be.
+int32_t split(Modem& modem, const Caller& caller, uint32_t sim_id, const UtaCallCsCallId* call_id,
+              uint32_t context_id) {
+    if (call_id == nullptr) {
+        return c_refused;
+    }
+    modem.later(modem.settings.latency, [&modem, caller, sim_id, id = call_id->call_id, context_id] {
+        Call* call = find_call(sim_id, id);
+        const bool done = call != nullptr && call->is_member && call->state == State::ACTIVE &&
+                          find_state(sim_id, State::HELD) == nullptr;
+        std::vector<uint8_t> held;
+        if (done) {
+            call->state = State::RELEASING;  // for the moment, not to be held
+            held = move_calls(sim_id, State::ACTIVE, State::HELD);
+            call->state = State::ACTIVE;
+            leave_multiparty(sim_id, *call);
+        }
+        const auto response = make_response<UtaCallCsSplitMptyRspCbParams>(done, id);
+        modem.send<uta::row::UtaMsCallCsSplitMptyRspCb>(caller.client, caller.context_id, sim_id, &response,
+                                                        context_id);
+        report_moved(modem, sim_id, held, c_status_held);
+    });
+    return c_success;
+}
+
+// The two parties talk to each other from now on, and the phone is out of it.
+int32_t transfer(Modem& modem, const Caller& caller, uint32_t sim_id, uint32_t context_id) {
+    modem.later(modem.settings.latency, [&modem, caller, sim_id, context_id] {
+        const Call* active = find_state(sim_id, State::ACTIVE);
+        const Call* other = active != nullptr ? active : find_state(sim_id, State::ALERTING);
+        const bool done = other != nullptr && find_state(sim_id, State::HELD) != nullptr;
+        const auto response = make_response<UtaCallCsTransferCallsRspCbParams>(done, done ? other->id : uint8_t{0});
+        modem.send<uta::row::UtaMsCallCsTransferCallsRspCb>(caller.client, caller.context_id, sim_id, &response,
+                                                            context_id);
+        if (!done) {
+            return;
+        }
+        const State other_state = other->state;
+        for (Call& call : s_stacks[sim_id].calls) {
+            if (call.state == State::HELD || call.state == other_state) {
+                clear_call(modem, sim_id, call, c_normal_clearing);
+            }
+        }
+    });
+    return c_success;
+}
+
+int32_t stop_tone(Modem& modem, const Caller& caller, uint32_t sim_id, const UtaCallCsCallId* call_id,
+                  uint32_t context_id) {
+    if (call_id == nullptr) {
+        return c_refused;
+    }
+    modem.later(modem.settings.latency, [&modem, caller, sim_id, id = *call_id, context_id] {
+        modem.send<uta::row::UtaMsCallCsStopDtmfRspCb>(caller.client, caller.context_id, sim_id, &id, context_id);
+    });
+    return c_success;
+}
+
+int32_t set_tty_mode(Modem&, const Caller&, uint32_t sim_id, int32_t mode) {
+    if (mode < 0 || mode > c_last_tty_mode) {
+        return c_refused;
+    }
+    s_stacks[sim_id].tty_mode = mode;
+    return c_success;
+}
+
+int32_t get_tty_mode(Modem&, const Caller&, uint32_t sim_id, int32_t* mode) {
+    *mode = s_stacks[sim_id].tty_mode;
+    return c_success;
+}
+
+// A stack that leaves the air leaves its calls.
+void stack_switched(Modem& modem, uint32_t sim_id, bool stack_on, bool) {
+    Stack& stack = s_stacks[sim_id];
+    stack.on = stack_on;
+    while (!stack_on && !stack.calls.empty()) {
+        disconnect(modem, sim_id, stack.calls.front().id, c_normal_clearing);
+    }
+}
+
+// --- For scenarios ---------------------------------------------------------------------------------------------------
+
+std::string incoming(Modem& modem, uint32_t sim_id, const std::string& number) {
+    const Call* call = add_call(sim_id, State::INCOMING, number == "unknown" ? "" : number);
+    if (call == nullptr) {
+        return "there are too many calls";
+    }
+    UtaCallCsIncomingCallIndCbParams param{};
+    param.call.call_id = call->id;
+    fill_text(param.number, call->number);
+    modem.indicate<uta::row::UtaMsCallCsIncomingCallIndCb>(sim_id, &param);
+    return "";
+}
+
+std::string call_command(Modem& modem, const std::vector<std::string>& arguments) {
+    const size_t least = 2;
+    const bool takes_cause = !arguments.empty() && arguments[0] == "drop";
+    if (arguments.size() < least || arguments.size() > least + (takes_cause ? 2 : 1)) {
+        return "wants incoming and a number, or answer or drop and a call id";
+    }
+    const std::string& what = arguments[0];
+    const size_t stack_at = least + (takes_cause ? 1 : 0);
+    const auto stack = arguments.size() > stack_at ? parse_integer(arguments[stack_at]) : std::optional(0);
+    if (!stack || *stack < 0 || *stack >= static_cast<int32_t>(c_stacks)) {
+        return "no such stack: " + arguments[stack_at];
+    }
+    const auto sim_id = static_cast<uint32_t>(*stack);
+    if (what == "incoming") {
+        return incoming(modem, sim_id, arguments[1]);
+    }
+    const auto id = parse_integer(arguments[1]);
+    Call* call = id ? find_call(sim_id, static_cast<uint32_t>(*id)) : nullptr;
+    if (call == nullptr || call->state == State::RELEASING) {
+        return "no such call: " + arguments[1];
+    }
+    if (what == "answer") {
+        if (call->state != State::ALERTING) {
+            return "that call isn't alerting";
+        }
+        far_end_answers(modem, sim_id, *call);
+        return "";
+    }
+    if (what != "drop") {
+        return "wants incoming, answer or drop";
+    }
+    const auto cause = arguments.size() > least ? parse_integer(arguments[least]) : std::optional(c_normal_clearing);
+    if (!cause) {
+        return "bad cause: " + arguments[least];
+    }
+    clear_call(modem, sim_id, *call, *cause);
+    return "";
+}
+
+const char* name_of(State state) {
+    constexpr const char* c_names[] = {"dialing", "alerting", "incoming", "active", "held", "clearing"};
+    return c_names[static_cast<size_t>(state)];
+}
+
+std::string describe() {
+    std::string text;
+    for (size_t i = 0; i < s_stacks.size(); ++i) {
+        for (const Call& call : s_stacks[i].calls) {
+            text += (text.empty() ? "stack " : ", stack ") + std::to_string(i) + ": " + std::to_string(call.id);
+            text += std::string(call.is_member ? " member " : " ") + name_of(call.state) + " " + call.number;
+        }
+    }
+    return text.empty() ? "no calls" : text;
+}
+
+}  // namespace
+
+Service call_service() {
+    using namespace uta::row;
+    return {.name = "call",
+            .functions = {serve<UtaMsCallCsSetupVoiceCallReq, set_up>(), serve<UtaMsCallCsReleaseCallReq, release>(),
+                          serve<UtaMsCallCsAcceptCallReq, accept>(), serve<UtaMsCallCsHoldCallReq, hold>(),
+                          serve<UtaMsCallCsRetrieveCallReq, retrieve>(), serve<UtaMsCallCsSwapCallsReq, swap>(),
+                          serve<UtaMsCallCsJoinCallsReq, join>(), serve<UtaMsCallCsSplitMptyReq, split>(),
+                          serve<UtaMsCallCsTransferCallsReq, transfer>(), serve<UtaMsCallCsStopDtmfReq, stop_tone>(),
+                          serve<UtaMsCallCsSetTtyDeviceMode, set_tty_mode>(),
+                          serve<UtaMsCallCsGetTtyDeviceMode, get_tty_mode>()},
+            .commands = {{"call", "incoming NUMBER|unknown [0|1] | answer ID [0|1] | drop ID [CAUSE [0|1]]",
+                          "somebody calls; the called party answers; the network ends a call, with cause 16\n"
+                          "unless another is given. Numbers that end in 17 are busy, in 99 never answer, in 41\n"
+                          "are cut off soon after they have answered",
+                          call_command}},
+            .forget = [] { s_stacks = {}; },
+            .describe = describe,
+            .stack_switched = stack_switched};
+}
