@@ -136,7 +136,7 @@ void net_PSattach_afternetscan(uint32_t sim_id, uint32_t context_id) {
 }
 
 void answer_with_operators(uint32_t sim_id, const UtaNetScanResParam& result, uint32_t ctxt_id) {
-    const RIL_Token token = rilreq_state_info[ctxt_id].token;
+    RIL_Token token = rilreq_state_info[ctxt_id].token;
     if (result.rejected == 1 || result.count <= 0) {
         RIL_TRACE(TRACE_ERROR, "%s: error either net scan is rejected = %d, or PLMN list came null, sim_id = %d\n",
                   "net_scan_rsp", result.rejected, static_cast<int>(sim_id));
