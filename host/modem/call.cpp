@@ -21,6 +21,7 @@ struct Call {
     std::string number;
     bool is_emergency = false;
     bool is_member = false;  // of the multiparty call
+    int32_t cause = 0;       // of its end
 };
 
 struct Stack {
@@ -177,29 +178,24 @@ void leave_multiparty(uint32_t sim_id, Call& leaving) {
 }
 
 // Removes the call.
-void disconnect(Modem& modem, uint32_t sim_id, uint8_t call_id, int32_t cause) {
-    std::erase_if(s_stacks[sim_id].calls, [&](const Call& call) { return call.id == call_id; });
+void disconnect(Modem& modem, uint32_t sim_id, Call& call) {
     UtaCallCsDisconnectedIndCbParams param{};
-    param.call.call_id = call_id;
-    param.cause = cause;
+    param.call.call_id = call.id;
+    param.cause = call.cause;
+    std::erase_if(s_stacks[sim_id].calls, [&](const Call& other) { return other.id == param.call.call_id; });
     modem.indicate<uta::row::UtaMsCallCsDisconnectedIndCb>(sim_id, &param);
 }
 
-// The call clears, whoever wants it to.
+// The call clears, whoever wants it to. It keeps its id meanwhile.
 void clear_call(Modem& modem, uint32_t sim_id, Call& call, int32_t cause) {
     call.state = State::RELEASING;
+    call.cause = cause;
     leave_multiparty(sim_id, call);
     UtaCallCsDisconnectingIndCbParams param{};
     param.call.call_id = call.id;
     param.cause = cause;
     modem.indicate<uta::row::UtaMsCallCsDisconnectingIndCb>(sim_id, &param);
-    // Nobody else gets this id before: the call keeps it while it clears.
-    modem.later(c_clearing_time, [&modem, sim_id, cause, id = call.id, serial = call.serial] {
-        const Call* clearing = find_call(sim_id, id);
-        if (clearing != nullptr && clearing->serial == serial) {
-            disconnect(modem, sim_id, id, cause);
-        }
-    });
+    after(modem, c_clearing_time, sim_id, call, disconnect);
 }
 
 // --- A call's beginning ----------------------------------------------------------------------------------------------
@@ -284,7 +280,67 @@ int32_t setup_obstacle(uint32_t sim_id, bool is_emergency) {
 
 // --- Requests. Each takes effect when its response goes out. ---------------------------------------------------------
 
-// A setup places the active call on hold (3GPP TS 22.030, 6.5.5.1). An emergency call needs no card.
+struct Request {
+    Modem& modem;
+    Caller caller;
+    uint32_t sim_id;
+    uint32_t context_id;
+
+    template <typename Row, typename Response>
+    void respond(const Response& response) const {
+        modem.send<Row>(caller.client, caller.context_id, sim_id, &response, context_id);
+    }
+    Call* find(State state) const { return find_state(sim_id, state); }
+    std::vector<Call>& calls() const { return s_stacks[sim_id].calls; }
+    void report(const std::vector<uint8_t>& moved, int32_t status) const { report_moved(modem, sim_id, moved, status); }
+};
+
+template <typename Work>
+int32_t start(const Request& request, Work work) {
+    request.modem.later(request.modem.settings.latency, [request, work] { work(request); });
+    return c_success;
+}
+
+// The result and the cause of most responses; a cause is a failure.
+template <typename Response>
+Response make_response(int32_t cause) {
+    Response response{};
+    response.result = cause == c_no_cause ? c_success : c_failed;
+    response.call_error_cause = cause;
+    return response;
+}
+
+template <typename Response>
+Response make_response(int32_t cause, uint8_t call_id) {
+    auto response = make_response<Response>(cause);
+    response.call.call_id = call_id;
+    return response;
+}
+
+// A setup places the active call on hold (3GPP TS 22.030, 6.5.5.1). An emergency call has its place in any case, that
+// of the active call if need be.
+void set_up_call(const Request& request, const std::string& number, bool is_emergency) {
+    const int32_t obstacle = setup_obstacle(request.sim_id, is_emergency);
+    auto response = make_response<UtaCallCsSetupCallRspCbParams>(obstacle);
+    std::vector<uint8_t> held;
+    if (obstacle == c_no_cause) {
+        if (request.find(State::HELD) == nullptr) {
+            held = move_calls(request.sim_id, State::ACTIVE, State::HELD);
+        }
+        for (Call& call : request.calls()) {
+            if (call.state == State::ACTIVE) {
+                clear_call(request.modem, request.sim_id, call, c_normal_clearing);
+            }
+        }
+        Call& call = *add_call(request.sim_id, State::DIALING, number);
+        call.is_emergency = is_emergency;
+        response.call.call_id = call.id;
+        after(request.modem, c_dialing_time, request.sim_id, call, start_dialing);
+    }
+    request.respond<uta::row::UtaMsCallCsSetupCallRspCb>(response);
+    request.report(held, c_status_held);
+}
+
 int32_t set_up(Modem& modem, const Caller& caller, uint32_t sim_id, const UtaCallCsSetupVoiceCallReqParams* param,
                uint32_t context_id) {
     if (param == nullptr) {
@@ -292,23 +348,8 @@ int32_t set_up(Modem& modem, const Caller& caller, uint32_t sim_id, const UtaCal
     }
     const std::string number(param->number, strnlen(param->number, sizeof(param->number)));
     const bool is_emergency = param->call_type == c_emergency_call_type;
-    modem.later(modem.settings.latency, [&modem, caller, sim_id, number, is_emergency, context_id] {
-        UtaCallCsSetupCallRspCbParams response{};
-        response.call_error_cause = setup_obstacle(sim_id, is_emergency);
-        response.result = response.call_error_cause == c_no_cause ? c_success : c_failed;
-        std::vector<uint8_t> held;
-        if (response.result == c_success) {
-            held = move_calls(sim_id, State::ACTIVE, State::HELD);
-            Call& call = *add_call(sim_id, State::DIALING, number);
-            call.is_emergency = is_emergency;
-            response.call.call_id = call.id;
-            after(modem, c_dialing_time, sim_id, call, start_dialing);
-        }
-        modem.send<uta::row::UtaMsCallCsSetupCallRspCb>(caller.client, caller.context_id, sim_id, &response,
-                                                        context_id);
-        report_moved(modem, sim_id, held, c_status_held);
-    });
-    return c_success;
+    return start({modem, caller, sim_id, context_id},
+                 [number, is_emergency](const Request& request) { set_up_call(request, number, is_emergency); });
 }
 
 bool is_in_scope(const Call& call, const UtaCallCsReleaseCallReqParams& param) {
@@ -334,35 +375,30 @@ int32_t release(Modem& modem, const Caller& caller, uint32_t sim_id, const UtaCa
     if (param == nullptr) {
         return c_refused;
     }
-    modem.later(modem.settings.latency, [&modem, caller, sim_id, request = *param, context_id] {
+    return start({modem, caller, sim_id, context_id}, [wanted = *param](const Request& request) {
         std::vector<Call*> released;
-        for (Call& call : s_stacks[sim_id].calls) {
-            if (is_in_scope(call, request)) {
+        for (Call& call : request.calls()) {
+            if (is_in_scope(call, wanted)) {
                 released.push_back(&call);
             }
         }
-        UtaCallCsReleaseCallRspCbParams response{};
-        response.release_scope = request.release_scope;
-        response.call = request.call;
-        response.result = released.empty() ? c_failed : c_success;
-        response.call_error_cause = released.empty() ? c_unknown_call : c_no_cause;
-        modem.send<uta::row::UtaMsCallCsReleaseCallRspCb>(caller.client, caller.context_id, sim_id, &response,
-                                                          context_id);
+        auto response = make_response<UtaCallCsReleaseCallRspCbParams>(released.empty() ? c_unknown_call : c_no_cause,
+                                                                       wanted.call.call_id);
+        response.release_scope = wanted.release_scope;
+        request.respond<uta::row::UtaMsCallCsReleaseCallRspCb>(response);
         for (Call* call : released) {
-            clear_call(modem, sim_id, *call, request.cause);
+            clear_call(request.modem, request.sim_id, *call, wanted.cause);
         }
     });
-    return c_success;
 }
 
-// The active call has to make room, and can as long as none is held.
-int32_t accept_obstacle(uint32_t sim_id, uint32_t call_id) {
-    const Call* call = find_call(sim_id, call_id);
+// The active call makes room, which it can as long as none is held.
+int32_t accept_obstacle(const Request& request, const Call* call) {
     if (call == nullptr || call->state != State::INCOMING) {
         return c_unknown_call;
     }
-    const bool both = find_state(sim_id, State::ACTIVE) != nullptr && find_state(sim_id, State::HELD) != nullptr;
-    return both ? c_facility_rejected : c_no_cause;
+    return request.find(State::ACTIVE) != nullptr && request.find(State::HELD) != nullptr ? c_facility_rejected
+                                                                                          : c_no_cause;
 }
 
 int32_t accept(Modem& modem, const Caller& caller, uint32_t sim_id, const UtaCallCsCallId* call_id,
@@ -370,111 +406,98 @@ int32_t accept(Modem& modem, const Caller& caller, uint32_t sim_id, const UtaCal
     if (call_id == nullptr) {
         return c_refused;
     }
-    modem.later(modem.settings.latency, [&modem, caller, sim_id, id = *call_id, context_id] {
+    return start({modem, caller, sim_id, context_id}, [id = *call_id](const Request& request) {
+        Call* call = find_call(request.sim_id, id.call_id);
         UtaCallCsAcceptCallRspCbParams response{};
         response.call = id;
-        response.field_3 = accept_obstacle(sim_id, id.call_id);
+        response.field_3 = accept_obstacle(request, call);
         response.field_2 = response.field_3 == c_no_cause ? c_success : c_failed;
         std::vector<uint8_t> held;
         if (response.field_2 == c_success) {
-            held = move_calls(sim_id, State::ACTIVE, State::HELD);
-            find_call(sim_id, id.call_id)->state = State::ACTIVE;
+            held = move_calls(request.sim_id, State::ACTIVE, State::HELD);
+            call->state = State::ACTIVE;
         }
-        modem.send<uta::row::UtaMsCallCsAcceptCallRspCb>(caller.client, caller.context_id, sim_id, &response,
-                                                         context_id);
-        report_moved(modem, sim_id, held, c_status_held);
+        request.respond<uta::row::UtaMsCallCsAcceptCallRspCb>(response);
         if (response.field_2 == c_success) {
-            report_connected(modem, sim_id, *find_call(sim_id, id.call_id));
+            request.report(held, c_status_held);
+            report_connected(request.modem, request.sim_id, *call);
         }
     });
-    return c_success;
-}
-
-// A response of most shapes: a call, the result, the cause.
-template <typename Response>
-Response make_response(bool done, uint8_t call_id) {
-    Response response{};
-    response.call.call_id = call_id;
-    response.result = done ? c_success : c_failed;
-    response.call_error_cause = done ? c_no_cause : c_facility_rejected;
-    return response;
 }
 
 // All calls of one state go to the other, where none may be.
 template <typename Row, typename Response>
-int32_t move_request(Modem& modem, const Caller& caller, uint32_t sim_id, uint32_t context_id, State from, State to) {
-    modem.later(modem.settings.latency, [&modem, caller, sim_id, context_id, from, to] {
-        std::vector<uint8_t> moved;
-        if (find_state(sim_id, to) == nullptr) {
-            moved = move_calls(sim_id, from, to);
-        }
-        const auto response = make_response<Response>(!moved.empty(), moved.empty() ? uint8_t{0} : moved.front());
-        modem.send<Row>(caller.client, caller.context_id, sim_id, &response, context_id);
-        report_moved(modem, sim_id, moved, to == State::HELD ? c_status_held : c_status_retrieved);
-    });
-    return c_success;
+void answer_move(const Request& request, State from, State to) {
+    std::vector<uint8_t> moved;
+    if (request.find(to) == nullptr) {
+        moved = move_calls(request.sim_id, from, to);
+    }
+    request.respond<Row>(moved.empty() ? make_response<Response>(c_facility_rejected)
+                                       : make_response<Response>(c_no_cause, moved.front()));
+    request.report(moved, to == State::HELD ? c_status_held : c_status_retrieved);
 }
 
 int32_t hold(Modem& modem, const Caller& caller, uint32_t sim_id, uint32_t context_id) {
-    return move_request<uta::row::UtaMsCallCsHoldCallRspCb, UtaCallCsHoldCallRspCbParams>(
-        modem, caller, sim_id, context_id, State::ACTIVE, State::HELD);
+    return start({modem, caller, sim_id, context_id}, [](const Request& request) {
+        answer_move<uta::row::UtaMsCallCsHoldCallRspCb, UtaCallCsHoldCallRspCbParams>(request, State::ACTIVE,
+                                                                                      State::HELD);
+    });
 }
 
 int32_t retrieve(Modem& modem, const Caller& caller, uint32_t sim_id, uint32_t context_id) {
-    return move_request<uta::row::UtaMsCallCsRetrieveCallRspCb, UtaCallCsRetrieveCallRspCbParams>(
-        modem, caller, sim_id, context_id, State::HELD, State::ACTIVE);
+    return start({modem, caller, sim_id, context_id}, [](const Request& request) {
+        answer_move<uta::row::UtaMsCallCsRetrieveCallRspCb, UtaCallCsRetrieveCallRspCbParams>(request, State::HELD,
+                                                                                              State::ACTIVE);
+    });
+}
+
+// Swap and join need an active and a held call.
+int32_t pair_obstacle(const Request& request) {
+    return request.find(State::ACTIVE) != nullptr && request.find(State::HELD) != nullptr ? c_no_cause
+                                                                                          : c_facility_rejected;
 }
 
 int32_t swap(Modem& modem, const Caller& caller, uint32_t sim_id, uint32_t context_id) {
-    modem.later(modem.settings.latency, [&modem, caller, sim_id, context_id] {
-        const Call* active = find_state(sim_id, State::ACTIVE);
-        const Call* held = find_state(sim_id, State::HELD);
-        const bool done = active != nullptr && held != nullptr;
-        UtaCallCsSwapCallsRspCbParams response{};
-        response.result = done ? c_success : c_failed;
-        response.call_error_cause = done ? c_no_cause : c_facility_rejected;
+    return start({modem, caller, sim_id, context_id}, [](const Request& request) {
+        const int32_t obstacle = pair_obstacle(request);
+        auto response = make_response<UtaCallCsSwapCallsRspCbParams>(obstacle);
+        if (obstacle != c_no_cause) {
+            request.respond<uta::row::UtaMsCallCsSwapCallsRspCb>(response);
+            return;
+        }
         std::vector<uint8_t> now_held;
         std::vector<uint8_t> now_active;
-        if (done) {
-            response.active_call.call_id = held->id;
-            response.held_call.call_id = active->id;
-            for (Call& call : s_stacks[sim_id].calls) {
-                if (call.state == State::ACTIVE) {
-                    call.state = State::HELD;
-                    now_held.push_back(call.id);
-                } else if (call.state == State::HELD) {
-                    call.state = State::ACTIVE;
-                    now_active.push_back(call.id);
-                }
+        for (Call& call : request.calls()) {
+            if (call.state == State::ACTIVE) {
+                call.state = State::HELD;
+                now_held.push_back(call.id);
+            } else if (call.state == State::HELD) {
+                call.state = State::ACTIVE;
+                now_active.push_back(call.id);
             }
         }
-        modem.send<uta::row::UtaMsCallCsSwapCallsRspCb>(caller.client, caller.context_id, sim_id, &response,
-                                                        context_id);
-        report_moved(modem, sim_id, now_held, c_status_held);
-        report_moved(modem, sim_id, now_active, c_status_retrieved);
+        response.active_call.call_id = now_active.front();
+        response.held_call.call_id = now_held.front();
+        request.respond<uta::row::UtaMsCallCsSwapCallsRspCb>(response);
+        request.report(now_held, c_status_held);
+        request.report(now_active, c_status_retrieved);
     });
-    return c_success;
 }
 
-// More than five parties are welcome here (3GPP TS 22.084 allows as many).
+// More than the five parties of 3GPP TS 22.084 are welcome.
 int32_t join(Modem& modem, const Caller& caller, uint32_t sim_id, uint32_t context_id) {
-    modem.later(modem.settings.latency, [&modem, caller, sim_id, context_id] {
-        const bool done = find_state(sim_id, State::ACTIVE) != nullptr && find_state(sim_id, State::HELD) != nullptr;
+    return start({modem, caller, sim_id, context_id}, [](const Request& request) {
+        const int32_t obstacle = pair_obstacle(request);
         std::vector<uint8_t> retrieved;
-        if (done) {
-            retrieved = move_calls(sim_id, State::HELD, State::ACTIVE);
-            for (Call& call : s_stacks[sim_id].calls) {
-                call.is_member = call.is_member || call.state == State::ACTIVE;
+        if (obstacle == c_no_cause) {
+            retrieved = move_calls(request.sim_id, State::HELD, State::ACTIVE);
+            for (Call& call : request.calls()) {
+                call.is_member = call.state == State::ACTIVE;
             }
         }
-        UtaCallCsJoinCallsRspCbParams response{};
-        response.result = done ? c_success : c_failed;
-        response.call_error_cause = done ? c_no_cause : c_facility_rejected;
-        modem.send<uta::row::UtaMsCallCsJoinCallsRspCb>(caller.client, caller.context_id, sim_id, &response,
-                                                        context_id);
-        report_moved(modem, sim_id, retrieved, c_status_retrieved);
+        request.respond<uta::row::UtaMsCallCsJoinCallsRspCb>(make_response<UtaCallCsJoinCallsRspCbParams>(obstacle));
+        request.report(retrieved, c_status_retrieved);
     });
-    return c_success;
 }
 
 // The other members are held, so that no other call may be.
@@ -483,45 +506,38 @@ int32_t split(Modem& modem, const Caller& caller, uint32_t sim_id, const UtaCall
     if (call_id == nullptr) {
         return c_refused;
     }
-    modem.later(modem.settings.latency, [&modem, caller, sim_id, id = call_id->call_id, context_id] {
-        Call* call = find_call(sim_id, id);
-        const bool done = call != nullptr && call->is_member && call->state == State::ACTIVE &&
-                          find_state(sim_id, State::HELD) == nullptr;
+    return start({modem, caller, sim_id, context_id}, [id = call_id->call_id](const Request& request) {
+        Call* call = find_call(request.sim_id, id);
+        const bool done =
+            call != nullptr && call->is_member && call->state == State::ACTIVE && request.find(State::HELD) == nullptr;
         std::vector<uint8_t> held;
         if (done) {
-            call->state = State::RELEASING;  // for the moment, not to be held
-            held = move_calls(sim_id, State::ACTIVE, State::HELD);
+            held = move_calls(request.sim_id, State::ACTIVE, State::HELD);
+            std::erase(held, id);
             call->state = State::ACTIVE;
-            leave_multiparty(sim_id, *call);
+            leave_multiparty(request.sim_id, *call);
         }
-        const auto response = make_response<UtaCallCsSplitMptyRspCbParams>(done, id);
-        modem.send<uta::row::UtaMsCallCsSplitMptyRspCb>(caller.client, caller.context_id, sim_id, &response,
-                                                        context_id);
-        report_moved(modem, sim_id, held, c_status_held);
+        request.respond<uta::row::UtaMsCallCsSplitMptyRspCb>(
+            make_response<UtaCallCsSplitMptyRspCbParams>(done ? c_no_cause : c_facility_rejected, id));
+        request.report(held, c_status_held);
     });
-    return c_success;
 }
 
-// The two parties talk to each other from now on, and the phone is out of it.
+// The parties talk to each other from now on, and the phone is out of it.
 int32_t transfer(Modem& modem, const Caller& caller, uint32_t sim_id, uint32_t context_id) {
-    modem.later(modem.settings.latency, [&modem, caller, sim_id, context_id] {
-        const Call* active = find_state(sim_id, State::ACTIVE);
-        const Call* other = active != nullptr ? active : find_state(sim_id, State::ALERTING);
-        const bool done = other != nullptr && find_state(sim_id, State::HELD) != nullptr;
-        const auto response = make_response<UtaCallCsTransferCallsRspCbParams>(done, done ? other->id : uint8_t{0});
-        modem.send<uta::row::UtaMsCallCsTransferCallsRspCb>(caller.client, caller.context_id, sim_id, &response,
-                                                            context_id);
-        if (!done) {
-            return;
-        }
-        const State other_state = other->state;
-        for (Call& call : s_stacks[sim_id].calls) {
-            if (call.state == State::HELD || call.state == other_state) {
-                clear_call(modem, sim_id, call, c_normal_clearing);
+    return start({modem, caller, sim_id, context_id}, [](const Request& request) {
+        const State second = request.find(State::ACTIVE) != nullptr ? State::ACTIVE : State::ALERTING;
+        const Call* other = request.find(second);
+        const bool done = other != nullptr && request.find(State::HELD) != nullptr;
+        request.respond<uta::row::UtaMsCallCsTransferCallsRspCb>(
+            done ? make_response<UtaCallCsTransferCallsRspCbParams>(c_no_cause, other->id)
+                 : make_response<UtaCallCsTransferCallsRspCbParams>(c_facility_rejected));
+        for (Call& call : request.calls()) {
+            if (done && (call.state == State::HELD || call.state == second)) {
+                clear_call(request.modem, request.sim_id, call, c_normal_clearing);
             }
         }
     });
-    return c_success;
 }
 
 int32_t stop_tone(Modem& modem, const Caller& caller, uint32_t sim_id, const UtaCallCsCallId* call_id,
@@ -529,10 +545,8 @@ int32_t stop_tone(Modem& modem, const Caller& caller, uint32_t sim_id, const Uta
     if (call_id == nullptr) {
         return c_refused;
     }
-    modem.later(modem.settings.latency, [&modem, caller, sim_id, id = *call_id, context_id] {
-        modem.send<uta::row::UtaMsCallCsStopDtmfRspCb>(caller.client, caller.context_id, sim_id, &id, context_id);
-    });
-    return c_success;
+    return start({modem, caller, sim_id, context_id},
+                 [id = *call_id](const Request& request) { request.respond<uta::row::UtaMsCallCsStopDtmfRspCb>(id); });
 }
 
 int32_t set_tty_mode(Modem&, const Caller&, uint32_t sim_id, int32_t mode) {
@@ -553,7 +567,8 @@ void stack_switched(Modem& modem, uint32_t sim_id, bool stack_on, bool) {
     Stack& stack = s_stacks[sim_id];
     stack.on = stack_on;
     while (!stack_on && !stack.calls.empty()) {
-        disconnect(modem, sim_id, stack.calls.front().id, c_normal_clearing);
+        stack.calls.front().cause = c_normal_clearing;
+        disconnect(modem, sim_id, stack.calls.front());
     }
 }
 
