@@ -42,7 +42,7 @@ constexpr struct {
 } c_parties[] = {{"17", Party::IS_BUSY}, {"99", Party::NEVER_ANSWERS}, {"41", Party::IS_CUT_OFF}};
 
 constexpr Milliseconds c_dialing_time{20};
-constexpr Milliseconds c_routing_time{150};
+constexpr Milliseconds c_routing_time{300};
 constexpr Milliseconds c_answering_time{300};
 constexpr Milliseconds c_clearing_time{30};
 constexpr Milliseconds c_cut_off_time{400};
@@ -586,17 +586,30 @@ std::string incoming(Modem& modem, uint32_t sim_id, const std::string& number) {
     return "";
 }
 
+const char* name_of(State state) {
+    constexpr const char* c_names[] = {"dialing", "alerting", "incoming", "active", "held", "clearing"};
+    return c_names[static_cast<size_t>(state)];
+}
+
+// Whether the call is what the word says, for scripts that look at the network's side.
+std::string check(const Call& call, const std::string& word) {
+    const bool holds = word == "emergency" ? call.is_emergency
+                       : word == "member"  ? call.is_member
+                                           : word == name_of(call.state);
+    return holds ? "" : std::string("that call is ") + name_of(call.state);
+}
+
 std::string call_command(Modem& modem, const std::vector<std::string>& arguments) {
-    const size_t least = 2;
-    const bool takes_cause = !arguments.empty() && arguments[0] == "drop";
-    if (arguments.size() < least || arguments.size() > least + (takes_cause ? 2 : 1)) {
-        return "wants incoming and a number, or answer or drop and a call id";
+    constexpr const char* c_usage = "wants incoming and a number, or answer, drop or is and a call id";
+    constexpr size_t c_option_at = 2;  // the cause or the word
+    if (arguments.size() < c_option_at) {
+        return c_usage;
     }
     const std::string& what = arguments[0];
-    const size_t stack_at = least + (takes_cause ? 1 : 0);
+    const size_t stack_at = c_option_at + (what == "drop" || what == "is" ? 1 : 0);
     const auto stack = arguments.size() > stack_at ? parse_integer(arguments[stack_at]) : std::optional(0);
-    if (!stack || *stack < 0 || *stack >= static_cast<int32_t>(c_stacks)) {
-        return "no such stack: " + arguments[stack_at];
+    if (!stack || *stack < 0 || *stack >= static_cast<int32_t>(c_stacks) || arguments.size() > stack_at + 1) {
+        return c_usage;
     }
     const auto sim_id = static_cast<uint32_t>(*stack);
     if (what == "incoming") {
@@ -607,27 +620,20 @@ std::string call_command(Modem& modem, const std::vector<std::string>& arguments
     if (call == nullptr || call->state == State::RELEASING) {
         return "no such call: " + arguments[1];
     }
-    if (what == "answer") {
-        if (call->state != State::ALERTING) {
-            return "that call isn't alerting";
-        }
+    if (what == "answer" && call->state == State::ALERTING) {
         far_end_answers(modem, sim_id, *call);
         return "";
     }
-    if (what != "drop") {
-        return "wants incoming, answer or drop";
+    if (what == "is" && arguments.size() > c_option_at) {
+        return check(*call, arguments[c_option_at]);
     }
-    const auto cause = arguments.size() > least ? parse_integer(arguments[least]) : std::optional(c_normal_clearing);
-    if (!cause) {
-        return "bad cause: " + arguments[least];
+    const auto cause =
+        arguments.size() > c_option_at ? parse_integer(arguments[c_option_at]) : std::optional(c_normal_clearing);
+    if (what == "drop" && cause) {
+        clear_call(modem, sim_id, *call, *cause);
+        return "";
     }
-    clear_call(modem, sim_id, *call, *cause);
-    return "";
-}
-
-const char* name_of(State state) {
-    constexpr const char* c_names[] = {"dialing", "alerting", "incoming", "active", "held", "clearing"};
-    return c_names[static_cast<size_t>(state)];
+    return what == "answer" ? "that call isn't alerting" : c_usage;
 }
 
 std::string describe() {
@@ -645,20 +651,23 @@ std::string describe() {
 
 Service call_service() {
     using namespace uta::row;
-    return {.name = "call",
-            .functions = {serve<UtaMsCallCsSetupVoiceCallReq, set_up>(), serve<UtaMsCallCsReleaseCallReq, release>(),
-                          serve<UtaMsCallCsAcceptCallReq, accept>(), serve<UtaMsCallCsHoldCallReq, hold>(),
-                          serve<UtaMsCallCsRetrieveCallReq, retrieve>(), serve<UtaMsCallCsSwapCallsReq, swap>(),
-                          serve<UtaMsCallCsJoinCallsReq, join>(), serve<UtaMsCallCsSplitMptyReq, split>(),
-                          serve<UtaMsCallCsTransferCallsReq, transfer>(), serve<UtaMsCallCsStopDtmfReq, stop_tone>(),
-                          serve<UtaMsCallCsSetTtyDeviceMode, set_tty_mode>(),
-                          serve<UtaMsCallCsGetTtyDeviceMode, get_tty_mode>()},
-            .commands = {{"call", "incoming NUMBER|unknown [0|1] | answer ID [0|1] | drop ID [CAUSE [0|1]]",
-                          "somebody calls; the called party answers; the network ends a call, with cause 16\n"
-                          "unless another is given. Numbers that end in 17 are busy, in 99 never answer, in 41\n"
-                          "are cut off soon after they have answered",
-                          call_command}},
-            .forget = [] { s_stacks = {}; },
-            .describe = describe,
-            .stack_switched = stack_switched};
+    return {
+        .name = "call",
+        .functions = {serve<UtaMsCallCsSetupVoiceCallReq, set_up>(), serve<UtaMsCallCsReleaseCallReq, release>(),
+                      serve<UtaMsCallCsAcceptCallReq, accept>(), serve<UtaMsCallCsHoldCallReq, hold>(),
+                      serve<UtaMsCallCsRetrieveCallReq, retrieve>(), serve<UtaMsCallCsSwapCallsReq, swap>(),
+                      serve<UtaMsCallCsJoinCallsReq, join>(), serve<UtaMsCallCsSplitMptyReq, split>(),
+                      serve<UtaMsCallCsTransferCallsReq, transfer>(), serve<UtaMsCallCsStopDtmfReq, stop_tone>(),
+                      serve<UtaMsCallCsSetTtyDeviceMode, set_tty_mode>(),
+                      serve<UtaMsCallCsGetTtyDeviceMode, get_tty_mode>()},
+        .commands = {{"call",
+                      "incoming NUMBER|unknown [0|1] | answer ID [0|1] | drop ID [CAUSE [0|1]] | is ID WORD [0|1]",
+                      "somebody calls; the called party answers; the network ends a call, with cause 16\n"
+                      "unless another is given. Numbers that end in 17 are busy, in 99 never answer, in 41\n"
+                      "are cut off soon after they have answered. is: fails unless the call is emergency, member, or\n"
+                      "dialing, alerting, incoming, active or held",
+                      call_command}},
+        .forget = [] { s_stacks = {}; },
+        .describe = describe,
+        .stack_switched = stack_switched};
 }
