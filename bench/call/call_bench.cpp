@@ -35,6 +35,7 @@ public:
     Peer() {
         const char* paths[] = {"/data/rpc_reg", "/data/rpc_send", "/data/rpc_recv"};
         for (int i = 0; i < 3; ++i) {
+            unlink(paths[i]);
             listeners_[i] = socket(AF_UNIX, SOCK_STREAM, 0);
             sockaddr_un address{};
             address.sun_family = AF_UNIX;
