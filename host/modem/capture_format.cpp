@@ -6,7 +6,7 @@
 namespace {
 
 constexpr std::array<const char*, 4> c_channels = {"reg", "send", "recv", "event"};
-constexpr int64_t c_second_ns = 1000 * 1000 * 1000;
+constexpr int64_t c_second_ns = 1000000000;
 constexpr size_t c_decimals = 9;
 
 int digit_value(char c) {

@@ -145,6 +145,7 @@ std::string field_type(const uta::Field& field) {
 std::string print_catalogue() {
     std::string text = c_heading;
     std::vector<const uta::Function*> functions;
+    functions.reserve(uta::c_functions.size());
     for (const uta::Function& function : uta::c_functions) {
         functions.push_back(&function);
     }

@@ -9,7 +9,6 @@ namespace {
 constexpr int32_t c_stack_off = 0;
 constexpr int32_t c_stack_on = 1;
 constexpr int32_t c_sim_on = 0;
-constexpr int32_t c_sim_off = 1;
 
 struct Stack {
     int32_t mode = c_stack_off;

@@ -7,6 +7,9 @@
 #include <algorithm>
 #include <stdexcept>
 
+// poll counts in an int; the loop merely turns once more.
+static constexpr int c_longest_wait_ms = 1000000;
+
 Loop::Loop() : wake_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
     if (wake_ < 0) {
         throw std::runtime_error("no event descriptor");
@@ -74,7 +77,7 @@ int Loop::timeout() const {
         return -1;
     }
     const auto left = std::chrono::ceil<Milliseconds>(timers_.begin()->first.first - Clock::now()).count();
-    return static_cast<int>(std::clamp<decltype(left)>(left, 0, 1000 * 1000));
+    return static_cast<int>(std::clamp<decltype(left)>(left, 0, c_longest_wait_ms));
 }
 
 void Loop::run_timers() {

@@ -128,6 +128,7 @@ bool leads_on(Type type) {
     return type == Type::record || type == Type::optional || type == Type::elements || type == Type::union_;
 }
 
+// NOLINTBEGIN(misc-no-recursion): records nest as deep as the catalogue says, whatever the path.
 // --- Which field is meant --------------------------------------------------------------------------------------------
 
 // Whether `path`, from `at` on, leads to a field below `record`.
@@ -353,6 +354,8 @@ void Assembly::enter(const Record& record, size_t index, uint8_t* memory, const 
         fail(path[at].name + " is a record: assign to its fields, or say present");
     }
 }
+
+// NOLINTEND(misc-no-recursion)
 
 void Assembly::assign_numbers(const Record& record, size_t index, uint8_t* memory, const Step& step,
                               std::string_view value) {

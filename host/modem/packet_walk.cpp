@@ -251,6 +251,7 @@ bool PacketWalk::octets(const uta::Field& field, const std::string& path, Fields
     return true;
 }
 
+// NOLINTBEGIN(misc-no-recursion): records nest as deep as the catalogue says, whatever the packet.
 bool PacketWalk::elements(Frame& frame, size_t index) {
     const uta::Field& field = uta::fields_of(frame.record)[index];
     const uta::Record& element = uta::c_records[field.record];
@@ -350,11 +351,11 @@ bool PacketWalk::record(const uta::Record& record, const std::string& path, Fiel
         return leave(name, outer_end);
     }
     Frame frame(record, path);
-    uta::visit_wire_order(record, [&](const uta::Field&, size_t index) {
-        if (!stopped()) {
-            field(frame, index);
-        }
-    });
+    std::vector<size_t> order;
+    uta::visit_wire_order(record, [&order](const uta::Field&, size_t index) { order.push_back(index); });
+    for (size_t i = 0; i < order.size() && !stopped(); ++i) {
+        field(frame, order[i]);
+    }
     for (const Fields& part : frame.fields) {
         fields.insert(fields.end(), part.begin(), part.end());
     }
@@ -377,6 +378,8 @@ bool PacketWalk::pointed(const uta::Record& record, const std::string& path, boo
     }
     return this->record(record, path, fields);
 }
+
+// NOLINTEND(misc-no-recursion)
 
 // --- Functions -------------------------------------------------------------------------------------------------------
 

@@ -98,7 +98,7 @@ void Registration::give_up(int id, const char* why) {
     close_fd(attempt.send);
     close_fd(attempt.recv);
     attempts_.erase(id);
-    admit_next(process);
+    loop_.after(Loop::Milliseconds(0), [this, process] { admit_next(process); });
 }
 
 void Registration::set_deadline(int id) {

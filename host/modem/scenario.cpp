@@ -239,7 +239,8 @@ bool Scenarios::load(const std::string& file, std::string& error) {
         const size_t text = std::min(line.find_first_not_of(" \t", end), line.size());
         const auto words = split_words(line.substr(text));
         if (!time || *time < 0 || !words || words->empty() || find(words->front()) == nullptr) {
-            error = file + ":" + std::to_string(number) + ": wants a time in milliseconds and a command: " + line;
+            error = file + ":" + std::to_string(number);
+            error += ": wants a time in milliseconds and a command: " + line;
             return false;
         }
         script_.push_back({number, relative, Loop::Milliseconds(*time), line.substr(text)});

@@ -1,7 +1,6 @@
 // What the modem says of itself, and its own ways to go off.
-#include <algorithm>
 #include <array>
-#include <cstring>
+#include <string>
 
 #include "host/modem/modem.h"
 
@@ -74,13 +73,13 @@ int32_t version(Modem& modem, const Caller&) {
 
 // The text, cut to what the caller has room for, with a terminator.
 int32_t get_info(Modem&, const Caller&, int32_t info, char* text, int32_t length) {
-    const char* answer = info == c_info_short_version ? "SIM.1" : info == c_info_version ? "SIMULATED_MODEM_1.0" : "";
-    if (text == nullptr || length <= 0 || *answer == '\0') {
+    std::string answer = info == c_info_short_version ? "SIM.1" : info == c_info_version ? "SIMULATED_MODEM_1.0" : "";
+    if (text == nullptr || length <= 0 || answer.empty()) {
         return c_refused;
     }
-    const auto room = static_cast<size_t>(length);
-    memset(text, 0, room);
-    memcpy(text, answer, std::min(room - 1, strlen(answer)));
+    answer.resize(static_cast<size_t>(length) - 1);
+    answer += '\0';
+    answer.copy(text, answer.size());
     return c_success;
 }
 

@@ -160,6 +160,7 @@ TEST(Control, SeveralCallersAndExpect) {
 TEST(Script, PlaysWithTheClient) {
     write_file("/data/script",
                "# a comment\n"
+               "0     refuse UtaMsCallCsAcceptCallReq 1\n"
                "0     expect UtaMsCallCsAcceptCallReq\n"
                "+10   send 1 UtaMsCallCsAcceptCallRspCb call_id=1\n"
                "+0    raw * 0102 03\n"
@@ -170,7 +171,7 @@ TEST(Script, PlaysWithTheClient) {
     client.write("020400000029 02040000002C 20000105 7F2C16 7F06060204 20000105 7F810003020101 020400000000");
     EXPECT_EQ(client.packet(),
               "020400000016020400000414200001050204"
-              "00000000");
+              "00000001");
     EXPECT_EQ(client.packet(),
               "02040000003902040000002D200001057F2D267F06060204200001057F81191302040000000002040000000"
               "07F810003020101020400000000");
