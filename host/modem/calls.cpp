@@ -1,0 +1,225 @@
+#include "host/modem/calls.h"
+
+#include <algorithm>
+
+namespace calls {
+
+using Milliseconds = Loop::Milliseconds;
+
+std::array<Stack, c_stacks> s_stacks;
+static uint32_t s_last_serial;
+
+// What a number's party does instead of answering; by the number's end.
+enum class Party { ANSWERS, IS_BUSY, NEVER_ANSWERS, IS_CUT_OFF };
+
+constexpr struct {
+    const char* number_end;
+    Party party;
+} c_parties[] = {{"17", Party::IS_BUSY}, {"99", Party::NEVER_ANSWERS}, {"41", Party::IS_CUT_OFF}};
+
+constexpr Milliseconds c_dialing_time{20};
+constexpr Milliseconds c_routing_time{300};
+constexpr Milliseconds c_answering_time{300};
+constexpr Milliseconds c_clearing_time{30};
+constexpr Milliseconds c_cut_off_time{400};
+constexpr Milliseconds c_network_patience{180'000};  // T301 of 3GPP TS 24.008, table 11.4
+
+constexpr int32_t c_name_unavailable = 2;
+
+Call* find_call(uint32_t sim_id, uint32_t call_id) {
+    for (Call& call : s_stacks[sim_id].calls) {
+        if (call.id == call_id) {
+            return &call;
+        }
+    }
+    return nullptr;
+}
+
+Call* find_state(uint32_t sim_id, State state) {
+    for (Call& call : s_stacks[sim_id].calls) {
+        if (call.state == state) {
+            return &call;
+        }
+    }
+    return nullptr;
+}
+
+// The lowest free id, or 0 when there is none.
+static uint8_t free_id(uint32_t sim_id) {
+    for (uint32_t id = 1; id <= UINT8_MAX; ++id) {
+        if (find_call(sim_id, id) == nullptr) {
+            return static_cast<uint8_t>(id);
+        }
+    }
+    return 0;
+}
+
+Call* add_call(uint32_t sim_id, State state, const std::string& number) {
+    const uint8_t id = free_id(sim_id);
+    if (id == 0) {
+        return nullptr;
+    }
+    s_stacks[sim_id].calls.push_back({id, ++s_last_serial, state, number});
+    return &s_stacks[sim_id].calls.back();
+}
+
+// A step in the life of a call, unless the call has come to its end before.
+using Step = void (*)(Modem& modem, uint32_t sim_id, Call& call);
+
+static void after(Modem& modem, Milliseconds delay, uint32_t sim_id, const Call& call, Step step) {
+    modem.later(delay, [&modem, sim_id, serial = call.serial, step] {
+        auto& calls = s_stacks[sim_id].calls;
+        const auto it = std::find_if(calls.begin(), calls.end(), [&](const Call& c) { return c.serial == serial; });
+        if (it != calls.end()) {
+            step(modem, sim_id, *it);
+        }
+    });
+}
+
+static void report_status(Modem& modem, uint32_t sim_id, const Call& call, int32_t status) {
+    UtaCallCsCallStatusIndParams param{};
+    param.call.call_id = call.id;
+    param.status = status;
+    fill_text(param.number, call.number);
+    modem.indicate<uta::row::UtaMsCallCsCallStatusIndCb>(sim_id, &param);
+}
+
+void report_connected(Modem& modem, uint32_t sim_id, const Call& call) {
+    UtaCallCsConnectedIndCbParams param{};
+    param.call.call_id = call.id;
+    fill_text(param.number, call.number);
+    param.name_presentation = c_name_unavailable;
+    modem.indicate<uta::row::UtaMsCallCsConnectedIndCb>(sim_id, &param);
+}
+
+std::vector<uint8_t> move_calls(uint32_t sim_id, State from, State to) {
+    std::vector<uint8_t> moved;
+    for (Call& call : s_stacks[sim_id].calls) {
+        if (call.state == from) {
+            call.state = to;
+            moved.push_back(call.id);
+        }
+    }
+    return moved;
+}
+
+void report_moved(Modem& modem, uint32_t sim_id, const std::vector<uint8_t>& moved, Status status) {
+    for (const uint8_t id : moved) {
+        report_status(modem, sim_id, *find_call(sim_id, id), status);
+    }
+}
+
+// --- The end of a call -----------------------------------------------------------------------------------------------
+
+// One party alone is no multiparty call any more.
+void leave_multiparty(uint32_t sim_id, Call& leaving) {
+    leaving.is_member = false;
+    auto& calls = s_stacks[sim_id].calls;
+    if (std::count_if(calls.begin(), calls.end(), [](const Call& call) { return call.is_member; }) == 1) {
+        std::find_if(calls.begin(), calls.end(), [](const Call& call) { return call.is_member; })->is_member = false;
+    }
+}
+
+void disconnect(Modem& modem, uint32_t sim_id, Call& call) {
+    UtaCallCsDisconnectedIndCbParams param{};
+    param.call.call_id = call.id;
+    param.cause = call.cause;
+    std::erase_if(s_stacks[sim_id].calls, [&](const Call& other) { return other.id == param.call.call_id; });
+    modem.indicate<uta::row::UtaMsCallCsDisconnectedIndCb>(sim_id, &param);
+}
+
+void clear_call(Modem& modem, uint32_t sim_id, Call& call, int32_t cause) {
+    call.state = State::RELEASING;
+    call.cause = cause;
+    leave_multiparty(sim_id, call);
+    UtaCallCsDisconnectingIndCbParams param{};
+    param.call.call_id = call.id;
+    param.cause = cause;
+    modem.indicate<uta::row::UtaMsCallCsDisconnectingIndCb>(sim_id, &param);
+    after(modem, c_clearing_time, sim_id, call, disconnect);
+}
+
+// --- A call's beginning ----------------------------------------------------------------------------------------------
+
+static Party party_of(const Call& call) {
+    if (call.is_emergency) {
+        return Party::ANSWERS;
+    }
+    for (const auto& row : c_parties) {
+        if (call.number.ends_with(row.number_end)) {
+            return row.party;
+        }
+    }
+    return Party::ANSWERS;
+}
+
+static void cut_off(Modem& modem, uint32_t sim_id, Call& call) {
+    if (call.state != State::RELEASING) {
+        clear_call(modem, sim_id, call, TEMPORARY_FAILURE);
+    }
+}
+
+static void give_up(Modem& modem, uint32_t sim_id, Call& call) {
+    if (call.state == State::ALERTING) {
+        clear_call(modem, sim_id, call, NO_ANSWER);
+    }
+}
+
+void far_end_answers(Modem& modem, uint32_t sim_id, Call& call) {
+    if (call.state != State::ALERTING) {
+        return;
+    }
+    call.state = State::ACTIVE;
+    report_connected(modem, sim_id, call);
+    if (party_of(call) == Party::IS_CUT_OFF) {
+        after(modem, c_cut_off_time, sim_id, call, cut_off);
+    }
+}
+
+static void reach_party(Modem& modem, uint32_t sim_id, Call& call) {
+    if (call.state != State::DIALING) {
+        return;
+    }
+    if (party_of(call) == Party::IS_BUSY) {
+        clear_call(modem, sim_id, call, USER_BUSY);
+        return;
+    }
+    call.state = State::ALERTING;
+    const UtaCallCsCallId call_id{call.id};
+    modem.indicate<uta::row::UtaMsCallCsAlertingIndCb>(sim_id, &call_id);
+    if (party_of(call) == Party::NEVER_ANSWERS) {
+        after(modem, c_network_patience, sim_id, call, give_up);
+    } else {
+        after(modem, c_answering_time, sim_id, call, far_end_answers);
+    }
+}
+
+static void start_dialing(Modem& modem, uint32_t sim_id, Call& call) {
+    if (call.state != State::DIALING) {
+        return;
+    }
+    UtaCallCsDialingIndCbParams param{};
+    param.call.call_id = call.id;
+    modem.indicate<uta::row::UtaMsCallCsDialingIndCb>(sim_id, &param);
+    report_status(modem, sim_id, call, NUMBER_KNOWN);
+    after(modem, c_routing_time, sim_id, call, reach_party);
+}
+
+void dial(Modem& modem, uint32_t sim_id, Call& call) {
+    after(modem, c_dialing_time, sim_id, call, start_dialing);
+}
+
+Cause setup_obstacle(uint32_t sim_id, bool is_emergency) {
+    if (!s_stacks[sim_id].on || free_id(sim_id) == 0) {
+        return NO_RESOURCES;
+    }
+    if (is_emergency) {
+        return NO_CAUSE;
+    }
+    const bool both = find_state(sim_id, State::ACTIVE) != nullptr && find_state(sim_id, State::HELD) != nullptr;
+    const bool calls_already =
+        find_state(sim_id, State::DIALING) != nullptr || find_state(sim_id, State::ALERTING) != nullptr;
+    return both || calls_already ? NO_RESOURCES : NO_CAUSE;
+}
+
+}  // namespace calls

@@ -1,0 +1,81 @@
+// The calls on the network's side: what a called party does, how a call begins and ends. What the phone asks for is in
+// call.cpp.
+//
+// Runs in the loop.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "host/modem/modem.h"
+
+namespace calls {
+
+enum class State { DIALING, ALERTING, INCOMING, ACTIVE, HELD, RELEASING };
+
+struct Call {
+    uint8_t id;
+    uint32_t serial;  // never used again, for what happens later
+    State state;
+    std::string number;
+    bool is_emergency = false;
+    bool is_member = false;  // of the multiparty call
+    int32_t cause = 0;       // of its end
+};
+
+struct Stack {
+    bool on = false;
+    std::vector<Call> calls;
+    int32_t tty_mode = 0;
+};
+
+extern std::array<Stack, c_stacks> s_stacks;
+
+// 3GPP TS 24.008, 10.5.4.11.
+enum Cause : int32_t {
+    NO_CAUSE = 0,
+    NORMAL_CLEARING = 16,
+    USER_BUSY = 17,
+    NO_ANSWER = 19,
+    FACILITY_REJECTED = 29,
+    TEMPORARY_FAILURE = 41,
+    NO_RESOURCES = 47,
+    UNKNOWN_CALL = 81,
+};
+
+// What a call status indication says.
+enum Status : int32_t { NUMBER_KNOWN = 0, NOW_HELD = 12, NOW_RETRIEVED = 13 };
+
+// Null for none. Pointers are good until a call comes or goes.
+Call* find_call(uint32_t sim_id, uint32_t call_id);
+Call* find_state(uint32_t sim_id, State state);
+
+// Null when all ids are taken.
+Call* add_call(uint32_t sim_id, State state, const std::string& number);
+
+// Why the network or the phone has no place for one more outgoing call.
+Cause setup_obstacle(uint32_t sim_id, bool is_emergency);
+// The call is dialled, and takes its course.
+void dial(Modem& modem, uint32_t sim_id, Call& call);
+// Nothing unless it alerts.
+void far_end_answers(Modem& modem, uint32_t sim_id, Call& call);
+// The call clears, whoever wants it to. It keeps its id meanwhile.
+void clear_call(Modem& modem, uint32_t sim_id, Call& call, int32_t cause);
+// Removes the call, whose cause is set.
+void disconnect(Modem& modem, uint32_t sim_id, Call& call);
+void leave_multiparty(uint32_t sim_id, Call& leaving);
+
+// All calls in one state go to the other. The indications come later, behind the response: report_moved.
+std::vector<uint8_t> move_calls(uint32_t sim_id, State from, State to);
+void report_moved(Modem& modem, uint32_t sim_id, const std::vector<uint8_t>& moved, Status status);
+void report_connected(Modem& modem, uint32_t sim_id, const Call& call);
+
+// The text that fits, terminated; `out` is zeros.
+template <size_t n>
+void fill_text(char (&out)[n], const std::string& text) {
+    text.copy(out, n - 1);
+}
+
+}  // namespace calls
