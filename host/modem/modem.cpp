@@ -308,9 +308,10 @@ void Modem::execute(ClientId client, const uta::Function& function, const Bytes&
     }
     const Outputs outputs(function, parameters);
     const auto handler = handlers_.find(function.id);
-    if (function.has_sim && parameters.words[0] >= c_stacks) {
-        result = c_refused;
-    } else if (handler != handlers_.end()) {
+    const bool no_stack = function.has_sim && parameters.words[0] >= c_stacks;
+    if (no_stack && function.kind == uta::Kind::REQUEST) {
+        result = c_refused;  // there is nobody to respond
+    } else if (!no_stack && handler != handlers_.end()) {
         result = handler->second(*this, {client, context_id}, parameters.words);
     } else {
         Outputs::clear(function, parameters);

@@ -30,6 +30,8 @@ enum ModemEvent : uint32_t {
 };
 constexpr uint32_t c_request_reset = 0xA1000000;
 
+// Calls to a stack beyond these are accepted and have no effect: on a phone with two SIMs the second instance of the
+// RIL opens the stack behind its own as well, and would not start if that were refused.
 constexpr uint32_t c_stacks = 2;
 constexpr int32_t c_success = 0;
 constexpr int32_t c_refused = -1;  // what a call gets that makes no sense
