@@ -82,6 +82,43 @@ TEST(ModemAway, EveryRequestIsAnsweredWithoutIt) {
     });
 }
 
+// The card's last status needs no modem. In the record, words: card state, universal PIN state, three subscription
+// indexes, number of applications, the first one's type; all else is 0.
+TEST(ModemAway, CardStatusIsTheLastOne) {
+    const auto card_info = [](const char* chv1) {
+        return std::string(
+                   "02 04 00 00 00 87 02 04 00 00 00 94 20 00 01 00 7F 81 14 73 7F 82 29 69"
+                   " 02 04 00 00 00 00 02 04 00 00 00 00 02 04 00 00 00 00 02 04 00 00 00 00"
+                   " 02 04 00 00 00 00 02 04 00 00 00 00 02 04 00 00 00 00 02 04 00 00 00 00"
+                   " 02 01 0A 02 01 0A 02 01 0A 02 01 03 02 04 00 00 00 01 02 04 00 00 00 ") +
+               chv1 +
+               "02 01 00 55 0A 02 04 00 00 00 0A 02 04 00 00 00 00 89 49 02 00 00 12 34 56 78 90"
+               " 02 04 00 00 00 03 02 04 00 00 00 00";
+    };
+    const struct {
+        const char* chv1;
+        int card_state, applications;
+    } cases[] = {{"00", 0, 0}, {"01", 2, 0}, {"02", 1, 1}, {"03", 2, 0}, {"04", 0, 0}, {"05", 1, 1}, {"09", 1, 1}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.chv1);
+        in_own_process([&] {
+            Phone phone;
+            phone.bring_up();
+            phone.answer_mode_requests_as_asked();
+            phone.modem.send(card_info(c.chv1));
+            EXPECT_EQ(phone.answer(phone.request(RIL_REQUEST_RADIO_POWER, 1)).error, RIL_E_SUCCESS);  // behind it
+            modem_down(phone);
+            std::vector<int> words(sizeof(RIL_CardStatus_v6) / sizeof(int));
+            words[0] = c.card_state;
+            words[2] = c.applications - 1;
+            words[3] = words[4] = -1;
+            words[5] = words[6] = c.applications;
+            EXPECT_EQ(phone.answer(phone.request(RIL_REQUEST_GET_SIM_STATUS, nullptr, 0)).data,
+                      std::string(reinterpret_cast<const char*>(words.data()), sizeof(RIL_CardStatus_v6)));
+        });
+    }
+}
+
 // A preferred network type that Android sets while the radio is unavailable waits for the radio. Every token is
 // answered once, whatever becomes of it.
 TEST(PreferredNetworkType, WaitsForTheRadio) {

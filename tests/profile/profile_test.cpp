@@ -7,7 +7,6 @@
 #include <string>
 #include <vector>
 
-#include "ril/core/src/decode/decode.h"
 #include "ril/utils/conversion.h"
 
 namespace {
@@ -136,20 +135,6 @@ TEST(Conversion, HexDigits) {
     for (int c = -128; c < 128; ++c) {
         const char character = static_cast<char>(c);
         EXPECT_EQ(ril_util_is_xdigit(character), c != 0 && digits.find(character) != std::string::npos) << c;
-    }
-}
-
-TEST(Conversion, ExtendedGsmCharacters) {
-    const struct {
-        uint16_t character;
-        uint8_t code, extended;
-    } cases[] = {{12, 10, 1},  {91, 60, 1},  {92, 47, 1},     {93, 62, 1},     {94, 20, 1},
-                 {123, 40, 1}, {124, 64, 1}, {125, 41, 1},    {126, 61, 1},    {8364, 101, 1},
-                 {65, 65, 0},  {64, 0, 0},   {0x4E2D, 32, 0}, {0xFFFF, 32, 0}, {0x2022, 32, 0}};
-    for (const auto& c : cases) {
-        uint8_t extended = 9;
-        EXPECT_EQ(uta_agg_util_unicodetogsm7default(c.character, &extended), c.code) << c.character;
-        EXPECT_EQ(extended, c.extended) << c.character;
     }
 }
 
