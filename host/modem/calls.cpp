@@ -165,10 +165,17 @@ static void give_up(Modem& modem, uint32_t sim_id, Call& call) {
     }
 }
 
+// A call that became active meanwhile is held, as for a waiting call that is accepted.
 void far_end_answers(Modem& modem, uint32_t sim_id, Call& call) {
     if (call.state != State::ALERTING) {
         return;
     }
+    const bool is_other_active = find_state(sim_id, State::ACTIVE) != nullptr;
+    if (is_other_active && find_state(sim_id, State::HELD) != nullptr) {
+        clear_call(modem, sim_id, call, NO_RESOURCES);
+        return;
+    }
+    report_moved(modem, sim_id, move_calls(sim_id, State::ACTIVE, State::HELD), NOW_HELD);
     call.state = State::ACTIVE;
     report_connected(modem, sim_id, call);
     if (party_of(call) == Party::IS_CUT_OFF) {

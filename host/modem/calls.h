@@ -59,7 +59,7 @@ Call* add_call(uint32_t sim_id, State state, const std::string& number);
 Cause setup_obstacle(uint32_t sim_id, bool is_emergency);
 // The call is dialled, and takes its course.
 void dial(Modem& modem, uint32_t sim_id, Call& call);
-// Nothing unless it alerts.
+// Does nothing unless the call alerts.
 void far_end_answers(Modem& modem, uint32_t sim_id, Call& call);
 // The call clears, whoever wants it to. It keeps its id meanwhile.
 void clear_call(Modem& modem, uint32_t sim_id, Call& call, int32_t cause);
