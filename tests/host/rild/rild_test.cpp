@@ -430,6 +430,11 @@ TEST(Rild, GreetsOnceTheLibraryIsThere) {
     EXPECT_EQ(response(1, 0, "'canned'"), client.message());
 }
 
+TEST(Rild, EndsInOrderWhileTheLibraryStarts) {
+    RildProcess rild({"-b"});
+    EXPECT_EQ("timer init", rild.line());
+}
+
 TEST(Rild, RunsCallbacksInDueOrderOnTheThreadOfRequests) {
     RildProcess rild;
     GreetedClient client;
