@@ -13,7 +13,8 @@ console=$bin/host/console/console
 
 status=0
 if [ "$mode" = tour ]; then
-    "$console" host/tour/tour.txt
+    cat host/tour/tour.txt host/tour/calls.txt host/tour/off.txt >"$out/tour.txt"
+    "$console" "$out/tour.txt"
     status=$?
     "$bin/host/modem/uta-print" --file "$out/packets.cap" >"$out/packets.txt"
     cp /dev/log/radio "$out/radio.log"
