@@ -36,6 +36,21 @@ TEST(Registration, NothingReportedYet) {
     });
 }
 
+TEST(Registration, StartsOverWithTheRadio) {
+    in_own_process([] {
+        NetPhone phone;
+        phone.hear({registration({.rat = 3}), cell({.rat = 3}), attach_allowed(0)});
+        EXPECT_EQ(phone.ask(RIL_REQUEST_SET_NETWORK_SELECTION_MANUAL, "none"), "2");
+        EXPECT_EQ(phone.ask(RIL_REQUEST_QUERY_NETWORK_SELECTION_MODE), "0: 1");
+        phone.radio(0);
+        phone.radio(1);
+        EXPECT_EQ(phone.ask(c_tech), "0: 14");  // kept until the next reading
+        EXPECT_EQ(phone.ask(c_data), "0: 4|(null)|(null)|0|4|1");
+        EXPECT_EQ(phone.ask(c_tech), "0: 0");
+        EXPECT_EQ(phone.ask(RIL_REQUEST_QUERY_NETWORK_SELECTION_MODE), "0: 0");
+    });
+}
+
 TEST(Registration, StatusOfVoiceAndData) {
     in_own_process([] {
         NetPhone phone;

@@ -125,29 +125,31 @@ TEST(Turn, AManualSelectionDoesNotWait) {
     });
 }
 
-// A wait ends with its modem; the next modem's request, which gets the same context, has a wait of its own.
+// A wait ends with its modem; the next modem's request, which gets the same context and from Android the same token,
+// has a wait of its own.
 TEST(Turn, ARestartOfTheModemEndsTheWait) {
     in_own_process([] {
         NetPhone phone;
         property_set("gsm.sim2.state", "READY");
-        RIL_Token old = phone.request(c_automatic, nullptr, 0);
+        RIL_Token token = phone.request(c_automatic, nullptr, 0);
         phone.event(0xB1000000);
-        EXPECT_EQ(phone.answer(old).error, RIL_E_RADIO_NOT_AVAILABLE);
+        EXPECT_EQ(phone.answer(token).error, RIL_E_RADIO_NOT_AVAILABLE);
         phone.answer_mode_requests(0);
         phone.event(0xB2000000);
         phone.wait_radio_state(RADIO_STATE_OFF);
         phone.radio(1);
         phone.modem.take_received();
         phone.android.advance(c_second / 2);
-        RIL_Token now = phone.request(c_automatic, nullptr, 0);
+        phone.android.reset();
+        phone.ril()->onRequest(c_automatic, nullptr, 0, token);
         property_set(c_registered, "true");
         phone.android.advance(c_second / 2);
         EXPECT_TRUE(phone.sent().empty());
         phone.modem.set_answer(c_attach, attach_confirmed(262, 1, 0, 1));
         phone.android.advance(c_second / 2);
         EXPECT_EQ(phone.sent().size(), 1U);
-        EXPECT_EQ(phone.answer(now).error, RIL_E_SUCCESS);
-        EXPECT_EQ(phone.android.completed(old), 1);
+        EXPECT_EQ(phone.answer(token).error, RIL_E_SUCCESS);
+        EXPECT_EQ(phone.android.completed(token), 1);
     });
 }
 
