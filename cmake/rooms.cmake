@@ -6,6 +6,9 @@
 set(DUN_SHIPPED -fno-exceptions -fno-rtti -Wmissing-declarations)
 set(DUN_WARNINGS -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror)
 
+# Test code is compiled more often than it runs.
+set(DUN_TEST_CODE -O0 -g1)
+
 # dun_room(NAME [USES target...]): an object library of the .cpp files of this folder, part of what ships.
 function(dun_room name)
   cmake_parse_arguments(ARG "" "" "USES" ${ARGN})
@@ -30,6 +33,7 @@ endfunction()
 function(dun_test name)
   cmake_parse_arguments(ARG "" "TIMEOUT" "SOURCES;USES" ${ARGN})
   dun_program(${name} SOURCES ${ARG_SOURCES} USES ${ARG_USES} gmock gtest gtest_main)
+  target_compile_options(${name} PRIVATE ${DUN_TEST_CODE})
   add_test(NAME ${name} COMMAND ${name})
   if(NOT ARG_TIMEOUT)
     set(ARG_TIMEOUT 300)
@@ -42,6 +46,7 @@ endfunction()
 function(dun_phone_test name)
   cmake_parse_arguments(ARG "" "TIMEOUT" "SOURCES;USES" ${ARGN})
   dun_program(${name} SOURCES ${ARG_SOURCES} USES ${ARG_USES} phone_harness harness gmock gtest gtest_main)
+  target_compile_options(${name} PRIVATE ${DUN_TEST_CODE})
   set_target_properties(${name} PROPERTIES ENABLE_EXPORTS ON)  # the library takes the harness's sleeps
   add_dependencies(${name} dun-ril)
   add_test(NAME ${name} COMMAND sandbox $<TARGET_FILE:${name}>)
