@@ -312,7 +312,7 @@ TEST_F(Engine, StopReleasesEverybodyAndAnswersEverything) {
         poster.join();
     }
     EXPECT_TRUE(modules_after_thread);
-    for (const uintptr_t number : {1, 2}) {
+    for (const uintptr_t number : {1U, 2U}) {
         EXPECT_EQ(android().wait_completion(token(number)).error, RIL_E_RADIO_NOT_AVAILABLE);
         EXPECT_EQ(android().completed(token(number)), 1);
     }
