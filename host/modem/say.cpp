@@ -21,6 +21,7 @@ void say(const char* format, ...) {
     char text[512];
     va_list arguments;
     va_start(arguments, format);
+    // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): the analyser misses the x86-64 va_start above.
     vsnprintf(text, sizeof(text), format, arguments);
     va_end(arguments);
     fprintf(stderr, "%02d:%02d:%02d.%03ld modem: %s\n", local.tm_hour, local.tm_min, local.tm_sec,
