@@ -28,7 +28,9 @@ int32_t module_exit() {
 }
 void mehHandler(uint32_t) {}
 void modem_events_start() {}
-uint32_t RPCMakeContextId() { return 0x20000100; }
+uint32_t RPCMakeContextId() {
+    return 0x20000100;
+}
 uint32_t getLastModemEvent() {
     return E_MODEM_UP;
 }
