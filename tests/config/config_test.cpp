@@ -42,6 +42,7 @@ std::string started_with(std::vector<std::string> arguments, int32_t result, con
     if (child == 0) {
         arguments.insert(arguments.begin(), "rild");
         std::vector<char*> argv;
+        argv.reserve(arguments.size() + 1);
         for (std::string& argument : arguments) {
             argv.push_back(argument.data());
         }
@@ -63,7 +64,7 @@ std::string started_with(std::vector<std::string> arguments, int32_t result, con
 
 std::string loaded(const std::string& file, const char* conformance = "") {
     std::ofstream(scratch_file()) << file;
-    const std::string text = started_with({"-c", scratch_file()}, 0, conformance);
+    std::string text = started_with({"-c", scratch_file()}, 0, conformance);
     unlink(scratch_file().c_str());
     return text;
 }

@@ -1,15 +1,12 @@
 // The start around its sequence: when it begins, what may go wrong on the way, and the emergency numbers it leaves.
 #include <cutils/properties.h>
 #include <fcntl.h>
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/file.h>
 
 #include "tests/lifecycle/lifecycle.h"
 
 namespace {
-
-using testing::HasSubstr;
 
 std::string property(const char* key) {
     char value[PROPERTY_VALUE_MAX];

@@ -1,6 +1,5 @@
 // A modem that goes away and comes back under requests: what Android hears meanwhile, and what becomes of its tokens.
 #include <cutils/properties.h>
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -8,8 +7,6 @@
 #include "tests/lifecycle/lifecycle.h"
 
 namespace {
-
-using testing::ElementsAre;
 
 size_t entries_of(const char* folder) {
     return static_cast<size_t>(std::distance(std::filesystem::directory_iterator(folder), {}));
@@ -203,6 +200,7 @@ TEST(ModemDown, AnswersEveryOpenContext) {
         phone.leave_mode_requests_open();
         // 254 contexts, of which the RX diversity setting of the start still has one.
         std::vector<RIL_Token> tokens;
+        tokens.reserve(254);
         for (int i = 0; i < 253; ++i) {
             tokens.push_back(phone.request(RIL_REQUEST_RADIO_POWER, 0));
         }

@@ -15,7 +15,15 @@ using testing::HasSubstr;
 using Packets = std::vector<std::string>;
 using Numbers = std::vector<int>;
 
-enum Radio { ON, OFF, UNAVAILABLE, ON_GOING_OFF, UNAVAILABLE_GOING_OFF };
+enum Radio {
+    ON,
+    ON_AGAIN,  // after a power-off
+    OFF,
+    UNAVAILABLE,
+    UNAVAILABLE_AGAIN,  // after a modem that went down during a power-off
+    ON_GOING_OFF,
+    UNAVAILABLE_GOING_OFF,
+};
 
 RIL_Token power(Phone& phone, int value) {
     return phone.request(RIL_REQUEST_RADIO_POWER, value);
@@ -29,13 +37,23 @@ void bring_to(Phone& phone, Radio radio) {
     } else {
         phone.bring_up();
     }
-    if (radio == ON || radio == ON_GOING_OFF) {
+    if (radio == ON || radio == ON_AGAIN || radio == UNAVAILABLE_AGAIN || radio == ON_GOING_OFF) {
         phone.answer_mode_requests_as_asked();
-        EXPECT_EQ(phone.answer(power(phone, 1)).error, RIL_E_SUCCESS);
+        for (const int value : {1, 0, 1}) {
+            EXPECT_EQ(phone.answer(power(phone, value)).error, RIL_E_SUCCESS);
+            if (radio != ON_AGAIN) {
+                break;
+            }
+        }
     }
     phone.leave_mode_requests_open();
-    if (radio == ON_GOING_OFF || radio == UNAVAILABLE_GOING_OFF) {
+    if (radio == ON_GOING_OFF || radio == UNAVAILABLE_GOING_OFF || radio == UNAVAILABLE_AGAIN) {
         power(phone, 0);
+    }
+    if (radio == UNAVAILABLE_AGAIN) {
+        phone.event(c_event_down);
+        phone.event(c_event_up);
+        ASSERT_TRUE(phone.modem.wait_for(c_set_mode, 4));  // of two starts and two requests
     }
     phone.modem.take_received();
     phone.android.reset();
@@ -110,6 +128,8 @@ TEST(RadioPower, EveryRow) {
         {ON_GOING_OFF, 1, "true", c_all_on, {}, {1023}, 10},
         {UNAVAILABLE_GOING_OFF, 2, "", c_all_on, {}, {1000, 1023}, 10},
         {ON, 1, "true", c_no_packets, {}, {}, 10},
+        {ON_AGAIN, 1, "", c_no_packets, {}, {}, 10},
+        {UNAVAILABLE_AGAIN, 1, "", c_no_packets, {}, {}, 1},
         {UNAVAILABLE, 1, "", c_no_packets, {}, {}, 1},
     };
     for (const Row& row : rows) {
@@ -167,15 +187,15 @@ TEST(RadioPower, RefusedCalls) {
 // What the modem may answer to power-off with the radio on. Other than with the good answer, the state stays.
 TEST(RadioPower, OtherAnswers) {
     const struct {
-        uint8_t mode, result;
         RIL_Errno error;
         int state;
+        uint8_t mode, result;
         bool logged;
     } rows[] = {
-        {0, 5, RIL_E_GENERIC_FAILURE, 10, false}, {1, 5, RIL_E_GENERIC_FAILURE, 10, false},
-        {2, 0, RIL_E_SUCCESS, 10, true},          {6, 0, RIL_E_SUCCESS, 10, true},
-        {7, 0, RIL_E_SUCCESS, 10, false},         {200, 0, RIL_E_SUCCESS, 10, false},
-        {1, 0, RIL_E_SUCCESS, 10, false},
+        {RIL_E_GENERIC_FAILURE, 10, 0, 5, false}, {RIL_E_GENERIC_FAILURE, 10, 1, 5, false},
+        {RIL_E_SUCCESS, 10, 2, 0, true},          {RIL_E_SUCCESS, 10, 6, 0, true},
+        {RIL_E_SUCCESS, 10, 7, 0, false},         {RIL_E_SUCCESS, 10, 200, 0, false},
+        {RIL_E_SUCCESS, 10, 1, 0, false},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE("row " + std::to_string(&row - rows));
