@@ -69,6 +69,23 @@ TEST(Call, Returns) {
     }
 }
 
+// Four octets at offset 8 of an area, written and read again; a place that no area has.
+TEST(Call, NonVolatileMemory) {
+    const ModemProcess modem;
+    const Client client;
+    const std::string octets = "020400000000 5504 020400000004 020400000000";
+    const std::string place = "020400000004 020400000008 020410420000";
+    client.write("020400000040 020400000153 20000100 7F1F2D 7F1A2A" + octets + "DEADBEEF" + place);
+    EXPECT_EQ(client.packet(), compact("020400000016 02040000053B 20000100 020400000000"));
+    client.write("020400000040 020400000152 20000100 7F1E2D 7F1A2A" + octets + "00000000" + place);
+    const std::string read = client.packet();
+    EXPECT_EQ(read.substr(12, 32), compact("02040000053A 20000100 020400000000"));
+    EXPECT_NE(read.find("DEADBEEF"), std::string::npos) << read;
+    client.write("020400000040 020400000152 20000100 7F1E2D 7F1A2A" + octets + "00000000" +
+                 "020400000004 020400001000 020410420000");
+    EXPECT_EQ(client.packet().substr(12, 32), compact("02040000053A 20000100 0204FFFFFFFF"));
+}
+
 // A one-way function, a response that a client sends, a packet that ends before its context id, an index far beyond all
 // functions: the next call's return is the next packet, but for the last's.
 TEST(Call, WhatIsNotAnswered) {
