@@ -48,7 +48,8 @@ const Console::Command Console::c_commands[] = {
      "connected|completion|NAME [SECONDS]   for rild's greeting, all answers, an unsolicited response"},
     {"fails", &Console::fails, true, "COMMAND   holds if the command doesn't"},
     {"traffic", &Console::traffic, false, "on [MILLISECONDS] [REQUEST...] | off   harmless requests in the background"},
-    {"modem", &Console::modem, true, "COMMAND   to the modem's control socket"},
+    {"modem", &Console::modem, true,
+     "COMMAND   to the modem's control socket; card and network need no modem in front"},
     {"shell", &Console::shell, true, "COMMAND   holds if its exit status is 0"},
     {"sim1", &Console::sim_1, false, "COMMAND   at the first instance, as without it"},
     {"sim2", &Console::sim_2, false, "COMMAND   at the second instance"},
@@ -181,6 +182,10 @@ Console::Outcome Console::carry_out(const std::string& line) {
         if (word == shortcut.word) {
             return ask(shortcut.request, shortcut.form, rest);
         }
+    }
+    if (word == "card" || word == "network") {
+        is_step_ = true;
+        return modem(*words, behind(line, 0));
     }
     return "no such command; help tells them";
 }
