@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -93,7 +94,7 @@ TEST(Conversion, SwappedBcd) {
         const std::vector<uint8_t> src(c.src);
         std::vector<char> dst(c.room, '\0');
         util_bcd2num(src.data(), dst.data(), dst.size(), src.size(), c.plus);
-        EXPECT_EQ(std::string(dst.data(), strnlen(dst.data(), dst.size())), c.text) << "row " << &c - cases;
+        EXPECT_EQ(std::string(dst.begin(), std::find(dst.begin(), dst.end(), '\0')), c.text) << "row " << &c - cases;
     }
 }
 
