@@ -25,21 +25,20 @@ std::span<uint8_t> piece(const UtaNvmParams& nvm) {
 }
 
 int32_t read_nvm(Modem&, const Caller&, UtaNvmParams* nvm) {
-    const std::span<uint8_t> found = nvm == nullptr ? std::span<uint8_t>() : piece(*nvm);
-    if (found.empty()) {
+    if (nvm == nullptr || piece(*nvm).empty()) {
         return c_refused;
     }
-    nvm->data = found.data();  // packed before anything else happens to the area
+    nvm->data = piece(*nvm).data();  // packed before anything else happens to the area
     return c_success;
 }
 
 int32_t write_nvm(Modem&, const Caller&, const UtaNvmParams* nvm) {
-    const std::span<uint8_t> found = nvm == nullptr || nvm->data == nullptr ? std::span<uint8_t>() : piece(*nvm);
-    if (found.empty()) {
+    if (nvm == nullptr || nvm->data == nullptr) {
         return c_refused;
     }
+    const std::span<uint8_t> found = piece(*nvm);
     std::copy_n(nvm->data, found.size(), found.begin());
-    return c_success;
+    return found.empty() ? c_refused : c_success;
 }
 
 int32_t commit_nvm(Modem&, const Caller&, const UtaNvmParams*) {
