@@ -16,7 +16,7 @@ using Clock = std::chrono::steady_clock;
 constexpr size_t c_processes = 25;
 constexpr size_t c_restarts = 20;  // in each
 
-// The results of all processes, in milliseconds.
+// The results of all processes, in milliseconds, the last in microseconds.
 struct Results {
     double init[c_processes];
     double restart[c_processes][c_restarts];
@@ -61,12 +61,12 @@ void measure(Results& results, size_t process) {
     for (int i = 0; i < c_requests; ++i) {
         phone.request(RIL_REQUEST_DIAL, nullptr, 0);
     }
-    results.spoofed[process] = milliseconds(Clock::now() - start) / c_requests;
+    results.spoofed[process] = milliseconds(Clock::now() - start) / c_requests * 1000;
 }
 
-void print(const char* what, double* first, double* last) {
+void print(const char* what, const char* unit, double* first, double* last) {
     std::sort(first, last);
-    printf("%-34s median %8.4f ms, least %8.4f, most %8.4f, of %td\n", what, first[(last - first) / 2], *first,
+    printf("%-32s median %6.2f %s, least %6.2f, most %6.2f, of %td\n", what, first[(last - first) / 2], unit, *first,
            last[-1], last - first);
 }
 
@@ -82,8 +82,8 @@ int main() {
         in_own_process([&] { measure(*results, process); });
     }
     printf("less the waits of %.3f s:\n", static_cast<double>(results->slept) / 1e6);
-    print("RIL_Init to its return", results->init, results->init + c_processes);
-    print("E_MODEM_UP to the radio's state", results->restart[0], results->restart[0] + c_processes * c_restarts);
-    print("a request without a modem", results->spoofed, results->spoofed + c_processes);
+    print("RIL_Init to its return", "ms", results->init, results->init + c_processes);
+    print("E_MODEM_UP to the radio's state", "ms", results->restart[0], results->restart[0] + c_processes * c_restarts);
+    print("a request without a modem", "us", results->spoofed, results->spoofed + c_processes);
     return testing::Test::HasFailure() ? 1 : 0;
 }
