@@ -128,11 +128,8 @@ bool answered_without_modem(uint32_t sim_id, int request, void* data, size_t dat
 
 void post(uint32_t sim_id, int request, void* data, size_t datalen, RIL_Token token) {
     // The modem may have gone down behind the gate's first test, and be back by now: such a request is answered without
-    // the modem, or goes to the new engine.
-    for (int tries = 0; tries < 2; ++tries) {
-        if (qelril_post_request(sim_id, request, data, datalen, token) == 0) {
-            return;
-        }
+    // the modem, or goes to the new engine. It ends, because the engine only stands still while spoofing is on.
+    while (qelril_post_request(sim_id, request, data, datalen, token) != 0) {
         RIL_TRACE(TRACE_ERROR, "%s: request %d not posted\n", __func__, request);
         if (answered_without_modem(sim_id, request, data, datalen, token)) {
             return;
