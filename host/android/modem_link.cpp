@@ -105,9 +105,14 @@ bool wait_for_sign(int notify, int pause) {
 
 // Returns once there is a connection.
 int connect_to_manager() {
-    const int notify = inotify_init1(IN_CLOEXEC | IN_NONBLOCK);
-    bool watched = watch(notify);  // before the first attempt, so that no sign is lost
+    // The kernel takes some 20 ms to close a watch: none for a manager that is there already.
     int fd = connect_once();
+    if (fd >= 0) {
+        return fd;
+    }
+    const int notify = inotify_init1(IN_CLOEXEC | IN_NONBLOCK);
+    bool watched = watch(notify);
+    fd = connect_once();  // what appeared before the watch gives no sign
     for (int tries = 0; fd < 0; fd = connect_once()) {
         // What isn't there will be seen to come; what refuses may only not be listening yet; the rest (no descriptors
         // left, say) passes unseen.
