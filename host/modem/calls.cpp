@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "host/modem/card.h"
+
 namespace calls {
 
 using Milliseconds = Loop::Milliseconds;
@@ -222,6 +224,10 @@ Cause setup_obstacle(uint32_t sim_id, bool is_emergency) {
     }
     if (is_emergency) {
         return NO_CAUSE;
+    }
+    // Without a card a phone is in limited service (3GPP TS 22.101, 10.1).
+    if (!card_is_usable(sim_id)) {
+        return NO_RESOURCES;
     }
     const bool both = find_state(sim_id, State::ACTIVE) != nullptr && find_state(sim_id, State::HELD) != nullptr;
     const bool calls_already =

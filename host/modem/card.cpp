@@ -1,5 +1,7 @@
 // The card of each stack: there or not, its type, whether it wants a PIN. A card that is powered and open initialises
 // itself once its stack is on the air (3GPP TS 31.102, 5.1.1).
+#include "host/modem/card.h"
+
 #include <algorithm>
 #include <array>
 
@@ -69,8 +71,7 @@ void report_info(Modem& modem, uint32_t sim_id) {
 // What follows when the card's files can be read and the stack is on the air.
 void initialise(Modem& modem, uint32_t sim_id) {
     modem.later(c_read_time, [&modem, sim_id] {
-        const Card& card = s_cards[sim_id];
-        if (!card.inserted || !card.powered || card.wants_pin || !card.stack_is_on) {
+        if (!card_is_usable(sim_id) || !s_cards[sim_id].stack_is_on) {
             return;
         }
         UtaSimInitType init{};
@@ -164,6 +165,11 @@ std::string describe() {
 }
 
 }  // namespace
+
+bool card_is_usable(uint32_t sim_id) {
+    const Card& card = s_cards[sim_id];
+    return card.inserted && card.powered && !card.wants_pin;
+}
 
 Service card_service() {
     using namespace uta::row;
