@@ -1,15 +1,20 @@
 #!/usr/bin/env bash
 # Inside the sandbox: a phone with two SIMs, that is a modem and two rild, and the console in front of them.
+#   phone.sh MODE [BUILD [OUT]]    the folders of the programs and for what is written
 set -u
 mode=$1
-bin=build/i386
-out=build/run
+bin=${2:-build/i386}
+out=${3:-build/run}
+mkdir -p "$out"
 console=$bin/host/console/console
 
 "$bin/host/android/prop" set persist.dual_sim ss
 "$bin/host/modem/modem" --quiet --capture "$out/packets.cap" 2>"$out/modem.log" &
+phone=$!
 "$bin/host/android/rild/rild" -v -l "$bin/libdun-ril.so" -- --client 1 2>"$out/rild.log" &
+phone="$! $phone"
 "$bin/host/android/rild/rild" -v -l "$bin/libdun-ril.so" -- --client 2 2>"$out/rild2.log" &
+phone="$! $phone"
 
 status=0
 if [ "$mode" = tour ]; then
@@ -30,4 +35,11 @@ if [ -t 0 ] && [ -t 1 ]; then
     echo "The phone is on. \"help\" tells what it understands; leave with \"quit\"."
     "$console"
 fi
+for process in $phone; do
+    kill "$process"
+    wait "$process" || {
+        echo "A process of the phone ended with status $?: see $out/*.log."
+        status=1
+    }
+done
 exit "$status"
