@@ -67,22 +67,31 @@ std::string radio_log() {
     return text.str();
 }
 
+BelowLibrary::BelowLibrary(bool has_daemon, ModemLinkListener listener)
+    : modem(1, has_daemon), link_(ModemLinkServer::start(c_modem_link_path, std::move(listener))) {
+    if (link_ == nullptr) {
+        perror(c_modem_link_path);
+        abort();
+    }
+}
+
 Phone::Phone(std::vector<std::string> arguments, bool has_daemon)
-    : modem(1, has_daemon), arguments_(std::move(arguments)) {
+    : BelowLibrary(has_daemon, {.registered = {},
+                                .request =
+                                    [this](int, uint32_t request) {
+                                        last_manager_request = request;
+                                        ++manager_requests;
+                                    },
+                                .gone = {}}),
+      arguments_(std::move(arguments)) {
     arguments_.insert(arguments_.begin(), "rild");
     for (std::string& argument : arguments_) {
         argv_.push_back(argument.data());
     }
     argv_.push_back(nullptr);
-    ModemLinkListener listener;
-    listener.request = [this](int, uint32_t request) {
-        last_manager_request = request;
-        ++manager_requests;
-    };
-    link_ = ModemLinkServer::start(c_modem_link_path, std::move(listener));
     library_ = dlopen(DUN_RIL_LIBRARY, RTLD_NOW);
-    if (library_ == nullptr || link_ == nullptr) {
-        fprintf(stderr, "%s\n", library_ == nullptr ? dlerror() : "no modem link");
+    if (library_ == nullptr) {
+        fprintf(stderr, "%s\n", dlerror());
         abort();
     }
     const auto ril_init = reinterpret_cast<decltype(&RIL_Init)>(symbol("RIL_Init"));
@@ -103,7 +112,7 @@ Phone::~Phone() {
     }
 }
 
-void Phone::event(uint32_t modem_event) {
+void BelowLibrary::event(uint32_t modem_event) {
     link_->announce(modem_event);
 }
 
@@ -120,13 +129,13 @@ std::string mode_answer(uint8_t function, uint8_t mode, uint8_t result, uint8_t 
            "7F 06 06 02 04 AA AA AA AA 02 04 00 00 00" + to_hex({mode}) + "02 04 00 00 00" + to_hex({sim_id});
 }
 
-void Phone::answer_mode_requests(uint8_t mode, uint8_t result) {
+void BelowLibrary::answer_mode_requests(uint8_t mode, uint8_t result) {
     modem.set_answer(c_set_mode, mode_answer(227, mode, result, sim_id));
     modem.set_answer(c_set_sim_mode, mode_answer(229, mode, result, sim_id));
 }
 
 // The request ends with the mode's last byte, the head of an integer, and the SIM.
-void Phone::answer_mode_requests_as_asked() {
+void BelowLibrary::answer_mode_requests_as_asked() {
     for (const uint8_t function : {c_set_mode, c_set_sim_mode}) {
         modem.set_answer(function, [function](const Bytes& request) {
             return mode_answer(static_cast<uint8_t>(function - 1), request[request.size() - 7], 0, request.back());
@@ -134,7 +143,7 @@ void Phone::answer_mode_requests_as_asked() {
     }
 }
 
-void Phone::leave_mode_requests_open() {
+void BelowLibrary::leave_mode_requests_open() {
     modem.set_answer(c_set_mode, ScriptedModem::Answer());
     modem.set_answer(c_set_sim_mode, ScriptedModem::Answer());
 }

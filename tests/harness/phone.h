@@ -27,7 +27,26 @@ void make_phone_new();
 // The radio log so far.
 std::string radio_log();
 
-class Phone {
+// What stands below the library: the modem, and the modem manager with its events.
+class BelowLibrary {
+public:
+    BelowLibrary(bool has_daemon, ModemLinkListener listener);
+
+    void event(uint32_t modem_event);  // to the library, as the modem manager sends it
+    // What the modem answers mode requests with from now on: that mode and result.
+    void answer_mode_requests(uint8_t mode, uint8_t result = 0);
+    // The mode that was asked for, as a modem does.
+    void answer_mode_requests_as_asked();
+    void leave_mode_requests_open();
+
+    ScriptedModem modem;
+    uint8_t sim_id = 0;  // in the modem's answers
+
+private:
+    std::unique_ptr<ModemLinkServer> link_;
+};
+
+class Phone : public BelowLibrary {
 public:
     // Loads the library and calls RIL_Init with these arguments on a thread, which blocks there until the modem is up.
     // Without a daemon, modem.start() is the caller's.
@@ -36,14 +55,8 @@ public:
     Phone(const Phone&) = delete;
     Phone& operator=(const Phone&) = delete;
 
-    void event(uint32_t modem_event);  // to the library, as the modem manager sends it
     // The first E_MODEM_UP, up to the return of RIL_Init and the radio's first state.
     void bring_up();
-    // What the modem answers mode requests with from now on: that mode and result.
-    void answer_mode_requests(uint8_t mode, uint8_t result = 0);
-    // The mode that was asked for, as a modem does.
-    void answer_mode_requests_as_asked();
-    void leave_mode_requests_open();
     void wait_radio_state(int state);  // fails the test after ten seconds
     bool initialised() const { return functions_ != nullptr; }
 
@@ -54,8 +67,6 @@ public:
     FakeAndroid::Completion answer(RIL_Token token) { return android.wait_completion(token); }
 
     FakeAndroid& android = FakeAndroid::instance();
-    ScriptedModem modem;
-    uint8_t sim_id = 0;  // in the modem's answers
     const RIL_RadioFunctions* ril();
     void* symbol(const char* name);  // of the library
     // How often the library asked the modem manager for something, and what for the last time.
@@ -67,7 +78,6 @@ public:
 private:
     std::vector<std::string> arguments_;
     std::vector<char*> argv_;
-    std::unique_ptr<ModemLinkServer> link_;
     void* library_ = nullptr;
     std::chrono::steady_clock::duration init_time_{};  // written before functions_
     std::atomic<const RIL_RadioFunctions*> functions_{nullptr};

@@ -57,28 +57,6 @@ TEST(BringUp, DownAsTheFirstEventTouchesNothing) {
     });
 }
 
-// Events that change nothing, and each of the others twice: one start, one end, one start.
-TEST(BringUp, OnlyChangesCount) {
-    in_own_process([] {
-        Phone phone;
-        const auto events = [&](const std::vector<uint32_t>& list) {
-            for (const uint32_t event : list) {
-                phone.event(event);
-            }
-        };
-        phone.bring_up();
-        events({c_event_up, c_event_reset, c_event_up, c_event_shutdown, c_event_up, 0, c_event_up});
-        events({c_event_down, c_event_down, c_event_shutdown, c_event_down, c_event_reset, c_event_up});
-        ASSERT_TRUE(soon([&] { return phone.android.unsolicited().size() >= 15; }));
-        EXPECT_EQ(phone.android.unsolicited_numbers(), (std::vector<int>{1010, 1001, 1002, 1019, 1000,     // up
-                                                                         1000, 1010, 1001, 1002, 1019,     // down
-                                                                         1010, 1001, 1002, 1019, 1000}));  // up
-        std::vector<uint32_t> two_starts = c_start_ids;
-        two_starts.insert(two_starts.end(), c_start_ids.begin(), c_start_ids.end());
-        EXPECT_EQ(phone.modem.received_ids(), two_starts);
-    });
-}
-
 // The RPC daemon dies in the middle of the start: all of it fails at once, nobody is parked, and the next start with
 // the next daemon is whole.
 TEST(BringUp, ModemThatDiesDuringTheStart) {

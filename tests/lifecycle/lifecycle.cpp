@@ -22,6 +22,17 @@ std::vector<std::string> masked(const std::vector<Bytes>& packets) {
     return texts;
 }
 
+std::string card_info(const char* chv1) {
+    return std::string(
+               "02 04 00 00 00 87 02 04 00 00 00 94 20 00 01 00 7F 81 14 73 7F 82 29 69"
+               " 02 04 00 00 00 00 02 04 00 00 00 00 02 04 00 00 00 00 02 04 00 00 00 00"
+               " 02 04 00 00 00 00 02 04 00 00 00 00 02 04 00 00 00 00 02 04 00 00 00 00"
+               " 02 01 0A 02 01 0A 02 01 0A 02 01 03 02 04 00 00 00 01 02 04 00 00 00 ") +
+           chv1 +
+           "02 01 00 55 0A 02 04 00 00 00 0A 02 04 00 00 00 00 89 49 02 00 00 12 34 56 78 90"
+           " 02 04 00 00 00 03 02 04 00 00 00 00";
+}
+
 std::string for_sim_1(std::string packet) {
     packet.back() = '1';
     return packet;

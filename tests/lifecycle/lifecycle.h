@@ -51,6 +51,10 @@ inline const std::string c_card_removed =
     "02 04 00 00 00 3C 02 04 00 00 00 97 20 00 01 00 7F 81 17 28 7F 83 1F 1E 02 04 00 00 00 00 02 04 00 00 00 00"
     " 02 04 00 00 00 00 02 04 00 00 00 02 02 04 00 00 00 07 02 04 00 00 00 00";
 
+// What the modem tells of a card with its PIN (CHV1) in this state: "00" not available, "01" needed, "02" not needed,
+// "03" blocked, "05" verified; one that it does not know makes a card that is not ready.
+std::string card_info(const char* chv1);
+
 // The packets as text, with AA and CC where a mode request has them.
 std::vector<std::string> masked(const std::vector<Bytes>& packets);
 // The same packets for SIM 1: the SIM is the last byte of each.

@@ -124,7 +124,14 @@ RilClient::RilClient(const std::string& path) : fd_(socket(AF_UNIX, SOCK_STREAM 
     sockaddr_un address = {};
     address.sun_family = AF_UNIX;
     path.copy(address.sun_path, sizeof(address.sun_path) - 1);
-    EXPECT_EQ(0, connect(fd_, reinterpret_cast<sockaddr*>(&address), sizeof(address))) << path;
+    const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(c_patience);
+    while (connect(fd_, reinterpret_cast<sockaddr*>(&address), sizeof(address)) != 0) {
+        if (std::chrono::steady_clock::now() > end) {
+            ADD_FAILURE() << "no rild at " << path;
+            return;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
 }
 
 RilClient::~RilClient() {

@@ -45,6 +45,7 @@ public:
 
 class RilClient {
 public:
+    // Connects once rild listens there.
     explicit RilClient(const std::string& path = c_first_socket);
     ~RilClient();
     RilClient(const RilClient&) = delete;
