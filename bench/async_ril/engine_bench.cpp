@@ -6,49 +6,16 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
-#include <csignal>
 #include <cstdlib>
 #include <cstring>
 #include <thread>
 
 #include "bench/paired.h"
-#include "ril/config/ril_config.h"
 #include "ril/core/src/async_ril/async_ril.h"
-#include "ril/core/src/async_ril/gate.h"
-#include "ril/core/src/sim/sim.h"
-#include "ril/core/src/system_manager/system_manager.h"
-#include "rpc/multi-client/rpc-stubs/ril/transport.h"
+#include "tests/harness/stood_in_rooms.h"
 
-// The rooms around the engine, empty.
+// What is timed ends in nothing.
 void on_request_handler(uint32_t, int32_t, void*, size_t, RIL_Token) {}
-int32_t modem_init() {
-    return 0;
-}
-int32_t module_exit() {
-    return 0;
-}
-void mehHandler(uint32_t) {}
-void modem_events_start() {}
-uint32_t RPCMakeContextId() {
-    return 0x20000100;
-}
-uint32_t getLastModemEvent() {
-    return E_MODEM_UP;
-}
-uint32_t mmgr_get_spoof_command_state() {
-    return 0;
-}
-int32_t sim_get_sim_status(uint32_t) {
-    return SIM_STATUS_SIM_ABSENT;
-}
-void handleRequestNoModem(uint32_t, int32_t, void*, size_t, RIL_Token) {}
-void saveNetPrefInfo(uint32_t, int32_t, void*, size_t, RIL_Token) {}
-int32_t ril_config_init(int, char**) {
-    return 0;
-}
-uint32_t RegisterRPCClient(void (*)(uint32_t)) {
-    return 0;
-}
 
 namespace {
 
@@ -131,15 +98,15 @@ void compare_hand_offs(const char* name) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    struct sigaction action {};
-    action.sa_handler = qelril_signal_handler;
-    sigaction(SIGUSR1, &action, nullptr);
+    start_engine(nullptr);
     if (argc == 3 && strcmp(argv[1], "requests") == 0) {
-        qelril_init();
         post_requests(atoi(argv[2]));
-        qelril_destroy();
+        stop_engine();
         return 0;
     }
+
+    std::printf("%-48s %10ld\n", "wake-ups in an idle second", wake_ups_in_an_idle_second());
+    stop_engine();
 
     const double start_stop = time_ns(
         [](int operations) {
@@ -150,10 +117,6 @@ int main(int argc, char** argv) {
         },
         500);
     std::printf("%-48s %10.1f us\n", "engine start and stop", start_stop / 1000);
-
-    qelril_init();
-    std::printf("%-48s %10ld\n", "wake-ups in an idle second", wake_ups_in_an_idle_second());
-    qelril_destroy();
 
     // Between two processors it is a race on a virtual machine: waking the other one takes the waker so long that the
     // answer may be there before it falls asleep, and then half of the wake-ups are saved. Either side wins or loses

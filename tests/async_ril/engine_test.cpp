@@ -8,9 +8,9 @@
 #include "ril/core/src/async_ril/async_ril.h"
 #include "ril/utils/mem_util.h"
 #include "ril/utils/ril_instance.h"
-#include "tests/async_ril/seams.h"
 #include "tests/harness/failing_alloc.h"
 #include "tests/harness/fake_android.h"
+#include "tests/harness/stood_in_rooms.h"
 
 namespace {
 
@@ -29,8 +29,9 @@ bool in_use(uint32_t ctxt_id) {
 class Engine : public testing::Test {
 protected:
     void SetUp() override {
-        Seams::instance().reset();
-        start_engine();
+        stood_in.reset();
+        android().reset();
+        start_engine(FakeAndroid::env());
     }
     void TearDown() override { stop_engine(); }
 
@@ -134,19 +135,6 @@ TEST_F(Engine, AnEntryWithALeftPointerIsTakenAllTheSame) {
     EXPECT_EQ(rilreq_state_info[3].p_priv_data, nullptr);
 }
 
-TEST_F(Engine, RequestRunsBeforeThePostReturns) {
-    int data = 41;
-    Seams::instance().handler = [&](int32_t request, void* p_data, size_t length, RIL_Token t) {
-        EXPECT_EQ(request, 10);
-        EXPECT_EQ(length, sizeof(int));
-        ++*static_cast<int*>(p_data);
-        ril_request_complete(t, RIL_E_SUCCESS, p_data, length);
-    };
-    EXPECT_EQ(qelril_post_request(0, 10, &data, sizeof(data), token(9)), 0);
-    EXPECT_EQ(data, 42);
-    EXPECT_EQ(android().completed(token(9)), 1);
-}
-
 TEST_F(Engine, ResponseReachesOnlyAContextInUse) {
     int calls = 0;
     const auto id = static_cast<uint32_t>(qelril_get_free_ctxt_id(token(1)));
@@ -177,7 +165,7 @@ TEST_F(Engine, IndicationOfTheOtherStackIsDropped) {
 TEST_F(Engine, PostsNeedNoMemory) {
     int calls = 0;
     const auto id = static_cast<uint32_t>(qelril_get_free_ctxt_id(token(1)));
-    Seams::instance().handler = [&](int32_t, void*, size_t, RIL_Token) { ++calls; };
+    stood_in.handler = [&](int32_t, void*, size_t, RIL_Token) { ++calls; };
     const FailingAlloc failing(0);
     EXPECT_EQ(qelril_post_request(0, 10, nullptr, 0, token(2)), 0);
     EXPECT_EQ(qelril_post_utamsrspcb(0, &calls, id, count_call), 0);
@@ -187,12 +175,12 @@ TEST_F(Engine, PostsNeedNoMemory) {
 
 TEST_F(Engine, PostsWithoutEngineReturnAtOnce) {
     stop_engine();
-    Seams::instance().handler = [](int32_t, void*, size_t, RIL_Token) { FAIL(); };
+    stood_in.handler = [](int32_t, void*, size_t, RIL_Token) { FAIL(); };
     EXPECT_EQ(qelril_post_request(0, 10, nullptr, 0, token(2)), -1);
     EXPECT_EQ(qelril_post_utamsrspcb(0, nullptr, 3, [](uint32_t, const void*, uint32_t) { FAIL(); }), -1);
     EXPECT_EQ(qelril_post_utamsindcb(0, nullptr, [](uint32_t, const void*) { FAIL(); }), -1);
     EXPECT_EQ(android().completed(token(2)), 0);
-    start_engine();
+    start_engine(FakeAndroid::env());
 }
 
 // While the RIL thread is busy, 128 posters fill the mailbox; the others are refused at once, and nothing leaks.
@@ -267,7 +255,7 @@ TEST_F(Engine, TimerOfAnEarlierModemLeavesTheNextOneAlone) {
     qelril_arm_response_timer(0, id, 25);
     stop_engine();
     EXPECT_EQ(android().wait_completion(token(1)).error, RIL_E_RADIO_NOT_AVAILABLE);
-    start_engine();
+    start_engine(FakeAndroid::env());
     ASSERT_EQ(qelril_get_free_ctxt_id(token(2)), static_cast<int32_t>(id));
     android().advance(25000);
     EXPECT_TRUE(in_use(id));
@@ -287,7 +275,7 @@ TEST_F(Engine, TimerWithoutMemoryLetsTheRequestRun) {
 TEST_F(Engine, StopReleasesEverybodyAndAnswersEverything) {
     sys_sem_t never = sys_sem_new(0);
     std::atomic<bool> stuck{false};
-    Seams::instance().handler = [&](int32_t, void*, size_t, RIL_Token t) {
+    stood_in.handler = [&](int32_t, void*, size_t, RIL_Token t) {
         const auto id = static_cast<uint32_t>(qelril_get_free_ctxt_id(t));
         void* out = nullptr;
         qelril_create_multi_mod_priv(id, 10, 16, &out);
@@ -295,7 +283,7 @@ TEST_F(Engine, StopReleasesEverybodyAndAnswersEverything) {
         sys_sem_wait(never);
     };
     bool modules_after_thread = false;
-    Seams::instance().module_exit = [&] { modules_after_thread = stuck.load(); };
+    stood_in.module_exit = [&] { modules_after_thread = stuck.load(); };
     std::vector<std::thread> posters;
     posters.emplace_back([] { EXPECT_EQ(qelril_post_request(0, 10, nullptr, 0, token(1)), 0); });
     while (!stuck) {
@@ -318,13 +306,13 @@ TEST_F(Engine, StopReleasesEverybodyAndAnswersEverything) {
     }
     EXPECT_TRUE(sys_mark_trylock(hold_call_and_dial_mutex_lock)) << "a hold still counts as pending";
     sys_mark_unlock(hold_call_and_dial_mutex_lock);
-    start_engine();
+    start_engine(FakeAndroid::env());
     sys_sem_free(never);
 }
 
 TEST_F(Engine, StartTellsWhatModemInitSays) {
     stop_engine();
-    Seams::instance().modem_init = [] {
+    stood_in.modem_init = [] {
         // The engine already runs: the start sequence may use it.
         EXPECT_EQ(qelril_post_utamsindcb(ril_instance, nullptr, [](uint32_t, const void*) {}), 0);
         return -1;

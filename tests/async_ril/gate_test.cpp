@@ -12,8 +12,8 @@
 #include "ril/core/src/sim/sim.h"
 #include "ril/core/src/system_manager/system_manager.h"
 #include "ril/utils/ril_instance.h"
-#include "tests/async_ril/seams.h"
 #include "tests/harness/fake_android.h"
+#include "tests/harness/stood_in_rooms.h"
 
 namespace {
 
@@ -36,10 +36,10 @@ RIL_Token token(int64_t number) {
 class Gate : public testing::Test {
 protected:
     void SetUp() override {
-        Seams::instance().reset();
-        start_engine();
+        stood_in.reset();
+        start_engine(FakeAndroid::env());
         radio_state_start();
-        Seams::instance().handler = [this](int32_t request, void*, size_t, RIL_Token) { handled_.insert(request); };
+        stood_in.handler = [this](int32_t request, void*, size_t, RIL_Token) { handled_.insert(request); };
     }
     void TearDown() override { stop_engine(); }
 
@@ -84,8 +84,8 @@ TEST_F(Gate, RadioUnavailable) {
     for (const int32_t sim :
          {SIM_STATUS_SIM_ABSENT, SIM_STATUS_SIM_NOT_READY, SIM_STATUS_SIM_READY, SIM_STATUS_SIM_PIN}) {
         for (const uint32_t event : {uint32_t{E_MODEM_NONE}, uint32_t{E_MODEM_UP}, uint32_t{E_MODEM_DOWN}}) {
-            Seams::instance().sim_status = sim;
-            Seams::instance().last_event = event;
+            stood_in.sim_status = sim;
+            stood_in.last_event = event;
             for (int number = -1; number <= 120; ++number) {
                 const bool allowed = (c_with_card.count(number) != 0 && sim != 0) ||
                                      (c_with_ready_card.count(number) != 0 && sim == 2) ||
@@ -134,13 +134,13 @@ TEST_F(Gate, RadioUnavailableDataCallFailsInItsRecord) {
 TEST_F(Gate, RadioUnavailableKeepsThePreferredNetworkType) {
     request(RIL_REQUEST_SET_PREFERRED_NETWORK_TYPE);
     EXPECT_TRUE(android().completions().empty());
-    EXPECT_EQ(Seams::instance().saved_net_pref, token(73));
-    EXPECT_EQ(Seams::instance().saved_net_type, 3);
+    EXPECT_EQ(stood_in.saved_net_pref, token(73));
+    EXPECT_EQ(stood_in.saved_net_type, 3);
 }
 
 TEST_F(Gate, SpoofingComesFirst) {
     set_radio_state(0, RADIO_STATE_ON);
-    Seams::instance().spoofing = 1;
+    stood_in.spoofing = 1;
     for (const int number : {1, 10, 58, 73, 111}) {
         request(number);
         expect_answer(number, RIL_E_RADIO_NOT_AVAILABLE);
@@ -179,7 +179,7 @@ TEST_F(Gate, ModemDownAnswersADialThatWaitedForAHold) {
     dial.join();
     EXPECT_EQ(android().wait_completion(token(1)).error, RIL_E_RADIO_NOT_AVAILABLE);
     EXPECT_EQ(android().completed(token(1)), 1);
-    start_engine();
+    start_engine(FakeAndroid::env());
 }
 
 TEST_F(Gate, RadioStateTellsAndroidOfChangesOnly) {
@@ -226,7 +226,8 @@ TEST(RilInit, FindsTheInstance) {
         EXPECT_EQ(std::string(functions->rildInstance, 10), std::string(10, '\0'));
         EXPECT_STREQ(functions->getVersion(), "QEL DUN-RIL 1.0");
         EXPECT_EQ(uta_context_id(0xFF), 0x200001FFU);
-        EXPECT_EQ(Seams::instance().argc, argc);
+        EXPECT_EQ(stood_in.argc, argc);
+        EXPECT_EQ(stood_in.event_handler, &mehHandler);
         functions->onCancel(token(1));
         raise(SIGUSR1);  // a stray signal ends no thread
         sys_sem_free(s_ril_wait_init_sem);

@@ -11,7 +11,7 @@
 #include "ril/core/src/async_ril/radio_state.h"
 #include "ril/utils/mem_util.h"
 #include "ril/utils/ril_instance.h"
-#include "tests/async_ril/seams.h"
+#include "tests/harness/stood_in_rooms.h"
 
 namespace {
 
@@ -81,12 +81,10 @@ void handler(int32_t request, void* data, size_t length, RIL_Token token, sys_se
 }
 
 TEST(Storm, EveryTokenIsCompletedOnceOverTenThousandRestarts) {
-    Seams& seams = Seams::instance();
-    seams.reset();
+    stood_in.reset();
     sys_sem_t never = sys_sem_new(0);
-    seams.handler = [&](int32_t r, void* d, size_t l, RIL_Token t) { handler(r, d, l, t, never); };
-    start_engine();
-    s_rilenv = &c_env;
+    stood_in.handler = [&](int32_t r, void* d, size_t l, RIL_Token t) { handler(r, d, l, t, never); };
+    start_engine(&c_env);
     set_radio_state(0, RADIO_STATE_ON);
 
     std::atomic<bool> ending{false};
@@ -104,7 +102,7 @@ TEST(Storm, EveryTokenIsCompletedOnceOverTenThousandRestarts) {
                 if (kind == 0) {
                     on_request(request, &data, sizeof(data), token.get());
                     run_timers();
-                    if (seams.spoofing != 0) {
+                    if (stood_in.spoofing != 0) {
                         std::this_thread::yield();
                     }
                 } else {
@@ -124,7 +122,7 @@ TEST(Storm, EveryTokenIsCompletedOnceOverTenThousandRestarts) {
                 }
             }
             // The engine has stopped for good: nothing may be open, nothing completed twice.
-            while (ending.load() && seams.spoofing == 0) {
+            while (ending.load() && stood_in.spoofing == 0) {
                 std::this_thread::yield();
             }
             std::this_thread::sleep_for(std::chrono::milliseconds(100));
@@ -166,13 +164,13 @@ TEST(Storm, EveryTokenIsCompletedOnceOverTenThousandRestarts) {
     size_t memory_early = 0;
     for (uint32_t cycle = 0; cycle < c_cycles; ++cycle) {
         std::this_thread::sleep_for(std::chrono::microseconds(cycle % 7 == 0 ? 1000 : 100));
-        seams.spoofing = 1;
+        stood_in.spoofing = 1;
         qelril_destroy();
         if (cycle == c_cycles / 4) {
             memory_early = mallinfo2().uordblks;
         }
         qelril_init();
-        seams.spoofing = 0;
+        stood_in.spoofing = 0;
     }
     ending = true;
     signals.join();

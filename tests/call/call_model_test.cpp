@@ -3,24 +3,22 @@
 
 #include <gtest/gtest.h>
 
-#include <csignal>
 #include <cstring>
 #include <deque>
 #include <random>
 
 #include "ril/core/src/agg_request/handlers.h"
 #include "ril/core/src/async_ril/async_ril.h"
-#include "ril/core/src/async_ril/gate.h"
 #include "ril/core/src/call/call.h"
 #include "ril/core/src/call/ecc_list.h"
 #include "ril/core/src/profile/profile.h"
 #include "ril/core/src/sim/sim.h"
-#include "ril/core/src/system_manager/system_manager.h"
 #include "rpc/multi-client/rpc-stubs/ril/entry_points.h"
 #include "rpc/multi-client/rpc-stubs/ril/records.h"
 #include "rpc/multi-client/rpc-stubs/ril/stubs.h"
 #include "tests/harness/failing_alloc.h"
 #include "tests/harness/fake_android.h"
+#include "tests/harness/stood_in_rooms.h"
 
 namespace {
 
@@ -64,63 +62,6 @@ int32_t uta::call(uint16_t id, const uta::Word* words) {
 }
 
 // The rooms around the calls.
-void on_request_handler(uint32_t sim_id, int32_t request, void* p_data, size_t data_len, RIL_Token token) {
-    const auto handle = [&] {
-        switch (request) {
-            case RIL_REQUEST_DIAL:
-                return ril_request_dial(sim_id, p_data, data_len, token);
-            case RIL_REQUEST_ANSWER:
-                return ril_request_answer(sim_id, p_data, data_len, token);
-            case RIL_REQUEST_HANGUP:
-                return ril_request_hang_up(sim_id, p_data, data_len, token);
-            case RIL_REQUEST_CONFERENCE:
-                return ril_request_conference(sim_id, p_data, data_len, token);
-            case RIL_REQUEST_SEPARATE_CONNECTION:
-                return ril_request_separate_connection(sim_id, p_data, data_len, token);
-            case RIL_REQUEST_EXPLICIT_CALL_TRANSFER:
-                return ril_request_explicit_call_transfer(sim_id, p_data, data_len, token);
-            case RIL_REQUEST_GET_CURRENT_CALLS:
-                return ril_request_get_current_calls(sim_id, p_data, data_len, token);
-            default:
-                return ril_request_call_control(sim_id, request, p_data, data_len, token);
-        }
-    };
-    if (s_failing_alloc < 0) {
-        return handle();
-    }
-    const FailingAlloc failing(std::exchange(s_failing_alloc, -1));
-    handle();
-    s_alloc_refused = FailingAlloc::refused();
-}
-int32_t modem_init() {
-    callmngr_module_init(0);
-    return 0;
-}
-int32_t module_exit() {
-    return 0;
-}
-void mehHandler(uint32_t) {}
-void modem_events_start() {}
-uint32_t getLastModemEvent() {
-    return E_MODEM_UP;
-}
-uint32_t mmgr_get_spoof_command_state() {
-    return 0;
-}
-void handleRequestNoModem(uint32_t, int32_t, void*, size_t, RIL_Token) {}
-void saveNetPrefInfo(uint32_t, int32_t, void*, size_t, RIL_Token) {}
-int32_t ril_config_init(int, char**) {
-    return 0;
-}
-uint32_t RegisterRPCClient(void (*)(uint32_t)) {
-    return 0;
-}
-uint32_t RPCMakeContextId() {
-    return 0x20000100;
-}
-int32_t sim_get_sim_status(uint32_t) {
-    return SIM_STATUS_SIM_READY;
-}
 uint32_t get_sim_state(uint32_t) {
     return s_sim_state;
 }
@@ -145,6 +86,33 @@ constexpr int c_requests[] = {RIL_REQUEST_DIAL,
                               RIL_REQUEST_SEPARATE_CONNECTION,
                               RIL_REQUEST_EXPLICIT_CALL_TRANSFER};
 
+void handle(int32_t request, void* data, size_t length, RIL_Token token) {
+    switch (request) {
+        case RIL_REQUEST_DIAL:
+            return ril_request_dial(0, data, length, token);
+        case RIL_REQUEST_ANSWER:
+            return ril_request_answer(0, data, length, token);
+        case RIL_REQUEST_HANGUP:
+            return ril_request_hang_up(0, data, length, token);
+        case RIL_REQUEST_CONFERENCE:
+            return ril_request_conference(0, data, length, token);
+        case RIL_REQUEST_SEPARATE_CONNECTION:
+            return ril_request_separate_connection(0, data, length, token);
+        case RIL_REQUEST_EXPLICIT_CALL_TRANSFER:
+            return ril_request_explicit_call_transfer(0, data, length, token);
+        case RIL_REQUEST_GET_CURRENT_CALLS:
+            return ril_request_get_current_calls(0, data, length, token);
+        default:
+            return ril_request_call_control(0, request, data, length, token);
+    }
+}
+
+void handle_in_memory(int32_t request, void* data, size_t length, RIL_Token token) {
+    const FailingAlloc failing(std::exchange(s_failing_alloc, -1));
+    handle(request, data, length, token);
+    s_alloc_refused = FailingAlloc::refused();
+}
+
 bool is_marked(sys_mark& mark) {
     if (!sys_mark_trylock(mark)) {
         return true;
@@ -156,15 +124,17 @@ bool is_marked(sys_mark& mark) {
 class CallModelTest : public testing::Test {
 protected:
     void SetUp() override {
-        s_rilenv = FakeAndroid::env();
         android.reset();
-        struct sigaction action {};
-        action.sa_handler = qelril_signal_handler;
-        sigaction(SIGUSR1, &action, nullptr);
-        qelril_init();
+        stood_in.sim_status = SIM_STATUS_SIM_READY;
+        stood_in.handler = handle_in_memory;
+        stood_in.modem_init = [] {
+            callmngr_module_init(0);
+            return 0;
+        };
+        start_engine(FakeAndroid::env());
     }
     void TearDown() override {
-        qelril_destroy();
+        stop_engine();
         android.advance(100'000);
     }
 

@@ -2,20 +2,18 @@
 #include <cutils/properties.h>
 #include <gtest/gtest.h>
 
-#include <csignal>
 #include <cstring>
 #include <random>
 
 #include "ril/core/src/async_ril/async_ril.h"
-#include "ril/core/src/async_ril/gate.h"
 #include "ril/core/src/async_ril/radio_state.h"
 #include "ril/core/src/net/net.h"
 #include "ril/core/src/sim/sim.h"
 #include "ril/core/src/sim/sim_to_come.h"
-#include "ril/core/src/system_manager/system_manager.h"
 #include "rpc/multi-client/rpc-stubs/ril/entry_points.h"
 #include "rpc/multi-client/rpc-stubs/ril/records.h"
 #include "tests/harness/fake_android.h"
+#include "tests/harness/stood_in_rooms.h"
 
 namespace {
 
@@ -34,34 +32,6 @@ void net_clear_modem_registration_state(uint32_t) {
 }
 uint32_t sim_lock_is_required(uint32_t) {
     return s_locked;
-}
-void on_request_handler(uint32_t sim_id, int32_t, void*, size_t, RIL_Token token) {
-    sim_get_card_status(sim_id, static_cast<uint32_t>(qelril_get_free_ctxt_id(token)));
-}
-int32_t modem_init() {
-    return 0;
-}
-int32_t module_exit() {
-    return 0;
-}
-void mehHandler(uint32_t) {}
-void modem_events_start() {}
-uint32_t getLastModemEvent() {
-    return E_MODEM_UP;
-}
-uint32_t mmgr_get_spoof_command_state() {
-    return 0;
-}
-void handleRequestNoModem(uint32_t, int32_t, void*, size_t, RIL_Token) {}
-void saveNetPrefInfo(uint32_t, int32_t, void*, size_t, RIL_Token) {}
-int32_t ril_config_init(int, char**) {
-    return 0;
-}
-uint32_t RegisterRPCClient(void (*)(uint32_t)) {
-    return 0;
-}
-uint32_t RPCMakeContextId() {
-    return 0x20000100;
 }
 
 namespace {
@@ -175,13 +145,12 @@ struct Model {
 class CardModel : public testing::Test {
 protected:
     void SetUp() override {
-        s_rilenv = FakeAndroid::env();
-        struct sigaction action {};
-        action.sa_handler = qelril_signal_handler;
-        sigaction(SIGUSR1, &action, nullptr);
-        qelril_init();
+        stood_in.handler = [](int32_t, void*, size_t, RIL_Token token) {
+            sim_get_card_status(0, static_cast<uint32_t>(qelril_get_free_ctxt_id(token)));
+        };
+        start_engine(FakeAndroid::env());
     }
-    void TearDown() override { qelril_destroy(); }
+    void TearDown() override { stop_engine(); }
 
     static int told() {
         int count = 0;

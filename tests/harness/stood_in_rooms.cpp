@@ -1,0 +1,81 @@
+#include "tests/harness/stood_in_rooms.h"
+
+#include <csignal>
+
+#include "ril/config/ril_config.h"
+#include "ril/core/src/async_ril/async_ril.h"
+#include "ril/core/src/async_ril/gate.h"
+#include "ril/core/src/sim/sim.h"
+#include "rpc/multi-client/rpc-stubs/ril/transport.h"
+
+StoodInRooms stood_in;
+
+void StoodInRooms::reset() {
+    handler = nullptr;
+    modem_init = nullptr;
+    module_exit = nullptr;
+    spoofing = 0;
+    last_event = E_MODEM_UP;
+    sim_status = 0;
+    saved_net_pref = nullptr;
+    saved_net_type = -1;
+}
+
+void start_engine(const RIL_Env* env) {
+    s_rilenv = env;
+    struct sigaction action {};
+    action.sa_handler = qelril_signal_handler;
+    sigaction(SIGUSR1, &action, nullptr);
+    stood_in.spoofing = 0;
+    qelril_init();
+}
+
+void stop_engine() {
+    stood_in.spoofing = 1;
+    qelril_destroy();
+}
+
+[[gnu::weak]] void on_request_handler(uint32_t, int32_t request, void* p_data, size_t data_len, RIL_Token token) {
+    if (stood_in.handler) {
+        stood_in.handler(request, p_data, data_len, token);
+    }
+}
+[[gnu::weak]] int32_t modem_init() {
+    return stood_in.modem_init ? stood_in.modem_init() : 0;
+}
+[[gnu::weak]] int32_t module_exit() {
+    if (stood_in.module_exit) {
+        stood_in.module_exit();
+    }
+    return 0;
+}
+[[gnu::weak]] void mehHandler(uint32_t) {}
+[[gnu::weak]] void modem_events_start() {}
+[[gnu::weak]] uint32_t RPCMakeContextId() {
+    return 0x20AA01BB;
+}
+[[gnu::weak]] uint32_t getLastModemEvent() {
+    return stood_in.last_event;
+}
+[[gnu::weak]] uint32_t mmgr_get_spoof_command_state() {
+    return stood_in.spoofing;
+}
+[[gnu::weak]] int32_t sim_get_sim_status(uint32_t) {
+    return stood_in.sim_status;
+}
+[[gnu::weak]] void handleRequestNoModem(uint32_t, int32_t, void*, size_t, RIL_Token token) {
+    ril_request_complete(token, RIL_E_RADIO_NOT_AVAILABLE, nullptr, 0);
+}
+[[gnu::weak]] void saveNetPrefInfo(uint32_t, int32_t, void* data, size_t, RIL_Token token) {
+    stood_in.saved_net_pref = token;
+    stood_in.saved_net_type = *static_cast<int*>(data);
+}
+[[gnu::weak]] int32_t ril_config_init(int argc, char**) {
+    stood_in.argc = argc;
+    return 0;
+}
+[[gnu::weak]] uint32_t RegisterRPCClient(void (*handler)(uint32_t)) {
+    stood_in.event_handler = handler;
+    sys_sem_signal(s_ril_wait_init_sem);  // the modem is up at once
+    return 0x20000100;
+}
