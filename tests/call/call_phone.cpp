@@ -1,40 +1,8 @@
 #include "tests/call/call_phone.h"
 
-#include <gtest/gtest.h>
-
-#include <cstring>
 #include <sstream>
 
-#include "tests/harness/sleeps.h"
-
 namespace {
-
-constexpr const char* c_place = "AA AA AA AA";
-constexpr int c_service_event = 1028;
-
-std::string byte(size_t value) {
-    char text[4];
-    snprintf(text, sizeof(text), "%02X ", static_cast<unsigned>(value & 0xFFU));
-    return text;
-}
-
-std::string word(uint32_t value) {
-    return byte(value >> 24U) + byte(value >> 16U) + byte(value >> 8U) + byte(value);
-}
-
-// A long length's bytes go from the least significant up.
-std::string length(size_t n) {
-    return n < 0x80 ? byte(n) : n < 0x100 ? "81 " + byte(n) : "82 " + byte(n) + byte(n >> 8U);
-}
-
-std::string packet(uint8_t id, const std::string& context, const std::string& parameters) {
-    const std::string body = context + " " + record(byte(id), parameters);
-    return "02 04 " + word(static_cast<uint32_t>(12 + from_hex(body).size())) + "02 04 " + word(id) + body;
-}
-
-std::string dual_sim_service() {
-    return indication(84, record("81 72", u32(1)));
-}
 
 std::string as_calls(const void* response, size_t size) {
     std::string text;
@@ -62,36 +30,12 @@ std::string as_short_calls(const void* response, size_t size) {
 
 }  // namespace
 
-std::string u32(uint32_t value) {
-    return "02 04 " + word(value);
-}
-
-std::string record(const std::string& tag, const std::string& content) {
-    return "7F " + tag + " " + length(from_hex(content).size()) + content;
-}
-
 std::string call(uint32_t id) {
-    return record("81 00", "02 01 " + byte(id));
-}
-
-std::string octets(const std::string& text, size_t size) {
-    std::string bytes;
-    for (size_t i = 0; i < size; ++i) {
-        bytes += byte(i < text.size() ? static_cast<uint8_t>(text[i]) : 0);
-    }
-    return "55 " + length(size) + u32(static_cast<uint32_t>(size)) + u32(0) + bytes;
-}
-
-std::string indication(uint8_t id, const std::string& body, uint32_t sim_id) {
-    return packet(id, "20 00 01 00", body + u32(sim_id));
-}
-
-std::string response(uint8_t id, const std::string& body, uint32_t sim_id) {
-    return packet(id, c_place, record("06", std::string("02 04 ") + c_place) + body + u32(sim_id));
+    return record("81 00", u8(id));
 }
 
 std::string dialing(uint32_t id) {
-    return indication(36, record("81 0F", u32(0) + record("81 02", "02 01 00 ") + call(id)));
+    return indication(36, record("81 0F", u32(0) + record("81 02", u8(0)) + call(id)));
 }
 
 std::string alerting(uint32_t id) {
@@ -104,7 +48,7 @@ std::string connected(uint32_t id, const std::string& number, uint32_t name_pres
 }
 
 std::string incoming(uint32_t id, const std::string& number, uint32_t line) {
-    const std::string bytes = "02 01 00 02 01 00 ";
+    const std::string bytes = u8(0) + u8(0);
     return indication(
         43, record("81 18", u32(line) + record("81 12", record("81 11", u32(0) + u32(0) + u32(0))) + u32(0) + u32(0) +
                                 bytes + octets("", 82) + octets("", 23) + u32(0) + u32(0) + u32(0) + u32(0) + bytes +
@@ -127,9 +71,9 @@ std::string emergency_list(uint32_t count, const std::vector<std::pair<uint32_t,
     std::string body;
     for (size_t i = 10; i-- > 0;) {
         const auto [category, number] = i < entries.size() ? entries[i] : std::pair<uint32_t, std::string>{};
-        body += record("81 2F", octets(number, 6) + "02 01 " + byte(category));
+        body += record("81 2F", octets(number, 6) + u8(category));
     }
-    return indication(66, record("81 31", body + "02 01 " + byte(count)));
+    return indication(66, record("81 31", body + u8(count)));
 }
 
 std::string answer_to(uint8_t id, uint32_t call_id, uint32_t result, uint32_t second) {
@@ -154,39 +98,6 @@ std::string answer_to(uint8_t id, uint32_t call_id, uint32_t result, uint32_t se
         default:
             return response(58, record("81 22", outcome + call(call_id)));
     }
-}
-
-CallPhone::CallPhone() {
-    harness_take_slept();  // has the library's sleeps take no time
-    bring_up();
-    android.reset();
-    modem.take_received();
-}
-
-std::string CallPhone::hear(const std::vector<std::string>& packets) {
-    android.reset();
-    for (const std::string& one : packets) {
-        modem.send(one);
-    }
-    modem.send(dual_sim_service());
-    const int end = 209;
-    const std::string end_data(reinterpret_cast<const char*>(&end), sizeof(end));
-    EXPECT_TRUE(soon([&] {
-        const auto all = android.unsolicited();
-        return !all.empty() && all.back().number == c_service_event && all.back().data == end_data;
-    }));
-    auto all = android.unsolicited();
-    all.pop_back();
-    std::string heard;
-    for (const FakeAndroid::Unsolicited& message : all) {
-        heard += (heard.empty() ? "" : " ") + std::to_string(message.number);
-        for (size_t at = 0; at + sizeof(int) <= message.data.size(); at += sizeof(int)) {
-            int value = 0;
-            memcpy(&value, message.data.data() + at, sizeof(value));
-            heard += (at == 0 ? ":" : ",") + std::to_string(value);
-        }
-    }
-    return heard;
 }
 
 void CallPhone::set_calls(const std::string& calls) {
@@ -245,16 +156,9 @@ void CallPhone::clear() {
 std::string CallPhone::outcome(RIL_Token token) {
     last_token = token;
     for (const FakeAndroid::Completion& done : android.completions()) {
-        if (done.token != token) {
-            continue;
+        if (done.token == token) {
+            return text_of(done);
         }
-        std::string text = std::to_string(done.error);
-        if (done.data.size() == sizeof(int) && done.text.empty()) {
-            int value = 0;
-            memcpy(&value, done.data.data(), sizeof(value));
-            text += ": " + std::to_string(value);
-        }
-        return text;
     }
     return "open";
 }
@@ -265,35 +169,19 @@ std::string CallPhone::dial(const char* number, int clir, RIL_UUS_Info* uus) {
     return outcome(request(RIL_REQUEST_DIAL, &data, sizeof(data)));
 }
 
-std::string CallPhone::calls() {
-    android.set_interpreter(as_short_calls);
+std::string CallPhone::listed(const FakeAndroid::Interpreter& interpreter) {
+    android.set_interpreter(interpreter);
     const std::string text = answer(request(RIL_REQUEST_GET_CURRENT_CALLS, nullptr, 0)).text;
     android.set_interpreter({});
     return text;
+}
+
+std::string CallPhone::calls() {
+    return listed(as_short_calls);
 }
 
 std::string CallPhone::call_list() {
-    android.set_interpreter(as_calls);
-    const std::string text = answer(request(RIL_REQUEST_GET_CURRENT_CALLS, nullptr, 0)).text;
-    android.set_interpreter({});
-    return text;
-}
-
-std::vector<std::string> CallPhone::sent() {
-    std::vector<std::string> packets;
-    for (const Bytes& packet : modem.take_received()) {
-        std::string text = to_hex(packet);
-        constexpr size_t c_context_at = 36;  // three characters each of 12 bytes
-        const std::string context = text.substr(c_context_at, strlen(c_place));
-        contexts.push_back(context);
-        if (context.substr(0, 8) == "20 00 01") {
-            for (size_t at = text.find(context); at != std::string::npos; at = text.find(context)) {
-                text.replace(at, context.size(), c_place);
-            }
-        }
-        packets.push_back(text);
-    }
-    return packets;
+    return listed(as_calls);
 }
 
 std::string CallPhone::sent_short() {
@@ -313,20 +201,4 @@ std::string CallPhone::sent_short() {
         text += bytes[15] == 0 ? "!" : "";  // nobody waits for the answer
     }
     return text;
-}
-
-void CallPhone::reply(const std::string& response, size_t before_last) {
-    std::string bytes = response;
-    const std::string& context = contexts[contexts.size() - 1 - before_last];
-    for (size_t at = bytes.find(c_place); at != std::string::npos; at = bytes.find(c_place)) {
-        bytes.replace(at, strlen(c_place), context);
-    }
-    modem.send(bytes);
-}
-
-void in_call_phone(const std::function<void(CallPhone& phone)>& body) {
-    in_own_process([&] {
-        CallPhone phone;
-        body(phone);
-    });
 }

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "tests/harness/phone.h"
+#include "tests/harness/wire_phone.h"
 
 constexpr uint8_t c_setup = 34;
 constexpr uint8_t c_release = 39;
@@ -16,13 +16,7 @@ constexpr uint8_t c_split = 53;
 constexpr uint8_t c_join = 55;
 constexpr uint8_t c_transfer = 57;
 
-// The wire's forms, as hexadecimal text. An id is below 128; a response's context stands as "AA AA AA AA".
-std::string u32(uint32_t value);
-std::string record(const std::string& tag, const std::string& content);
-std::string call(uint32_t id);
-std::string octets(const std::string& text, size_t size);
-std::string indication(uint8_t id, const std::string& body, uint32_t sim_id = 0);
-std::string response(uint8_t id, const std::string& body, uint32_t sim_id = 0);
+std::string call(uint32_t id);  // its record
 
 std::string dialing(uint32_t id);
 std::string alerting(uint32_t id);
@@ -36,12 +30,8 @@ std::string emergency_list(uint32_t count, const std::vector<std::pair<uint32_t,
 // The answer to request `id`, with a call id (a second one for a swap) and a result.
 std::string answer_to(uint8_t id, uint32_t call_id, uint32_t result = 0, uint32_t second = 0);
 
-class CallPhone : public Phone {
+class CallPhone : public WirePhone {
 public:
-    CallPhone();
-
-    // Has the modem send these and tells what Android got unsolicited: "1001 1018 1028:219,5". Everything is handled.
-    std::string hear(const std::vector<std::string>& packets);
     // Calls by letter and id, "a1 h2": a active, h held, d dialing, l alerting, r ringing, W waiting beside the ones
     // before it, w waiting alone, m member of a conference. In this order, into an empty table.
     void set_calls(const std::string& calls);
@@ -57,15 +47,11 @@ public:
     // All that Android sees of each call.
     std::string call_list();
 
-    // What went to the modem since the last call, contexts of requests as "AA AA AA AA".
-    std::vector<std::string> sent();
     // Function ids and what tells them apart, "39(2,0,16) 44(3)".
     std::string sent_short();
-    // Answers the last request that `sent` has shown, or one before it.
-    void reply(const std::string& response, size_t before_last = 0);
 
     RIL_Token last_token = nullptr;
-    std::vector<std::string> contexts;
-};
 
-void in_call_phone(const std::function<void(CallPhone& phone)>& body);
+private:
+    std::string listed(const FakeAndroid::Interpreter& interpreter);
+};

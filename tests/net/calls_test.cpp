@@ -1,5 +1,4 @@
 // What a scan, a detach and the registration do beside data calls, and names that are longer than their place.
-#include <dlfcn.h>
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -15,136 +14,127 @@ constexpr int c_data = RIL_REQUEST_DATA_REGISTRATION_STATE;
 constexpr uint32_t c_deactivate = 23;
 constexpr const char* c_configuration = "/system/etc/dun-ril/repository.txt";
 
-void in_phone_with_calls(const std::function<void(NetPhone& phone, DataCalls& calls)>& body) {
-    in_own_process([&] {
+// A phone with room for these calls.
+class PhoneWithCalls : public NetPhone {
+public:
+    PhoneWithCalls() : NetPhone(configured()) {}
+    DataCalls& calls = *static_cast<DataCalls*>(symbol(c_data_calls_symbol));
+
+private:
+    static std::vector<std::string> configured() {
         std::ofstream(c_configuration) << "[control]\ngprs_max_pdp_context=" << c_data_calls << "\n";
-        NetPhone phone;
-        void* library = dlopen(DUN_RIL_LIBRARY, RTLD_NOW | RTLD_NOLOAD);
-        ASSERT_NE(library, nullptr);
-        body(phone, *static_cast<DataCalls*>(dlsym(library, c_data_calls_symbol)));
-    });
-}
+        return {};
+    }
+};
 
 std::string deactivated() {
     return response(24, record("68", record("0D", u32(0)) + u32(0)));
 }
 
-TEST(Calls, ScanBringsThemDownFirst) {
-    in_phone_with_calls([](NetPhone& phone, DataCalls& calls) {
-        calls.active[1] = 1;
+PHONE_TEST(PhoneWithCalls, Calls, ScanBringsThemDownFirst) {
+    phone.calls.active[1] = 1;
+    RIL_Token token = phone.request(c_query, nullptr, 0);
+    const auto sent = phone.sent();
+    ASSERT_EQ(sent.size(), 1U);
+    EXPECT_EQ(sent[0],
+              "02 04 00 00 00 2E 02 04 00 00 00 17 AA AA AA AA 7F 17 1B 7F 06 06 02 04 AA AA AA AA "
+              "7F 67 09 7F 0D 06 02 04 00 00 00 00 02 04 00 00 00 00");
+    EXPECT_EQ(*phone.calls.deactivate_pdp_beforenetscan, 1U);
+    EXPECT_EQ(phone.android.completed(token), 0);
+    phone.modem.set_answer(c_scan, scan_result({}, 0));
+    phone.reply(deactivated());
+    EXPECT_EQ(phone.answer(token).error, RIL_E_GENERIC_FAILURE);
+    ASSERT_TRUE(phone.modem.wait_for(c_ps_attach));
+    phone.hear({});
+    EXPECT_EQ(*phone.calls.deactivate_pdp_beforenetscan, 0U);
+    EXPECT_EQ(phone.modem.received_ids(), (std::vector<uint32_t>{c_scan, c_ps_attach}));
+}
+
+PHONE_TEST(PhoneWithCalls, Calls, AScanThatCannotBeginLetsNewCallsIn) {
+    phone.calls.active[0] = 1;
+    phone.modem.set_return(c_deactivate, -1);
+    EXPECT_EQ(phone.ask(c_query), "2");
+    EXPECT_EQ(*phone.calls.deactivate_pdp_beforenetscan, 0U);
+    phone.modem.set_return(c_deactivate, 0);
+    phone.modem.set_answer(c_deactivate, deactivated());
+    phone.modem.set_return(c_scan, -1);
+    EXPECT_EQ(phone.ask(c_query), "2");
+    EXPECT_EQ(*phone.calls.deactivate_pdp_beforenetscan, 0U);
+}
+
+PHONE_TEST(PhoneWithCalls, Calls, TheLastOneDecidesWhetherNewOnesMayComeAfterAScan) {
+    for (const auto& [first, last] : {std::pair{1U, 0U}, {0U, 1U}, {1U, 1U}, {0U, 0U}}) {
+        phone.calls.active[0] = phone.calls.active[1] = 0;
         RIL_Token token = phone.request(c_query, nullptr, 0);
-        const auto sent = phone.sent();
-        ASSERT_EQ(sent.size(), 1U);
-        EXPECT_EQ(sent[0],
-                  "02 04 00 00 00 2E 02 04 00 00 00 17 20 00 01 06 7F 17 1B 7F 06 06 02 04 20 00 01 06 "
-                  "7F 67 09 7F 0D 06 02 04 00 00 00 00 02 04 00 00 00 00");
-        EXPECT_EQ(*calls.deactivate_pdp_beforenetscan, 1U);
-        EXPECT_EQ(phone.android.completed(token), 0);
-        phone.modem.set_answer(c_scan, scan_result({}, 0));
-        phone.reply(sent[0], deactivated());
-        EXPECT_EQ(phone.answer(token).error, RIL_E_GENERIC_FAILURE);
-        ASSERT_TRUE(phone.modem.wait_for(c_ps_attach));
+        phone.sent();
+        phone.calls.active[0] = first;
+        phone.calls.active[1] = last;
+        phone.reply(scan_result({{}}, 1));
+        EXPECT_EQ(phone.answer(token).error, RIL_E_SUCCESS);
         phone.hear({});
-        EXPECT_EQ(*calls.deactivate_pdp_beforenetscan, 0U);
-        EXPECT_EQ(phone.modem.received_ids(), (std::vector<uint32_t>{c_scan, c_ps_attach}));
-    });
+        phone.sent();
+        EXPECT_EQ(*phone.calls.deactivate_pdp_beforenetscan, last);
+    }
 }
 
-TEST(Calls, AScanThatCannotBeginLetsNewCallsIn) {
-    in_phone_with_calls([](NetPhone& phone, DataCalls& calls) {
-        calls.active[0] = 1;
-        phone.modem.set_return(c_deactivate, -1);
-        EXPECT_EQ(phone.ask(c_query), "2");
-        EXPECT_EQ(*calls.deactivate_pdp_beforenetscan, 0U);
-        phone.modem.set_return(c_deactivate, 0);
-        phone.modem.set_answer(c_deactivate, deactivated());
-        phone.modem.set_return(c_scan, -1);
-        EXPECT_EQ(phone.ask(c_query), "2");
-        EXPECT_EQ(*calls.deactivate_pdp_beforenetscan, 0U);
-    });
+PHONE_TEST(PhoneWithCalls, Calls, DetachEndsThem) {
+    phone.calls.active[0] = phone.calls.active[1] = 1;
+    phone.calls.told[0] = true;
+    EXPECT_EQ(phone.hear({ps_detached(0)}), "1010");
+    EXPECT_STREQ(phone.calls.did, "remove 31 (1), network 31 sim 0, remove 32 (0), network 32 sim 0, ");
+    memset(phone.calls.did, 0, sizeof(phone.calls.did));
+    EXPECT_EQ(phone.hear({ps_detached(1)}), "1010");
+    EXPECT_STREQ(phone.calls.did, "remove 31 (1), remove 32 (0), ");
 }
 
-TEST(Calls, TheLastOneDecidesWhetherNewOnesMayComeAfterAScan) {
-    in_phone_with_calls([](NetPhone& phone, DataCalls& calls) {
-        for (const auto& [first, last] : {std::pair{1U, 0U}, {0U, 1U}, {1U, 1U}, {0U, 0U}}) {
-            calls.active[0] = calls.active[1] = 0;
-            RIL_Token token = phone.request(c_query, nullptr, 0);
-            const std::string request = phone.sent().front();
-            calls.active[0] = first;
-            calls.active[1] = last;
-            phone.reply(request, scan_result({{}}, 1));
-            EXPECT_EQ(phone.answer(token).error, RIL_E_SUCCESS);
-            phone.hear({});
-            phone.sent();
-            EXPECT_EQ(*calls.deactivate_pdp_beforenetscan, last);
-        }
-    });
+PHONE_TEST(PhoneWithCalls, Calls, ConflictDuringAnActivation) {
+    phone.hear({registration({}), cell({.rat = 1})});
+    *phone.calls.pdp_act_nok_flag = 1;
+    EXPECT_EQ(phone.ask(c_data), "0: 1|  12|abcd|16|1|2");
+    EXPECT_EQ(phone.hear({registration({.cs = 3, .ps = 3, .cause = 22, .second_cause = 3})}), "1002");
+    EXPECT_EQ(phone.ask(RIL_REQUEST_VOICE_REGISTRATION_STATE).substr(0, 5), "0: 1|");
+    EXPECT_EQ(phone.ask(c_data), "0: 4|  12|abcd|16|1|2");
+    EXPECT_EQ(phone.hear({cell({.rat = 1, .edge = 1})}), "1002");
+    *phone.calls.pdp_act_nok_flag = 2;
+    EXPECT_EQ(phone.hear({cell({.rat = 1})}), "");
+    EXPECT_EQ(phone.ask(c_data), "0: 1|  12|abcd|16|1|2");
+    *phone.calls.pdp_act_nok_flag = 0;
+    EXPECT_EQ(phone.ask(c_data), "0: 1|  12|abcd|16|1|2");
+    EXPECT_EQ(phone.hear({registration({.cs = 3, .ps = 3, .cause = 22})}), "");
+    EXPECT_EQ(phone.ask(c_data), "0: 4|  12|abcd|16|1|2");
 }
 
-TEST(Calls, DetachEndsThem) {
-    in_phone_with_calls([](NetPhone& phone, DataCalls& calls) {
-        calls.active[0] = calls.active[1] = 1;
-        calls.told[0] = true;
-        EXPECT_EQ(phone.hear({ps_detached(0)}), "1010");
-        EXPECT_STREQ(calls.did, "remove 31 (1), network 31 sim 0, remove 32 (0), network 32 sim 0, ");
-        memset(calls.did, 0, sizeof(calls.did));
-        EXPECT_EQ(phone.hear({ps_detached(1)}), "1010");
-        EXPECT_STREQ(calls.did, "remove 31 (1), remove 32 (0), ");
-    });
-}
-
-TEST(Calls, ConflictDuringAnActivation) {
-    in_phone_with_calls([](NetPhone& phone, DataCalls& calls) {
-        phone.hear({registration({}), cell({.rat = 1})});
-        *calls.pdp_act_nok_flag = 1;
-        EXPECT_EQ(phone.ask(c_data), "0: 1|  12|abcd|16|1|2");
-        EXPECT_EQ(phone.hear({registration({.cs = 3, .ps = 3, .cause = 22, .second_cause = 3})}), "1002");
-        EXPECT_EQ(phone.ask(RIL_REQUEST_VOICE_REGISTRATION_STATE).substr(0, 5), "0: 1|");
-        EXPECT_EQ(phone.ask(c_data), "0: 4|  12|abcd|16|1|2");
-        EXPECT_EQ(phone.hear({cell({.rat = 1, .edge = 1})}), "1002");
-        *calls.pdp_act_nok_flag = 2;
-        EXPECT_EQ(phone.hear({cell({.rat = 1})}), "");
-        EXPECT_EQ(phone.ask(c_data), "0: 1|  12|abcd|16|1|2");
-        *calls.pdp_act_nok_flag = 0;
-        EXPECT_EQ(phone.ask(c_data), "0: 1|  12|abcd|16|1|2");
-        EXPECT_EQ(phone.hear({registration({.cs = 3, .ps = 3, .cause = 22})}), "");
-        EXPECT_EQ(phone.ask(c_data), "0: 4|  12|abcd|16|1|2");
-    });
-}
-
-TEST(Calls, NamesGiveWayToTheirSuffixes) {
-    in_phone_with_calls([](NetPhone& phone, DataCalls& calls) {
-        const struct {
-            const char* name;
-            Found found;
-            const char* written;
-        } rows[] = {
-            {"123456789012345678901234567890", {262, 1, 0, 9, 0}, "123456789012345678901234567890"},
-            {"1234567890123456789012345678", {262, 1, 0, 1, 0}, "1234567890123456789012345678 2G"},
-            {"123456789012345678901234567890", {262, 1, 0, 2, 0}, "1234567890123456789012345678 3G"},
-            {"123456789012345678901234567890", {262, 1, 0, 0, 1}, "12345678901234567890(forbidden)"},
-            {"123456789012345678901234567890", {262, 1, 0, 3, 1}, "12345678901234567 4G(forbidden)"},
-            // A character of two, three and four octets across the cut, and one that ends there.
-            {"1234567890123456\xC3\xA9 890123456789", {262, 1, 0, 3, 1}, "1234567890123456 4G(forbidden)"},
-            {"123456789012345\xE2\x82\xAC 90123456789", {262, 1, 0, 3, 1}, "123456789012345 4G(forbidden)"},
-            {"12345678901234\xF0\x9F\x98\x80 0123456789", {262, 1, 0, 3, 1}, "12345678901234 4G(forbidden)"},
-            {"123456789012345\xC3\xA9 890123456789", {262, 1, 0, 3, 1}, "123456789012345\xC3\xA9 4G(forbidden)"},
-            {"\x80\x80\x80\x80\x80\x80\x80\x80\x80\x80\x80\x80\x80\x80\x80\x80\x80\x80\x80\x80",
-             {262, 1, 0, 3, 1},
-             " 4G(forbidden)"},
-            {"", {262, 1, 0, 3, 1}, " 4G(forbidden)"},
-            {"%s%n%d", {262, 1, 0, 1, 0}, "%s%n%d 2G"},
-        };
-        for (const auto& row : rows) {
-            snprintf(calls.long_name, sizeof(calls.long_name), "%s", row.name);
-            snprintf(calls.short_name, sizeof(calls.short_name), "%s", row.name);
-            phone.modem.set_answer(c_scan, scan_result({row.found}, 1));
-            const std::string answer = phone.ask(c_query);
-            std::string written = "0: ";
-            written.append(row.written).append("|").append(row.written).append("|26201|");
-            EXPECT_EQ(answer.substr(0, written.size()), written) << row.name;
-        }
-    });
+PHONE_TEST(PhoneWithCalls, Calls, NamesGiveWayToTheirSuffixes) {
+    const struct {
+        const char* name;
+        Found found;
+        const char* written;
+    } rows[] = {
+        {"123456789012345678901234567890", {262, 1, 0, 9, 0}, "123456789012345678901234567890"},
+        {"1234567890123456789012345678", {262, 1, 0, 1, 0}, "1234567890123456789012345678 2G"},
+        {"123456789012345678901234567890", {262, 1, 0, 2, 0}, "1234567890123456789012345678 3G"},
+        {"123456789012345678901234567890", {262, 1, 0, 0, 1}, "12345678901234567890(forbidden)"},
+        {"123456789012345678901234567890", {262, 1, 0, 3, 1}, "12345678901234567 4G(forbidden)"},
+        // A character of two, three and four octets across the cut, and one that ends there.
+        {"1234567890123456\xC3\xA9 890123456789", {262, 1, 0, 3, 1}, "1234567890123456 4G(forbidden)"},
+        {"123456789012345\xE2\x82\xAC 90123456789", {262, 1, 0, 3, 1}, "123456789012345 4G(forbidden)"},
+        {"12345678901234\xF0\x9F\x98\x80 0123456789", {262, 1, 0, 3, 1}, "12345678901234 4G(forbidden)"},
+        {"123456789012345\xC3\xA9 890123456789", {262, 1, 0, 3, 1}, "123456789012345\xC3\xA9 4G(forbidden)"},
+        {"\x80\x80\x80\x80\x80\x80\x80\x80\x80\x80\x80\x80\x80\x80\x80\x80\x80\x80\x80\x80",
+         {262, 1, 0, 3, 1},
+         " 4G(forbidden)"},
+        {"", {262, 1, 0, 3, 1}, " 4G(forbidden)"},
+        {"%s%n%d", {262, 1, 0, 1, 0}, "%s%n%d 2G"},
+    };
+    for (const auto& row : rows) {
+        snprintf(phone.calls.long_name, sizeof(phone.calls.long_name), "%s", row.name);
+        snprintf(phone.calls.short_name, sizeof(phone.calls.short_name), "%s", row.name);
+        phone.modem.set_answer(c_scan, scan_result({row.found}, 1));
+        const std::string answer = phone.ask(c_query);
+        std::string written = "0: ";
+        written.append(row.written).append("|").append(row.written).append("|26201|");
+        EXPECT_EQ(answer.substr(0, written.size()), written) << row.name;
+    }
 }
 
 }  // namespace

@@ -4,18 +4,10 @@
 #include <string>
 #include <vector>
 
-#include "tests/harness/phone.h"
+#include "tests/harness/wire_phone.h"
 
-// The wire's forms, as hexadecimal text.
-std::string u16(uint16_t value);
-std::string u32(uint32_t value);
-std::string record(const std::string& tag, const std::string& content);
 std::string plmn(uint16_t mcc, uint16_t mnc, uint32_t three_digits);
 std::string network(uint16_t mcc, uint16_t mnc, uint32_t three_digits, uint32_t rat);
-
-// A whole packet; `id` is the function and its own tag. A response's context stands as the place for it.
-std::string indication(uint16_t id, const std::string& body, uint32_t sim_id = 0);
-std::string response(uint16_t id, const std::string& body, uint32_t sim_id = 0);
 
 struct Registration {
     uint32_t cs = 0;
@@ -44,7 +36,6 @@ struct Cell {
 };
 std::string cell(const Cell& values, uint32_t sim_id = 0);
 std::string hspa(uint32_t hsdpa, uint32_t hsupa, uint32_t plus, uint32_t sim_id = 0);
-std::string dual_sim_service(uint32_t state, uint32_t sim_id = 0);
 std::string attach_allowed(uint32_t value, uint32_t sim_id = 0);
 std::string ps_attached(uint16_t mcc, uint16_t mnc, uint16_t lac);
 std::string ps_detached(uint32_t origin);
@@ -68,22 +59,11 @@ constexpr uint32_t c_ps_attach = 288;
 constexpr uint32_t c_scrambling_code = 350;
 
 // A phone whose radio is on.
-class NetPhone : public Phone {
+class NetPhone : public WirePhone {
 public:
     explicit NetPhone(const std::vector<std::string>& arguments = {}, uint8_t sim = 0);
 
-    // Has the modem send these and tells what Android got unsolicited: "1002 1028:210". Ends with a report of its own,
-    // so that everything before it has been handled.
-    std::string hear(const std::vector<std::string>& packets);
-
-    // Error and strings of an answer: "0: 1 12 (null)", or the integer of one that is no strings: "0: 16".
-    std::string ask(int request, const char* text = nullptr);
-    std::string answer_text(RIL_Token token);
-
-    // What went to the modem since the last call.
-    std::vector<std::string> sent();
-    // Sends `response` on the context of `request`, one of the packets sent.
-    void reply(const std::string& request, const std::string& response);
-
     void radio(int on);
+    // Error and strings of an answer, or the integer of one that is no strings.
+    std::string ask(int request, const char* text = nullptr);
 };

@@ -36,60 +36,54 @@ void wait_steps(NetPhone& phone, int steps) {
     }
 }
 
-TEST(Turn, WhoWaits) {
-    in_own_process([] {
-        NetPhone phone;
-        const struct {
-            const char *data_sim, *other_state, *registered;
-            bool waits;
-        } rows[] = {
-            {"", "", "", false},  // as long as nobody has set any of them
-            {"", "READY", "", true},
-            {"0", "READY", "false", true},
-            {"0", "READY,PIN", "true ", true},
-            {"0", "READY", "TRUE", true},
-            {"x", "READY", "false", true},
-            {"0", "READY", "true", false},
-            {"1", "READY", "false", false},
-            {"0", "ABSENT", "false", false},
-            {"0", "ready", "false", false},
-            {"0", "READ", "false", false},
-        };
-        property_set("gsm.sim.state", "READY");
-        for (const auto& row : rows) {
-            property_set("gsm.simmanager.data_sim_id", row.data_sim);
-            property_set("gsm.sim2.state", row.other_state);
-            property_set(c_registered, row.registered);
-            phone.request(c_automatic, nullptr, 0);
-            EXPECT_EQ(phone.sent().size(), row.waits ? 0U : 1U) << row.data_sim << row.other_state << row.registered;
-            EXPECT_EQ(phone.android.timers(), row.waits ? 1U : 0U);
-            wait_steps(phone, 5);
-            EXPECT_EQ(phone.sent().size(), row.waits ? 1U : 0U);
-        }
-    });
+PHONE_TEST(NetPhone, Turn, WhoWaits) {
+    const struct {
+        const char *data_sim, *other_state, *registered;
+        bool waits;
+    } rows[] = {
+        {"", "", "", false},  // as long as nobody has set any of them
+        {"", "READY", "", true},
+        {"0", "READY", "false", true},
+        {"0", "READY,PIN", "true ", true},
+        {"0", "READY", "TRUE", true},
+        {"x", "READY", "false", true},
+        {"0", "READY", "true", false},
+        {"1", "READY", "false", false},
+        {"0", "ABSENT", "false", false},
+        {"0", "ready", "false", false},
+        {"0", "READ", "false", false},
+    };
+    property_set("gsm.sim.state", "READY");
+    for (const auto& row : rows) {
+        property_set("gsm.simmanager.data_sim_id", row.data_sim);
+        property_set("gsm.sim2.state", row.other_state);
+        property_set(c_registered, row.registered);
+        phone.request(c_automatic, nullptr, 0);
+        EXPECT_EQ(phone.sent().size(), row.waits ? 0U : 1U) << row.data_sim << row.other_state << row.registered;
+        EXPECT_EQ(phone.android.timers(), row.waits ? 1U : 0U);
+        wait_steps(phone, 5);
+        EXPECT_EQ(phone.sent().size(), row.waits ? 1U : 0U);
+    }
 }
 
 // With the other SIM ready and never registered, the search starts five seconds after the request.
-TEST(Turn, FiveSteps) {
-    in_own_process([] {
-        NetPhone phone;
-        property_set("gsm.sim2.state", "READY");
-        RIL_Token token = phone.request(c_automatic, nullptr, 0);
-        for (int step = 1; step < 5; ++step) {
-            phone.android.advance(c_second);
-            EXPECT_TRUE(phone.sent().empty()) << step;
-            EXPECT_EQ(phone.android.timers(), 1U) << step;
-        }
-        phone.android.advance(c_second - 1);
-        EXPECT_TRUE(phone.sent().empty());
-        phone.android.advance(1);
-        const auto sent = phone.sent();
-        ASSERT_EQ(sent.size(), 1U);
-        EXPECT_EQ(phone.android.timers(), 0U);
-        EXPECT_EQ(phone.android.completed(token), 0);
-        phone.reply(sent[0], attach_confirmed(262, 1, 0, 1));
-        EXPECT_EQ(phone.answer(token).error, RIL_E_SUCCESS);
-    });
+PHONE_TEST(NetPhone, Turn, FiveSteps) {
+    property_set("gsm.sim2.state", "READY");
+    RIL_Token token = phone.request(c_automatic, nullptr, 0);
+    for (int step = 1; step < 5; ++step) {
+        phone.android.advance(c_second);
+        EXPECT_TRUE(phone.sent().empty()) << step;
+        EXPECT_EQ(phone.android.timers(), 1U) << step;
+    }
+    phone.android.advance(c_second - 1);
+    EXPECT_TRUE(phone.sent().empty());
+    phone.android.advance(1);
+    const auto sent = phone.sent();
+    ASSERT_EQ(sent.size(), 1U);
+    EXPECT_EQ(phone.android.timers(), 0U);
+    EXPECT_EQ(phone.android.completed(token), 0);
+    phone.reply(attach_confirmed(262, 1, 0, 1));
+    EXPECT_EQ(phone.answer(token).error, RIL_E_SUCCESS);
 }
 
 TEST(Turn, WhatEndsTheWaitAtItsNextStep) {
@@ -111,60 +105,51 @@ TEST(Turn, WhatEndsTheWaitAtItsNextStep) {
     }
 }
 
-TEST(Turn, AManualSelectionDoesNotWait) {
-    in_own_process([] {
-        NetPhone phone;
-        property_set("gsm.sim2.state", "READY");
-        RIL_Token waiting = phone.request(c_automatic, nullptr, 0);
-        phone.modem.set_answer(c_attach, attach_confirmed(262, 1, 0, 1));
-        EXPECT_EQ(phone.ask(RIL_REQUEST_SET_NETWORK_SELECTION_MANUAL, "26201"), "0");
-        EXPECT_EQ(phone.ask(RIL_REQUEST_QUERY_NETWORK_SELECTION_MODE), "0: 1");
-        wait_steps(phone, 5);
-        EXPECT_EQ(phone.answer(waiting).error, RIL_E_SUCCESS);
-        EXPECT_EQ(phone.ask(RIL_REQUEST_QUERY_NETWORK_SELECTION_MODE), "0: 0");
-    });
+PHONE_TEST(NetPhone, Turn, AManualSelectionDoesNotWait) {
+    property_set("gsm.sim2.state", "READY");
+    RIL_Token waiting = phone.request(c_automatic, nullptr, 0);
+    phone.modem.set_answer(c_attach, attach_confirmed(262, 1, 0, 1));
+    EXPECT_EQ(phone.ask(RIL_REQUEST_SET_NETWORK_SELECTION_MANUAL, "26201"), "0");
+    EXPECT_EQ(phone.ask(RIL_REQUEST_QUERY_NETWORK_SELECTION_MODE), "0: 1");
+    wait_steps(phone, 5);
+    EXPECT_EQ(phone.answer(waiting).error, RIL_E_SUCCESS);
+    EXPECT_EQ(phone.ask(RIL_REQUEST_QUERY_NETWORK_SELECTION_MODE), "0: 0");
 }
 
 // A wait ends with its modem; the next modem's request, which gets the same context and from Android the same token,
 // has a wait of its own.
-TEST(Turn, ARestartOfTheModemEndsTheWait) {
-    in_own_process([] {
-        NetPhone phone;
-        property_set("gsm.sim2.state", "READY");
-        RIL_Token token = phone.request(c_automatic, nullptr, 0);
-        phone.event(0xB1000000);
-        EXPECT_EQ(phone.answer(token).error, RIL_E_RADIO_NOT_AVAILABLE);
-        phone.answer_mode_requests(0);
-        phone.event(0xB2000000);
-        phone.wait_radio_state(RADIO_STATE_OFF);
-        phone.radio(1);
-        phone.modem.take_received();
-        phone.android.advance(c_second / 2);
-        phone.android.reset();
-        phone.ril()->onRequest(c_automatic, nullptr, 0, token);
-        property_set(c_registered, "true");
-        phone.android.advance(c_second / 2);
-        EXPECT_TRUE(phone.sent().empty());
-        phone.modem.set_answer(c_attach, attach_confirmed(262, 1, 0, 1));
-        phone.android.advance(c_second / 2);
-        EXPECT_EQ(phone.sent().size(), 1U);
-        EXPECT_EQ(phone.answer(token).error, RIL_E_SUCCESS);
-        EXPECT_EQ(phone.android.completed(token), 1);
-    });
+PHONE_TEST(NetPhone, Turn, ARestartOfTheModemEndsTheWait) {
+    property_set("gsm.sim2.state", "READY");
+    RIL_Token token = phone.request(c_automatic, nullptr, 0);
+    phone.event(0xB1000000);
+    EXPECT_EQ(phone.answer(token).error, RIL_E_RADIO_NOT_AVAILABLE);
+    phone.answer_mode_requests(0);
+    phone.event(0xB2000000);
+    phone.wait_radio_state(RADIO_STATE_OFF);
+    phone.radio(1);
+    phone.modem.take_received();
+    phone.android.advance(c_second / 2);
+    phone.android.reset();
+    phone.ril()->onRequest(c_automatic, nullptr, 0, token);
+    property_set(c_registered, "true");
+    phone.android.advance(c_second / 2);
+    EXPECT_TRUE(phone.sent().empty());
+    phone.modem.set_answer(c_attach, attach_confirmed(262, 1, 0, 1));
+    phone.android.advance(c_second / 2);
+    EXPECT_EQ(phone.sent().size(), 1U);
+    EXPECT_EQ(phone.answer(token).error, RIL_E_SUCCESS);
+    EXPECT_EQ(phone.android.completed(token), 1);
 }
 
 // The radio off and on again keeps the wait.
-TEST(Turn, PowerOfTheRadioKeepsTheWait) {
-    in_own_process([] {
-        NetPhone phone;
-        property_set("gsm.sim2.state", "READY");
-        RIL_Token token = phone.request(c_automatic, nullptr, 0);
-        phone.radio(0);
-        phone.radio(1);
-        phone.modem.set_answer(c_attach, attach_confirmed(262, 1, 0, 1));
-        wait_steps(phone, 5);
-        EXPECT_EQ(phone.answer(token).error, RIL_E_SUCCESS);
-    });
+PHONE_TEST(NetPhone, Turn, PowerOfTheRadioKeepsTheWait) {
+    property_set("gsm.sim2.state", "READY");
+    RIL_Token token = phone.request(c_automatic, nullptr, 0);
+    phone.radio(0);
+    phone.radio(1);
+    phone.modem.set_answer(c_attach, attach_confirmed(262, 1, 0, 1));
+    wait_steps(phone, 5);
+    EXPECT_EQ(phone.answer(token).error, RIL_E_SUCCESS);
 }
 
 TEST(Turn, WithoutMemoryTheRequestIsAnswered) {
@@ -203,16 +188,14 @@ private:
 void second_process(Baton& mine, Baton& theirs) {
     mine.take();
     NetPhone phone({"--sim", "2"}, 1);
-    char value[PROPERTY_VALUE_MAX];
-    property_get(c_registered, value, "");
-    EXPECT_STREQ(value, "false");
+    EXPECT_EQ(property(c_registered), "false");
     theirs.pass();
     mine.take();
     phone.modem.set_answer(c_attach, attach_confirmed(262, 2, 0, 1, 1));
     EXPECT_EQ(phone.ask(c_automatic), "0");
     EXPECT_EQ(phone.android.timers(), 0U);
     EXPECT_TRUE(phone.sent().front().ends_with("02 04 00 00 00 01"));
-    EXPECT_TRUE(soon([&] { return property_get(c_registered, value, "") == 4; }));
+    EXPECT_TRUE(soon([] { return property(c_registered) == "true"; }));
     theirs.pass();
     mine.take();
 }
