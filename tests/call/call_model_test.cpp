@@ -87,29 +87,21 @@ constexpr int c_requests[] = {RIL_REQUEST_DIAL,
                               RIL_REQUEST_EXPLICIT_CALL_TRANSFER};
 
 void handle(int32_t request, void* data, size_t length, RIL_Token token) {
-    switch (request) {
-        case RIL_REQUEST_DIAL:
-            return ril_request_dial(0, data, length, token);
-        case RIL_REQUEST_ANSWER:
-            return ril_request_answer(0, data, length, token);
-        case RIL_REQUEST_HANGUP:
-            return ril_request_hang_up(0, data, length, token);
-        case RIL_REQUEST_CONFERENCE:
-            return ril_request_conference(0, data, length, token);
-        case RIL_REQUEST_SEPARATE_CONNECTION:
-            return ril_request_separate_connection(0, data, length, token);
-        case RIL_REQUEST_EXPLICIT_CALL_TRANSFER:
-            return ril_request_explicit_call_transfer(0, data, length, token);
-        case RIL_REQUEST_GET_CURRENT_CALLS:
-            return ril_request_get_current_calls(0, data, length, token);
-        default:
-            return ril_request_call_control(0, request, data, length, token);
-    }
-}
-
-void handle_in_memory(int32_t request, void* data, size_t length, RIL_Token token) {
+    static const std::map<int, void (*)(uint32_t, void*, size_t, RIL_Token)> c_handlers = {
+        {RIL_REQUEST_DIAL, ril_request_dial},
+        {RIL_REQUEST_ANSWER, ril_request_answer},
+        {RIL_REQUEST_HANGUP, ril_request_hang_up},
+        {RIL_REQUEST_CONFERENCE, ril_request_conference},
+        {RIL_REQUEST_SEPARATE_CONNECTION, ril_request_separate_connection},
+        {RIL_REQUEST_EXPLICIT_CALL_TRANSFER, ril_request_explicit_call_transfer},
+        {RIL_REQUEST_GET_CURRENT_CALLS, ril_request_get_current_calls},
+    };
     const FailingAlloc failing(std::exchange(s_failing_alloc, -1));
-    handle(request, data, length, token);
+    if (const auto found = c_handlers.find(request); found != c_handlers.end()) {
+        found->second(0, data, length, token);
+    } else {
+        ril_request_call_control(0, request, data, length, token);
+    }
     s_alloc_refused = FailingAlloc::refused();
 }
 
@@ -126,7 +118,7 @@ protected:
     void SetUp() override {
         android.reset();
         stood_in.sim_status = SIM_STATUS_SIM_READY;
-        stood_in.handler = handle_in_memory;
+        stood_in.handler = handle;
         stood_in.modem_init = [] {
             callmngr_module_init(0);
             return 0;

@@ -158,5 +158,9 @@ std::vector<std::string> WirePhone::sent() {
 }
 
 void WirePhone::reply(const std::string& response, size_t before_last) {
-    modem.send(with(response, c_place, contexts.at(contexts.size() - 1 - before_last)));
+    modem.send(as_reply(response, before_last));
+}
+
+std::string WirePhone::as_reply(const std::string& response, size_t before_last) const {
+    return with(response, c_place, contexts.at(contexts.size() - 1 - before_last));
 }

@@ -38,8 +38,9 @@ public:
 
     // What went to the modem since the last call, contexts of requests as "AA AA AA AA".
     std::vector<std::string> sent();
-    // Answers the last request that `sent` has shown, or one before it.
+    // Answers the last request that `sent` has shown, or one before it. As text: the packet of it.
     void reply(const std::string& response, size_t before_last = 0);
+    std::string as_reply(const std::string& response, size_t before_last = 0) const;
 
     std::vector<std::string> contexts;  // of all that `sent` has shown
 
