@@ -35,6 +35,15 @@ int CallModel::last(int state) const {
     return id;
 }
 
+int CallModel::first(int state) const {
+    for (const Slot& slot : slots) {
+        if (slot.state == state) {
+            return slot.id;
+        }
+    }
+    return -1;
+}
+
 bool CallModel::send(const std::string& what) {
     sent += what + " ";
     return !sends_fail;
@@ -56,10 +65,10 @@ void CallModel::finish(int context, int error) {
     }
 }
 
-int CallModel::control(int first, int second, int context) {
+int CallModel::control(int operation, int second, int context) {
     const bool active = has(0), held = has(1), alert = has(3), ringing = has(4), waiting = has(5);
     const auto result = [](bool done) { return done ? 0 : -1; };
-    switch (first) {
+    switch (operation) {
         case 0:
             return held && waiting ? result(send(release(0, last(5), 21)))
                    : held          ? result(send(release(0, last(1), 21)))
@@ -141,11 +150,8 @@ void CallModel::request(int number, int index, int token, int context) {
         case RIL_REQUEST_DIAL:
             return outcome(send("34") ? 0 : -1, 25);
         case RIL_REQUEST_ANSWER: {
-            int first = -1;
-            for (const Slot& slot : slots) {
-                first = first < 0 && slot.state == 4 ? slot.id : first;
-            }
-            return outcome(first >= 0 && send(accept(first)) ? 0 : -1, 0);
+            const int ringing = first(4);
+            return outcome(ringing >= 0 && send(accept(ringing)) ? 0 : -1, 0);
         }
         case RIL_REQUEST_HANGUP:
             return outcome(control(1, index, context), 10);
@@ -229,10 +235,7 @@ void CallModel::disconnected(int id) {
             tell();
         }
     } else {
-        int waiting = -1;
-        for (const Slot& slot : slots) {
-            waiting = waiting < 0 && slot.state == 5 ? slot.id : waiting;
-        }
+        const int waiting = first(5);
         if (pending == 2 && waiting >= 0 && !send(accept(waiting) + "!")) {
             pending = 0;
         }
@@ -295,10 +298,7 @@ void CallModel::answer(int function, int context, int id, int second, int result
                 tell();
                 break;
             }
-            int waiting = -1;
-            for (const Slot& slot : slots) {
-                waiting = waiting < 0 && slot.state == 5 ? slot.id : waiting;
-            }
+            const int waiting = first(5);
             if (waiting >= 0 && send(accept(waiting))) {
                 return;
             }

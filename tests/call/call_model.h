@@ -26,6 +26,7 @@ struct CallModel {
 
     Slot* find(int id);
     bool has(int state) const;
+    int first(int state) const;  // id of the first call in this state, or -1
     int last(int state) const;
     bool send(const std::string& what);
     void tell() { told += "1001 "; }
@@ -45,7 +46,7 @@ struct CallModel {
 
 private:
     void begin(int token, int context, int64_t seconds) { open[context] = {token, seconds == 0 ? -1 : now + seconds}; }
-    int control(int first, int second, int context);
+    int control(int operation, int second, int context);
     void set_members(int from, int to);
     void move(int id, int from, int to);
     void add(const Slot& call);

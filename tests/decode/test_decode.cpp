@@ -52,17 +52,11 @@ Decoded decode(uint8_t dcs, const Bytes& data, uint32_t character_set, size_t si
 }
 
 TEST(Decode, FindsCharacterSetNamesInAnyCase) {
-    const std::map<const char*, uint32_t> names = {{"PCCP437", AGG_CSCS_PCCP437},
-                                                   {"ucs2", AGG_CSCS_UCS2},
-                                                   {"Gsm", AGG_CSCS_GSM},
-                                                   {"ira", AGG_CSCS_IRA},
-                                                   {"hex", AGG_CSCS_HEX},
-                                                   {"8859-1", 5},
-                                                   {"pcdn", AGG_CSCS_PCDN},
-                                                   {"utf8", AGG_CSCS_UTF8},
-                                                   {"UCS", AGG_CSCS_INVALID},
-                                                   {"UCS22", 8},
-                                                   {"", 8}};
+    const std::map<const char*, uint32_t> names = {
+        {"PCCP437", AGG_CSCS_PCCP437}, {"ucs2", AGG_CSCS_UCS2},    {"Gsm", AGG_CSCS_GSM},
+        {"ira", AGG_CSCS_IRA},         {"hex", AGG_CSCS_HEX},      {"8859-1", 5},
+        {"pcdn", AGG_CSCS_PCDN},       {"utf8", AGG_CSCS_UTF8},    {"UCS", AGG_CSCS_INVALID},
+        {"UCS22", AGG_CSCS_INVALID},   {" GSM", AGG_CSCS_INVALID}, {"", AGG_CSCS_INVALID}};
     for (const auto& [name, value] : names) {
         EXPECT_EQ(req_get_terminal_adapter_enum_from_charset_name(name), value) << name;
     }

@@ -49,11 +49,7 @@ PHONE_TEST(NetPhone, Registration, StatusOfVoiceAndData) {
         {0xFFFFFFFF, 3, 0, "10", "4", "1002"},
     };
     for (const auto& row : rows) {
-        Registration values;
-        values.cs = row.cs;
-        values.ps = row.ps;
-        values.roaming = row.roaming;
-        EXPECT_EQ(phone.hear({registration(values)}), row.heard);
+        EXPECT_EQ(phone.hear({registration({.cs = row.cs, .ps = row.ps, .roaming = row.roaming})}), row.heard);
         // The place is the cell report's to tell, and without a place there is no technology.
         EXPECT_EQ(phone.ask(c_voice), voice(std::string(row.voice) + "|(null)|(null)|0"));
         EXPECT_EQ(phone.ask(c_data), "0: " + std::string(row.data) + "|(null)|(null)|0|1|1");
@@ -63,10 +59,7 @@ PHONE_TEST(NetPhone, Registration, StatusOfVoiceAndData) {
 PHONE_TEST(NetPhone, Registration, ReasonOfRejection) {
     const int reasons[] = {1, 1, 2, 3, 1, 1, 4, 1, 1, 1, 1, 5, 6, 7, 1, 8, 1, 9, 1};
     for (uint32_t cause = 0; cause < std::size(reasons); ++cause) {
-        Registration values;
-        values.ps = 2;
-        values.second_cause = cause;
-        phone.hear({registration(values)});
+        phone.hear({registration({.ps = 2, .second_cause = cause})});
         EXPECT_EQ(phone.ask(c_data), "0: 10|(null)|(null)|0|" + std::to_string(reasons[cause]) + "|1") << cause;
     }
 }
