@@ -17,6 +17,10 @@ UtaSimApduData* apdu(const UtaSimApduData& value) {
     return &s_values.emplace_back(value);
 }
 
+// What UtaNvmParams and UtaCallCsSetUus1InfoParams point to.
+uint8_t s_octets[] = {2, 2, 0};
+UtaCallCsUus1Element s_element = {{5, 5}, 4, 3, 2};
+
 }  // namespace
 
 // clang-format off
@@ -219,6 +223,22 @@ const std::vector<RecordBytes>& record_bytes() {
         7F 83 73 2E
           55 09 02 04 00 00 00 0A 02 04 00 00 00 01  01 01 00*7  00*1
           55 08 02 04 00 00 00 08 02 04 00 00 00 00  02 02 00*6)"),
+    record<UtaSimInfoType>({17, {16, 16}, 15, 14, 13, 12, 11, 10, 9, {8, 7, 6, 5, 4, 3, 2, 1}}, R"(
+        7F 82 29 69
+          02 04 00 00 00 01  02 04 00 00 00 02  02 04 00 00 00 03  02 04 00 00 00 04
+          02 04 00 00 00 05  02 04 00 00 00 06  02 04 00 00 00 07  02 04 00 00 00 08
+          02 01 09  02 01 0A  02 01 0B  02 01 0C  02 04 00 00 00 0D  02 04 00 00 00 0E  02 01 0F
+          55 0A 02 04 00 00 00 0A 02 04 00 00 00 00  10 10 00*8  02 04 00 00 00 11)"),
+    record<UtaNvmParams>({5, 4, 3, s_octets, 1}, R"(
+        7F 1A 2C
+          02 04 00 00 00 01  55 03 02 04 00 00 00 00 02 04 00 00 00 03  02 02 00  00*3
+          02 04 00 00 00 03  02 04 00 00 00 04  02 04 00 00 00 05)"),
+    record<UtaCallCsSetUus1InfoParams>({&s_element, 1}, R"(
+        7F 81 35 81 A3
+          02 01 01
+          7F 81 34 81 9B
+            02 01 02  02 01 03  02 04 00 00 00 04
+            55 81 80 02 04 00 00 00 80 02 04 00 00 00 00  05 05 00*126)"),
     // Records without a header of their own.
     record<UtaSimRecoveryParams>({1}, R"(
         02 04 00 00 00 01)"),

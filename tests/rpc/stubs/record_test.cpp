@@ -41,6 +41,46 @@ TEST(Records, UnpackWhatWasWrittenByHand) {
         EXPECT_EQ(to_text(unpack_and_pack(*it.record, it.wire, &whole)), to_text(it.wire))
             << uta::record_name(*it.record);
         EXPECT_TRUE(whole) << uta::record_name(*it.record);
+        for (size_t length = 0; length < it.wire.size(); ++length) {
+            const Bytes cut(it.wire.begin(), it.wire.begin() + static_cast<long>(length));
+            unpack_and_pack(*it.record, cut, &whole);
+            EXPECT_FALSE(whole) << uta::record_name(*it.record) << " cut to " << length;
+        }
+    }
+}
+
+// Bytes that are no such record, and others that are read as another one.
+TEST(Records, CountsAndHeadersThatLie) {
+    const struct {
+        const uta::Record& record;
+        const char* wire;
+        const char* read;  // null for no record
+    } c_cases[] = {
+        // More octets than there are, the same as a number below zero, a count without any.
+        {uta::record_of<UtaNvmParams>(),
+         "7F 1A 2C 02 04 00*4 55 03 02 04 00*4 02 04 00 00 00 03 02 02 00 00*3 02 04 00 00 00 04 02 04 00*4 02 04 00*4",
+         nullptr},
+        {uta::record_of<UtaNvmParams>(),
+         "7F 1A 2C 02 04 00*4 55 03 02 04 00*4 02 04 00 00 00 03 02 02 00 00*3 02 04 FF*4 02 04 00*4 02 04 00*4",
+         nullptr},
+        {uta::record_of<UtaNvmParams>(), "7F 1A 1A 02 04 00*4 05 00 02 04 00 00 00 09 02 04 00*4 02 04 00*4",
+         "7F 1A 1A 02 04 00*4 05 00 02 04 00*4 02 04 00*4 02 04 00*4"},
+        // Elements that are not there, and bytes that no element has.
+        {uta::record_of<UtaCallCsSetUus1InfoParams>(), "7F 81 35 03 02 01 04", nullptr},
+        {uta::record_of<UtaCallCsSetUus1InfoParams>(), "7F 81 35 03 02 01 FF", nullptr},
+        {uta::record_of<UtaCallCsSetUus1InfoParams>(), "7F 81 35 06 02 01 00 02 01 00", nullptr},
+        // A record of numbers alone: a tag of one byte, another tag, one byte less, a length of eighteen bytes.
+        {uta::record_of<UtaNetHspaInfoIndParam>(), "7B 81 7C 12 02 04 00*4 02 04 00*4 02 04 00*4", nullptr},
+        {uta::record_of<UtaNetHspaInfoIndParam>(), "7F 81 78 12 02 04 00*4 02 04 00*4 02 04 00*4",
+         "7F 81 7C 12 02 04 00*4 02 04 00*4 02 04 00*4"},
+        {uta::record_of<UtaNetHspaInfoIndParam>(), "7F 81 7C 11 02 04 00*4 02 04 00*4 02 04 00*4", nullptr},
+        {uta::record_of<UtaNetHspaInfoIndParam>(), "7F 81 7C 92 02 04 00*4 02 04 00*4 02 04 00*4", nullptr},
+    };
+    for (const auto& it : c_cases) {
+        bool whole = false;
+        const Bytes read = unpack_and_pack(it.record, hex(it.wire), &whole);
+        EXPECT_EQ(whole, it.read != nullptr) << it.wire;
+        EXPECT_EQ(to_text(read), to_text(it.read != nullptr ? hex(it.read) : Bytes{})) << it.wire;
     }
 }
 

@@ -126,6 +126,26 @@ TEST_F(Stubs, OutputParametersAreReadAsFarAsTheReturnGoes) {
     EXPECT_EQ(RemUtaMsCallCsGetTtyDeviceMode(0, nullptr), 0);
 }
 
+// The block of an output record becomes the caller's; one that nobody wants, or of a damaged return, is freed.
+TEST_F(Stubs, OutputRecordWithAPointer) {
+    const std::string start =
+        "20 00 01 00  02 04 00*4  7F 1A 2C  02 04 00 00 00 01  55 03 02 04 00*4 02 04 00 00 00 03  07 08 09  00*3 "
+        "02 04 00 00 00 03  02 04 00 00 00 04 ";
+    UtaNvmParams nvm{};
+    answer((start + "02 04 00 00 00 05").c_str());
+    EXPECT_EQ(RemUtaNvmRead(&nvm), 0);
+    ASSERT_NE(nvm.data, nullptr);
+    EXPECT_EQ(nvm.data[2], 9);
+    EXPECT_EQ(nvm.area, 5U);
+    RPC_MemFree(nvm.data);
+    answer((start + "02 04 00 00 00 05").c_str());
+    EXPECT_EQ(RemUtaNvmRead(nullptr), 0);
+    nvm = {};
+    answer((start + "7F 04 00 00 00 05").c_str());
+    EXPECT_EQ(RemUtaNvmRead(&nvm), c_rpc_transport_failure);
+    EXPECT_EQ(nvm.data, nullptr);
+}
+
 TEST_F(Stubs, ArrayParameter) {
     char info[6] = "abcde";
     answer("20 00 01 00  02 04 00 00 00 00  7F 84 70 12  55 03 02 04 00 00 00 04 02 04 00 00 00 01  56 31 32 00");
