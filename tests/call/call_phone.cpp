@@ -1,5 +1,6 @@
 #include "tests/call/call_phone.h"
 
+#include <map>
 #include <sstream>
 
 namespace {
@@ -77,27 +78,15 @@ std::string emergency_list(uint32_t count, const std::vector<std::pair<uint32_t,
 }
 
 std::string answer_to(uint8_t id, uint32_t call_id, uint32_t result, uint32_t second) {
-    const std::string outcome = u32(0) + u32(result);
-    switch (id) {
-        case c_setup:
-            return response(35, record("81 0E", u32(17) + u32(result) + call(call_id)));
-        case c_release:
-            return response(40, record("81 15", outcome + call(call_id) + u32(0)));
-        case c_accept:
-            return response(45, record("81 19", outcome + call(call_id)));
-        case c_swap:
-            return response(48, record("81 1D", outcome + call(second) + call(call_id)));
-        case c_hold:
-            return response(50, record("81 1E", outcome + call(call_id)));
-        case c_retrieve:
-            return response(52, record("81 1F", outcome + call(call_id)));
-        case c_split:
-            return response(54, record("81 20", outcome + call(call_id)));
-        case c_join:
-            return response(56, record("81 21", outcome));
-        default:
-            return response(58, record("81 22", outcome + call(call_id)));
-    }
+    static const std::map<uint8_t, const char*> c_tags = {
+        {c_setup, "81 0E"},    {c_release, "81 15"}, {c_accept, "81 19"}, {c_swap, "81 1D"},     {c_hold, "81 1E"},
+        {c_retrieve, "81 1F"}, {c_split, "81 20"},   {c_join, "81 21"},   {c_transfer, "81 22"},
+    };
+    const std::string outcome = u32(id == c_setup ? 17 : 0) + u32(result);  // cause and result
+    const std::string between = id == c_swap ? call(second) : "";
+    const std::string calls = id == c_join ? "" : call(call_id);
+    const std::string behind = id == c_release ? u32(0) : "";
+    return response(id + 1U, record(c_tags.at(id), outcome + between + calls + behind));
 }
 
 void CallPhone::set_calls(const std::string& calls) {
