@@ -19,7 +19,7 @@ UtaSimApduData* apdu(const UtaSimApduData& value) {
 
 // What UtaNvmParams and UtaCallCsSetUus1InfoParams point to.
 uint8_t s_octets[] = {2, 2, 0};
-UtaCallCsUus1Element s_element = {{5, 5}, 4, 3, 2};
+UtaCallCsUus1Element s_elements[] = {{{5, 5}, 4, 3, 2}, {{9, 9}, 8, 7, 6}};
 
 }  // namespace
 
@@ -233,7 +233,7 @@ const std::vector<RecordBytes>& record_bytes() {
         7F 1A 2C
           02 04 00 00 00 01  55 03 02 04 00 00 00 00 02 04 00 00 00 03  02 02 00  00*3
           02 04 00 00 00 03  02 04 00 00 00 04  02 04 00 00 00 05)"),
-    record<UtaCallCsSetUus1InfoParams>({&s_element, 1}, R"(
+    record<UtaCallCsSetUus1InfoParams>({s_elements, 1}, R"(
         7F 81 35 81 A3
           02 01 01
           7F 81 34 81 9B
@@ -256,6 +256,16 @@ const std::vector<RecordBytes>& record_bytes() {
           05 00
           7F 82 1C 18  56 05 02 04 00 00 00 0A 02 04 00 00 00 00  02 00 03 00 00*6
           02 01 04  02 01 05)"),
+    // Two elements, the last first.
+    record<UtaCallCsSetUus1InfoParams>({s_elements, 2}, R"(
+        7F 81 35 82 43 01
+          02 01 02
+          7F 81 34 81 9B
+            02 01 06  02 01 07  02 04 00 00 00 08
+            55 81 80 02 04 00 00 00 80 02 04 00 00 00 00  09 09 00*126
+          7F 81 34 81 9B
+            02 01 02  02 01 03  02 04 00 00 00 04
+            55 81 80 02 04 00 00 00 80 02 04 00 00 00 00  05 05 00*126)"),
     // An activity that has no member.
     record<UtaSimGenPinReqParam>({1, 8, {}}, R"(
         7F 83 55 09  02 04 00 00 00 08  02 01 01)"),
