@@ -236,23 +236,4 @@ TEST(ModemLinkServer, RefusesAPlaceThatCannotBe) {
     EXPECT_EQ(nullptr, ModemLinkServer::start(s_folder->path() / std::string(200, 'x'), {}));
 }
 
-TEST(ModemLinkServer, TakesThePlaceOfADeadOneAndServesTheLibrary) {
-    Raw::listening(s_path);  // leaves its socket behind
-    for (int round = 0; round < 3; ++round) {
-        Inbox<uint32_t> requests;
-        ModemLinkListener listener;
-        listener.request = [&requests](int, uint32_t request) { requests.put(request); };
-        const auto server = ModemLinkServer::start(s_path, listener);
-        ASSERT_NE(nullptr, server);
-        server->announce(0xB2000000);
-        EXPECT_EQ(0xB2000000U, s_events.take());
-        server->announce(0xB1000000);
-        server->broadcast(0xB3000000);
-        EXPECT_EQ(0xB1000000U, s_events.take());
-        EXPECT_EQ(0xB3000000U, s_events.take());
-        EXPECT_EQ(0, reqMEH(0xA1000000));
-        EXPECT_EQ(0xA1000000U, requests.take());
-    }
-}
-
 }  // namespace

@@ -13,12 +13,6 @@ constexpr uint32_t E_SHUTDOWN = 0xB4000000;
 
 constexpr const char* c_power_file = "/sys/devices/platform/tqz_boot/state";
 
-// A mode request of stack 0, mode on, and what comes back.
-constexpr const char* c_set_mode =
-    "020400000035 0204000000E4 20000105 7F816421"
-    " 7F06060204 20000105 020408049ABC 020400000000 020400000001 020400000000";
-constexpr const char* c_set_mode_return = "0204000000160204000004CC20000105020400000000";
-
 std::vector<uint32_t> events(const Listener& listener, size_t count) {
     std::vector<uint32_t> heard;
     for (size_t i = 0; i < count; ++i) {
@@ -57,18 +51,12 @@ TEST(Power, Events) {
     EXPECT_EQ(read_file(c_power_file), "ON");
 }
 
-TEST(Power, AClientAsksForAReset) {
+TEST(Power, AskedForByTheLinkAndByTheStateFile) {
     const ModemProcess modem;
     const Listener listener;
     EXPECT_EQ(listener.event(), E_UP);
     listener.request(0xA1000000);
     EXPECT_EQ(events(listener, 3), (std::vector<uint32_t>{E_RESET, E_DOWN, E_UP}));
-}
-
-TEST(Power, TheStateFile) {
-    const ModemProcess modem;
-    const Listener listener;
-    EXPECT_EQ(listener.event(), E_UP);
     write_file(c_power_file, "OFF");
     EXPECT_EQ(events(listener, 2), (std::vector<uint32_t>{E_SHUTDOWN, E_DOWN}));
     EXPECT_EQ(read_file(c_power_file), "OFF");
@@ -113,14 +101,14 @@ TEST(Power, CrashWithPendingWork) {
     EXPECT_EQ(client.packet(), c_version_return);
 }
 
-// Down and hung it reads and forgets.
+// Off until told otherwise, down and hung it reads and forgets.
 TEST(Power, WithoutPowerNothingIsAnswered) {
-    const ModemProcess modem;
+    const ModemProcess modem({"--no-boot"});
     const Client client;
     const Control control;
-    for (const char* command : {"modem down", "modem hang"}) {
-        EXPECT_EQ(control("modem up"), "ok");
-        EXPECT_EQ(control(command), "ok");
+    EXPECT_THAT(control("status"), testing::StartsWith("modem off,"));
+    for (const char* command : {"status", "modem down", "modem hang"}) {
+        EXPECT_THAT(control(command), testing::EndsWith("ok"));
         client.write("020400000013 020400000020 200001EE 7F2000");
         EXPECT_EQ(control("expect RpcGetRemoteVerInfo"), "ok");
         EXPECT_EQ(control("modem up"), "ok");
@@ -128,18 +116,6 @@ TEST(Power, WithoutPowerNothingIsAnswered) {
         EXPECT_EQ(control("expect RpcGetRemoteVerInfo"), "ok");
         EXPECT_EQ(client.packet(), c_version_return) << command;
     }
-}
-
-TEST(Power, StaysOffUntilTold) {
-    const ModemProcess modem({"--no-boot"});
-    const Client client;
-    const Control control;
-    client.write("020400000013 020400000020 200001EE 7F2000");
-    EXPECT_EQ(control("expect RpcGetRemoteVerInfo"), "ok");
-    EXPECT_THAT(control("status"), testing::StartsWith("modem off,"));
-    EXPECT_EQ(control("modem up"), "ok");
-    client.write(c_version_call);
-    EXPECT_EQ(client.packet(), c_version_return);
 }
 
 }  // namespace

@@ -10,7 +10,6 @@
 
 #include "host/modem/catalogue_print.h"
 #include "host/modem/packet_print.h"
-#include "host/modem/value_names.h"
 
 namespace {
 
@@ -197,12 +196,6 @@ TEST(Catalogue, EveryFunctionAndRecord) {
          }) {
         EXPECT_TRUE(names.contains(line)) << line;
     }
-}
-
-TEST(Names, Events) {
-    EXPECT_EQ(event_name(0xB3000000), "E_MODEM_RESET");
-    EXPECT_EQ(event_of_name("E_MODEM_SHUTDOWN"), 0xB4000000);
-    EXPECT_EQ(event_name(1), "");
 }
 
 }  // namespace

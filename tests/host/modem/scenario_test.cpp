@@ -13,13 +13,6 @@ using testing::HasSubstr;
 constexpr const char* c_open = "02040000001A 020400000091 20000100 7F811106 020400000000";
 constexpr const char* c_opened = "020400000016020400000479200001000204";
 
-constexpr const char* c_set_mode =
-    "020400000035 0204000000E4 20000105 7F816421"
-    " 7F06060204 20000105 020408049ABC 020400000000 020400000000 020400000000";
-constexpr const char* c_set_mode_return = "0204000000160204000004CC20000105020400000000";
-constexpr const char* c_set_mode_response =
-    "02040000002F0204000000E3200001057F81631B0204000000007F0606020420000105020400000000020400000000";
-
 TEST(Faults, Refuse) {
     const ModemProcess modem;
     const Client client;
@@ -59,9 +52,11 @@ TEST(Faults, LateAndDropped) {
     EXPECT_EQ(client.packet(), std::string(c_opened) + "00000000");
     // The late response comes behind that of the request after it.
     EXPECT_EQ(control("late UtaMsCpsSetModeRsp 50 once"), "ok");
-    client.write(std::string(c_set_mode) +
-                 "020400000035 0204000000E4 20000106 7F816421 7F06060204 20000106 020408049ABC 020400000000"
-                 " 020400000000 020400000000");
+    std::string other = c_set_mode;
+    for (size_t at = 0; (at = other.find("20000105", at)) != std::string::npos;) {
+        other[at + 7] = '6';
+    }
+    client.write(c_set_mode + other);
     EXPECT_EQ(client.packet(), c_set_mode_return);
     EXPECT_EQ(client.packet().substr(24, 8), "20000106");
     EXPECT_EQ(client.packet().substr(24, 8), "20000106");
