@@ -305,13 +305,11 @@ void arm(const std::string& text) {
         new std::string(text), nullptr);
 }
 
-// A callback of which it isn't known when rild read the clock: between the two instants.
 struct Timer {
     int thread = 0;
     int turn = 0;
     std::chrono::milliseconds delay = {};
-    Clock::time_point earliest;
-    Clock::time_point latest = Clock::time_point::max();
+    Clock::time_point armed;
 };
 
 struct Timers {
@@ -326,16 +324,13 @@ auto& s_timers = *new Timers;
 
 void on_timer(void* param) {
     auto* timer = static_cast<Timer*>(param);
-    const auto now = Clock::now();
     std::unique_lock hold(s_timers.lock);
-    if (now < timer->earliest + timer->delay) {
+    if (Clock::now() < timer->armed + timer->delay) {
         s_timers.wrong = "too early";
     }
     for (const Timer* before : s_timers.fired) {
-        const bool later = timer->latest != Clock::time_point::max() &&
-                           before->earliest + before->delay > timer->latest + timer->delay;
-        const bool same = before->thread == timer->thread && before->delay == timer->delay;
-        if (later || (same && before->turn > timer->turn)) {
+        // What its thread armed later, and for no shorter a delay, is due later.
+        if (before->thread == timer->thread && before->turn > timer->turn && before->delay >= timer->delay) {
             s_timers.wrong = "not in due order";
         }
     }
@@ -358,18 +353,9 @@ void arm_timers() {
             std::minstd_rand random(static_cast<unsigned>(thread + 1));
             for (int turn = 0; turn < c_turns; ++turn) {
                 Timer& timer = s_timers.armed[static_cast<size_t>(thread * c_turns + turn)];
-                const auto delay = std::chrono::milliseconds(random() % 8 * 5);
-                const timeval relative = {0, static_cast<suseconds_t>(delay.count() * 1000)};
-                {
-                    const std::lock_guard hold(s_timers.lock);
-                    timer.thread = thread;
-                    timer.turn = turn;
-                    timer.delay = delay;
-                    timer.earliest = Clock::now();
-                }
+                timer = {thread, turn, std::chrono::milliseconds(random() % 8 * 5), Clock::now()};
+                const timeval relative = {0, static_cast<suseconds_t>(timer.delay.count() * 1000)};
                 s_env->RequestTimedCallback(on_timer, &timer, &relative);
-                const std::lock_guard hold(s_timers.lock);
-                timer.latest = Clock::now();
             }
         });
     }
