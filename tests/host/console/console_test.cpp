@@ -1,16 +1,13 @@
 // The console as scripts use it: at rild with the tests' library, and at sockets that this test serves byte by byte.
-#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <poll.h>
-#include <sys/socket.h>
-#include <sys/un.h>
-#include <unistd.h>
 
 #include <cstdio>
 #include <fstream>
 #include <string>
+#include <vector>
 
+#include "tests/host/connection.h"
 #include "tests/host/rild/rild_process.h"
 
 namespace {
@@ -49,51 +46,15 @@ private:
 // One end of a socket that the console connects to.
 class Served {
 public:
-    explicit Served(const std::string& path) {
-        sockaddr_un address = {};
-        address.sun_family = AF_UNIX;
-        path.copy(address.sun_path, sizeof(address.sun_path) - 1);
-        unlink(path.c_str());
-        listen_fd_ = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-        EXPECT_EQ(0, bind(listen_fd_, reinterpret_cast<sockaddr*>(&address), sizeof(address)));
-        EXPECT_EQ(0, listen(listen_fd_, 4));
-    }
-    ~Served() {
-        hang_up();
-        close(listen_fd_);
-    }
-    Served(const Served&) = delete;
-    Served& operator=(const Served&) = delete;
-
-    void accept() {
-        fd_ = wait(listen_fd_) ? accept4(listen_fd_, nullptr, nullptr, SOCK_CLOEXEC) : -1;
-        ASSERT_LE(0, fd_);
-    }
-    std::string read(size_t size) {
-        std::string bytes(size, '\0');
-        size_t got = 0;
-        while (got < size && wait(fd_)) {
-            const ssize_t more = ::read(fd_, bytes.data() + got, size - got);
-            if (more <= 0) {
-                break;
-            }
-            got += static_cast<size_t>(more);
-        }
-        return bytes.substr(0, got);
-    }
-    void send(const std::string& bytes) { ::send(fd_, bytes.data(), bytes.size(), MSG_NOSIGNAL); }
-    void hang_up() {
-        close(fd_);
-        fd_ = -1;
-    }
+    explicit Served(const std::string& path) : listener_(Connection::listening(path)) {}
+    void accept() { caller_.push_back(listener_.accepted()); }
+    std::string read(size_t size) { return caller_.back().text(size); }
+    void send(const std::string& bytes) { caller_.back().write(bytes); }
+    void hang_up() { caller_.pop_back(); }
 
 private:
-    static bool wait(int fd) {
-        pollfd wanted = {fd, POLLIN, 0};
-        return poll(&wanted, 1, 10'000) == 1;
-    }
-    int listen_fd_ = -1;
-    int fd_ = -1;
+    Connection listener_;
+    std::vector<Connection> caller_;
 };
 
 TEST(Console, ShowsWhatComesFromRild) {

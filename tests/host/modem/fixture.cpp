@@ -1,9 +1,6 @@
 #include "tests/host/modem/fixture.h"
 
-#include <fcntl.h>
-#include <poll.h>
 #include <signal.h>
-#include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -12,18 +9,12 @@
 #include <sstream>
 #include <utility>
 
-#include "host/modem/unix_socket.h"
 #include "rpc/multi-client/rpc-stubs/ril/catalogue_names.h"
 
 namespace {
 
 // Longer than anything here takes; a test that runs into it has failed.
 constexpr int c_patience_ms = 10000;
-
-bool readable(int fd) {
-    pollfd waiting{fd, POLLIN, 0};
-    return poll(&waiting, 1, c_patience_ms) == 1;
-}
 
 void nap() {
     const timespec time{0, 2000000};
@@ -36,71 +27,6 @@ Bytes hex(const std::string& text) {
     const auto bytes = from_hex(text);
     EXPECT_TRUE(bytes) << text;
     return bytes.value_or(Bytes{});
-}
-
-// --- Connection ------------------------------------------------------------------------------------------------------
-
-Connection::Connection(const std::string& path) : fd_(connect_unix(path)) {
-    EXPECT_GE(fd_, 0) << path;
-}
-
-bool Connection::possible(const std::string& path) {
-    const int fd = connect_unix(path);
-    ::close(fd);
-    return fd >= 0;
-}
-
-Connection::~Connection() {
-    close();
-}
-
-Connection::Connection(Connection&& other) noexcept : fd_(std::exchange(other.fd_, -1)) {}
-
-Connection& Connection::operator=(Connection&& other) noexcept {
-    std::swap(fd_, other.fd_);
-    return *this;
-}
-
-void Connection::close() {
-    if (fd_ >= 0) {
-        ::close(std::exchange(fd_, -1));
-    }
-}
-
-void Connection::write(const Bytes& bytes) const {
-    EXPECT_EQ(::send(fd_, bytes.data(), bytes.size(), MSG_NOSIGNAL), static_cast<ssize_t>(bytes.size()));
-}
-
-Bytes Connection::read(size_t most) const {
-    Bytes bytes(most);
-    const ssize_t got = readable(fd_) ? recv(fd_, bytes.data(), most, 0) : 0;
-    bytes.resize(static_cast<size_t>(std::max<ssize_t>(got, 0)));
-    return bytes;
-}
-
-Bytes Connection::read_all(size_t size) const {
-    Bytes bytes;
-    while (bytes.size() < size) {
-        const Bytes more = read(size - bytes.size());
-        if (more.empty()) {
-            return bytes;
-        }
-        bytes.insert(bytes.end(), more.begin(), more.end());
-    }
-    return bytes;
-}
-
-std::string Connection::line() const {
-    std::string text;
-    for (Bytes byte = read(1); !byte.empty() && byte[0] != '\n'; byte = read(1)) {
-        text += static_cast<char>(byte[0]);
-    }
-    return text;
-}
-
-bool Connection::closed() const {
-    char byte = 0;
-    return readable(fd_) && recv(fd_, &byte, 1, 0) <= 0;
 }
 
 // --- Client ----------------------------------------------------------------------------------------------------------

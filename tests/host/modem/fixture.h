@@ -12,30 +12,10 @@
 #include <vector>
 
 #include "host/modem/capture_format.h"
+#include "tests/host/connection.h"
 
 // Bytes from text such as "02 04 0000002C".
 Bytes hex(const std::string& text);
-
-// A connection to a UNIX socket. Reads end after a while: they give what has come by then.
-class Connection {
-public:
-    explicit Connection(const std::string& path);
-    static bool possible(const std::string& path);
-    ~Connection();
-    Connection(Connection&& other) noexcept;
-    Connection& operator=(Connection&& other) noexcept;
-
-    void write(const Bytes& bytes) const;
-    void write(const std::string& text) const { write(Bytes(text.begin(), text.end())); }
-    Bytes read(size_t most) const;      // what one read gives
-    Bytes read_all(size_t size) const;  // exactly so many
-    std::string line() const;
-    bool closed() const;  // waits for the end of the connection
-    void close();
-
-private:
-    int fd_;
-};
 
 // A client of the RPC daemon.
 class Client {
