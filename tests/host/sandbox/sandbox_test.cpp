@@ -1,5 +1,4 @@
 // Drives the built sandbox program.
-#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <grp.h>
 #include <gtest/gtest.h>
@@ -8,6 +7,7 @@
 #include <sched.h>
 #include <signal.h>
 #include <sys/prctl.h>
+#include <sys/socket.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -16,6 +16,7 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <optional>
 #include <set>
 #include <sstream>
 #include <string>
@@ -28,40 +29,34 @@ namespace {
 namespace fs = std::filesystem;
 using testing::HasSubstr;
 
-// A program under way, with both ends of its standard streams.
+// A program under way, with the other end of its standard streams.
 class Job {
 public:
     // `before` runs in the child.
     explicit Job(const std::vector<std::string>& words, const std::function<void()>& before = {}) {
-        int in[2];
-        int out[2];
-        EXPECT_EQ(0, pipe2(in, O_CLOEXEC));
-        EXPECT_EQ(0, pipe2(out, O_CLOEXEC));
+        int pair[2];
+        EXPECT_EQ(0, socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, pair));
         std::vector<char*> arguments;
-        arguments.reserve(words.size() + 1);
         for (const std::string& word : words) {
             arguments.push_back(const_cast<char*>(word.c_str()));
         }
         arguments.push_back(nullptr);
         pid_ = fork();
         if (pid_ == 0) {
-            dup2(in[0], STDIN_FILENO);
-            dup2(out[1], STDOUT_FILENO);
-            dup2(out[1], STDERR_FILENO);
+            for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+                dup2(pair[0], stream);
+            }
             if (before) {
                 before();
             }
             execv(arguments[0], arguments.data());
             _exit(99);
         }
-        close(in[0]);
-        close(out[1]);
-        in_ = in[1];
-        out_ = out[0];
+        close(pair[0]);
+        fd_ = pair[1];
     }
     ~Job() {
-        close(in_);
-        close(out_);
+        close(fd_);
         if (pid_ > 0) {
             kill(pid_, SIGKILL);
             waitpid(pid_, nullptr, 0);
@@ -70,23 +65,11 @@ public:
     Job(const Job&) = delete;
     Job& operator=(const Job&) = delete;
 
-    std::string line() {
-        std::string text;
-        for (char c = 0; read(out_, &c, 1) == 1 && c != '\n';) {
-            text += c;
-        }
-        return text;
-    }
+    std::string line() { return text_before('\n'); }
     // Everything up to the moment when no process holds the output any more.
-    std::string rest() {
-        std::string text;
-        for (char c = 0; read(out_, &c, 1) == 1;) {
-            text += c;
-        }
-        return text;
-    }
+    std::string rest() { return text_before({}); }
     void answer(const std::string& text) const {
-        EXPECT_EQ(static_cast<ssize_t>(text.size()), write(in_, text.data(), text.size()));
+        EXPECT_EQ(static_cast<ssize_t>(text.size()), write(fd_, text.data(), text.size()));
     }
     void send(int signal) const { kill(pid_, signal); }
     int status() {
@@ -97,9 +80,15 @@ public:
     }
 
 private:
+    std::string text_before(std::optional<char> end) const {
+        std::string text;
+        for (char c = 0; read(fd_, &c, 1) == 1 && c != end;) {
+            text += c;
+        }
+        return text;
+    }
     pid_t pid_ = -1;
-    int in_ = -1;
-    int out_ = -1;
+    int fd_ = -1;
 };
 
 std::vector<std::string> in_sandbox(const std::string& script) {

@@ -101,10 +101,7 @@ TEST(Call, TimeoutGivesTheSlotBackAndALateReturnIsDropped) {
         g_realtime_back_ms = 0;
         daemon.write(return_of(71, 0x20000105, 1));
         ASSERT_TRUE(soon([] { return times_logged("sem_index is MAX\n") == 1; }));
-        std::thread caller([] { EXPECT_EQ(call(71, 0x20000105), 2); });
-        daemon.read_packet();
-        daemon.write(return_of(71, 0x20000105, 2));
-        caller.join();
+        expect_call(daemon, 71, 0x20000105, 2);
         EXPECT_EQ(times_logged("msgrcv failed"), 0);  // an idle connection is no event
     });
 }
@@ -130,10 +127,7 @@ TEST(Call, EndsWhenItsThreadIsToldToEnd) {
         daemon.write(return_of(71, 0x20000105, 1));
         ASSERT_TRUE(soon([] { return times_logged("sem_index is MAX\n") == 1; }));
         // The request's own post may still be in the slot.
-        std::thread other([] { EXPECT_EQ(call(73, 0x20000105), 7); });
-        EXPECT_EQ(word_at(daemon.read_packet(), 8), 73U);
-        daemon.write(return_of(73, 0x20000105, 7));
-        other.join();
+        expect_call(daemon, 73, 0x20000105, 7);
     });
 }
 

@@ -34,8 +34,7 @@ void nap() {
 
 }  // namespace
 
-// --- The process's own libc and platform
-// ------------------------------------------------------------------------------
+// --- The process's own libc and platform -----------------------------------------------------------------------------
 
 extern "C" {
 
@@ -289,4 +288,11 @@ void connect_client(FakeDaemon& daemon, uint8_t app_id) {
     std::thread admitting([&] { daemon.admit(app_id); });
     EXPECT_EQ(RegisterRPCClient(nullptr), 0x20000000U | static_cast<uint32_t>(app_id) << 8);
     admitting.join();
+}
+
+void expect_call(FakeDaemon& daemon, uint32_t id, uint32_t context_id, int32_t value) {
+    std::thread caller([=] { EXPECT_EQ(call(id, context_id), value); });
+    EXPECT_EQ(daemon.read_packet(), packet(id, context_id));
+    daemon.write(return_of(id, context_id, static_cast<uint32_t>(value)));
+    caller.join();
 }

@@ -63,3 +63,5 @@ private:
 
 // A daemon with the client registered to it as application `app_id`.
 void connect_client(FakeDaemon& daemon, uint8_t app_id);
+// A call that the daemon gets as it is and returns `value` to.
+void expect_call(FakeDaemon& daemon, uint32_t id, uint32_t context_id, int32_t value);

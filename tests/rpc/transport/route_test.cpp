@@ -143,10 +143,7 @@ TEST(Dispatch, WhileOneUnpackerIsParkedReturnsGoOnAndTheQueueFills) {
         connect_client(daemon, 1);
         daemon.write(packet(76, c_context));
         // Taken from the queue once a call behind it got its return and the queue is found to hold 80 more.
-        std::thread caller([] { EXPECT_EQ(call(71, c_context), 5); });
-        daemon.read_packet();
-        daemon.write(return_of(71, c_context, 5));
-        caller.join();
+        expect_call(daemon, 71, c_context, 5);
         std::this_thread::sleep_for(std::chrono::milliseconds(20));
         Bytes flood;
         for (uint8_t i = 0; i < 81; i++) {
