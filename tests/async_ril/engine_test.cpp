@@ -174,6 +174,7 @@ TEST_F(Engine, FullMailboxLosesTheMessageAndBlocksNobody) {
     std::atomic<int> returned{0};
     std::atomic<int> ran{0};
     std::vector<std::thread> posters;
+    posters.reserve(c_posters);
     for (int i = 0; i < c_posters; ++i) {
         posters.emplace_back([&] {
             EXPECT_EQ(

@@ -90,6 +90,7 @@ TEST(Storm, EveryTokenIsCompletedOnceOverTenThousandRestarts) {
     std::atomic<bool> ending{false};
     std::atomic<uint64_t> tokens{0};
     std::vector<std::thread> threads;
+    threads.reserve(5);
     // Requests: one thread through the gate, two that post by themselves.
     for (int kind = 0; kind < 3; ++kind) {
         threads.emplace_back([&, kind] {

@@ -380,7 +380,7 @@ TEST_F(CallModelTest, TheListTakesOneBlock) {
         EXPECT_EQ(s_alloc_refused, fails);
         const auto done = android.completions().at(0);
         EXPECT_EQ(done.error, fails ? RIL_E_GENERIC_FAILURE : RIL_E_SUCCESS);
-        EXPECT_EQ(done.data.size(), fails ? 0U : 16 * sizeof(RIL_Call*));
+        EXPECT_EQ(done.data.size(), fails ? 0U : 16 * sizeof(void*));
     }
 }
 

@@ -7,7 +7,7 @@ namespace {
 
 std::string as_calls(const void* response, size_t size) {
     std::string text;
-    for (size_t i = 0; i < size / sizeof(RIL_Call*); ++i) {
+    for (size_t i = 0; i < size / sizeof(void*); ++i) {
         const RIL_Call& c = *static_cast<RIL_Call* const*>(response)[i];
         char line[512];
         snprintf(line, sizeof(line), "%s%d id=%d toa=%d mpty=%d mt=%d als=%d voice=%d num=%s/%d name=%s/%d",
@@ -21,7 +21,7 @@ std::string as_calls(const void* response, size_t size) {
 
 std::string as_short_calls(const void* response, size_t size) {
     std::string text;
-    for (size_t i = 0; i < size / sizeof(RIL_Call*); ++i) {
+    for (size_t i = 0; i < size / sizeof(void*); ++i) {
         const RIL_Call& c = *static_cast<RIL_Call* const*>(response)[i];
         text +=
             (i == 0 ? "" : " ") + std::to_string(c.state) + ":" + std::to_string(c.index) + (c.isMpty != 0 ? "*" : "");
@@ -160,7 +160,7 @@ std::string CallPhone::dial(const char* number, int clir, RIL_UUS_Info* uus) {
 
 std::string CallPhone::listed(const FakeAndroid::Interpreter& interpreter) {
     android.set_interpreter(interpreter);
-    const std::string text = answer(request(RIL_REQUEST_GET_CURRENT_CALLS, nullptr, 0)).text;
+    std::string text = answer(request(RIL_REQUEST_GET_CURRENT_CALLS, nullptr, 0)).text;
     android.set_interpreter({});
     return text;
 }

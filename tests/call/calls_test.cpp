@@ -109,7 +109,7 @@ PHONE_TEST(CallPhone, Dial, UserToUserInformation) {
 PHONE_TEST(CallPhone, Dial, Failures) {
     EXPECT_EQ(phone.ask(RIL_REQUEST_LAST_CALL_FAIL_CAUSE), "0: 65535");
     EXPECT_EQ(phone.dial("0891234567"), "open");
-    const RIL_Token dial = phone.last_token;
+    RIL_Token dial = phone.last_token;
     phone.sent();
     phone.android.reset();
     phone.reply(answer_to(c_setup, 1, 1));  // busy
@@ -214,7 +214,7 @@ PHONE_TEST(CallPhone, Answer, TheRingingCall) {
     EXPECT_EQ(phone.ask(RIL_REQUEST_ANSWER), "2");
     phone.set_calls("r1");
     EXPECT_EQ(phone.ask(RIL_REQUEST_ANSWER), "open");
-    const RIL_Token token = phone.last_token;
+    RIL_Token token = phone.last_token;
     const auto sent = phone.sent();
     ASSERT_EQ(sent.size(), 1U);
     EXPECT_EQ(sent[0],
@@ -233,7 +233,7 @@ PHONE_TEST(CallPhone, Answer, TheRingingCall) {
 PHONE_TEST(CallPhone, HangUp, ReleaseByteForByte) {
     phone.set_calls("a1");
     EXPECT_EQ(phone.ask(RIL_REQUEST_HANGUP, 1), "open");
-    const RIL_Token token = phone.last_token;
+    RIL_Token token = phone.last_token;
     EXPECT_EQ(phone.sent().at(0),
               "02 04 00 00 00 39 02 04 00 00 00 27 AA AA AA AA 7F 27 26 7F 06 06 02 04 AA AA AA AA "
               "7F 81 14 13 02 04 00 00 00 10 7F 81 00 03 02 01 01 02 04 00 00 00 00 02 04 00 00 00 00");

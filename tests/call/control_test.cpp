@@ -124,7 +124,7 @@ PHONE_TEST(CallPhone, Control, EachOperationByTheCallsThatAreThere) {
         phone.set_calls(row.calls);
         const std::string before = phone.calls();
         const std::string outcome = ask(phone, row.request, row.data);
-        const RIL_Token token = phone.last_token;
+        RIL_Token token = phone.last_token;
         EXPECT_EQ(outcome, row.sent[0] == '\0' ? "2" : "open");
         EXPECT_EQ(phone.sent_short(), row.sent);
         EXPECT_EQ(phone.calls(), before);
@@ -138,10 +138,10 @@ PHONE_TEST(CallPhone, Control, EachOperationByTheCallsThatAreThere) {
 std::string after(CallPhone& phone, const char* calls, int request, int data, const std::string& reply) {
     phone.set_calls(calls);
     ask(phone, request, data);
-    const RIL_Token token = phone.last_token;
+    RIL_Token token = phone.last_token;
     phone.sent();
     const std::string heard = phone.hear({phone.as_reply(reply)});
-    const std::string text = phone.outcome(token) + " [" + phone.calls() + "]" + (heard.empty() ? "" : " ") + heard;
+    std::string text = phone.outcome(token) + " [" + phone.calls() + "]" + (heard.empty() ? "" : " ") + heard;
     phone.clear();
     return text;
 }
@@ -202,7 +202,7 @@ PHONE_TEST(CallPhone, FollowUp, AcceptAfterTheDisconnection) {
 PHONE_TEST(CallPhone, FollowUp, AcceptAfterTheHoldOnTheSameContext) {
     phone.set_calls("a1 W3");
     ask(phone, c_switch, c_none);
-    const RIL_Token token = phone.last_token;
+    RIL_Token token = phone.last_token;
     EXPECT_EQ(phone.sent_short(), "49");
     EXPECT_EQ(phone.hear({phone.as_reply(answer_to(c_hold, 1))}), "");
     EXPECT_EQ(phone.sent_short(), "44(3)");
@@ -217,7 +217,7 @@ PHONE_TEST(CallPhone, FollowUp, AcceptAfterTheHoldOnTheSameContext) {
 PHONE_TEST(CallPhone, Timer, ALateAnswerChangesNothing) {
     phone.set_calls("a1");
     ask(phone, c_hangup, 1);
-    const RIL_Token token = phone.last_token;
+    RIL_Token token = phone.last_token;
     phone.sent();
     phone.android.advance(9'999);
     EXPECT_EQ(phone.outcome(token), "open");
@@ -254,7 +254,7 @@ PHONE_TEST(CallPhone, Marks, ADialGoesOutBehindTheHold) {
 PHONE_TEST(CallPhone, Marks, ADialOutlivesAModemThatDoesNotAnswer) {
     phone.set_calls("a1");
     ask(phone, c_switch, c_none);
-    const RIL_Token hold = phone.last_token;
+    RIL_Token hold = phone.last_token;
     phone.sent();
     EXPECT_EQ(phone.dial("0891234567"), "open");
     EXPECT_EQ(phone.sent_short(), "34");

@@ -49,6 +49,7 @@ protected:
 };
 
 // A test in a process of its own, with a new `phone` of that kind.
+// NOLINTBEGIN(bugprone-macro-parentheses): the arguments are a type and names
 #define PHONE_TEST(kind, suite, name)  \
     void suite##_##name(kind& phone);  \
     TEST(suite, name) {                \
@@ -58,3 +59,4 @@ protected:
         });                            \
     }                                  \
     void suite##_##name(kind& phone)
+// NOLINTEND(bugprone-macro-parentheses)
