@@ -70,15 +70,36 @@ TEST(BringUp, ModemThatDiesDuringTheStart) {
         phone.event(c_event_down);
         ASSERT_TRUE(soon([&] { return phone.initialised(); }));
         phone.modem.set_silent(134, false);
-        phone.modem.start();
-        ASSERT_TRUE(phone.modem.wait_registered());
         phone.modem.take_received();
+        // The modem is up before the next daemon: its start waits for that.
         phone.event(c_event_up);
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        phone.modem.start();
         phone.wait_radio_state(RADIO_STATE_OFF);
         EXPECT_EQ(phone.modem.received_ids(), c_start_ids);
         for (const Bytes& packet : phone.modem.take_received()) {
             EXPECT_EQ(to_hex(packet).substr(36, 8), "20 00 02") << to_hex(packet);
         }
+    });
+}
+
+// A start without a daemon fails and is over after five seconds: the modem's next end finds the thread free.
+TEST(BringUp, DaemonThatStaysAway) {
+    in_own_process([] {
+        Phone phone;
+        phone.bring_up();
+        phone.modem.stop();
+        phone.android.reset();
+        phone.modem.take_received();
+        phone.event(c_event_down);
+        phone.event(c_event_up);
+        ASSERT_TRUE(soon([&] { return phone.android.unsolicited().size() == 9; }));
+        phone.wait_radio_state(RADIO_STATE_UNAVAILABLE);
+        phone.event(c_event_down);
+        phone.modem.start();
+        phone.event(c_event_up);
+        phone.wait_radio_state(RADIO_STATE_OFF);
+        EXPECT_EQ(phone.modem.received_ids(), c_start_ids);
     });
 }
 

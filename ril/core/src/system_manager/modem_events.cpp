@@ -11,10 +11,12 @@
 #include "ril/core/src/system_manager/bring_up.h"
 #include "ril/core/src/system_manager/system_manager.h"
 #include "ril/utils/trace.h"
+#include "rpc/multi-client/rpc-stubs/ril/transport.h"
 
 namespace {
 
 constexpr int c_pdp_fail_no_modem = -3;
+constexpr uint32_t c_reconnection_wait_s = 5;  // as long as a synchronous call waits for the same daemon
 
 // The modem event thread writes both; the gate reads them on rild's event thread.
 std::atomic<uint32_t> last_modem_event{E_MODEM_NONE};
@@ -73,6 +75,11 @@ void modem_up() {
     wait_for_registration();
     if (last_modem_event.load(std::memory_order_relaxed) == E_MODEM_UP) {
         return;
+    }
+    // A daemon that restarts with the modem: without it every call of the start would fail. For one that stays away the
+    // start goes on without it, since the modem's next end must not find this thread parked.
+    if (!RPCWaitForReconnection(c_reconnection_wait_s)) {
+        RIL_TRACE(TRACE_ERROR, "%s: no connection to the RPC daemon\n", "mehHandler");
     }
     last_modem_event.store(E_MODEM_UP, std::memory_order_release);
     mehInit();

@@ -9,6 +9,7 @@
 #include <atomic>
 #include <cerrno>
 #include <cstdlib>
+#include <ctime>
 
 #include "ril/utils/thread_stop.h"
 #include "rpc/multi-client/rpc-stubs/ril/transport_link.h"
@@ -43,6 +44,9 @@ enum LinkState : uint32_t {
 // may answer before a sender that was preempted in send() runs again, and the RPC receive thread must not wait for
 // that. Taken before SynchSemLock.
 pthread_mutex_t s_send_lock = PTHREAD_MUTEX_INITIALIZER;
+
+// Signalled when send_rpc_data becomes LINK_UP.
+pthread_cond_t s_link_up = PTHREAD_COND_INITIALIZER;
 
 // Written with s_send_lock held, together with s_sockets, by RegisterRPCClient and then by the RPC receive thread.
 // Relaxed: without a connection there are no sockets to send on, whatever a sender saw here.
@@ -189,6 +193,7 @@ void connect_again() {
     const SysMutexHold hold(s_send_lock);
     s_sockets = sockets;
     send_rpc_data.store(LINK_UP, std::memory_order_relaxed);
+    pthread_cond_broadcast(&s_link_up);
 }
 
 void* AppRecvFromRPCIFTask(void* /*arg*/) {
@@ -270,6 +275,19 @@ uint32_t RegisterRPCClient(void (*handler)(uint32_t event)) {
         RPCSetClientId(base_context_id(0));
     }
     return RPCMakeContextId();
+}
+
+bool RPCWaitForReconnection(uint32_t seconds) {
+    timespec end{};
+    clock_gettime(CLOCK_MONOTONIC, &end);
+    end.tv_sec += static_cast<time_t>(seconds);
+    const SysMutexHold hold(s_send_lock);
+    while (send_rpc_data.load(std::memory_order_relaxed) == LINK_LOST) {
+        if (pthread_cond_clockwait(&s_link_up, &s_send_lock, CLOCK_MONOTONIC, &end) == ETIMEDOUT) {
+            return false;
+        }
+    }
+    return true;
 }
 
 void RPCSetClientId(uint32_t context_id) {

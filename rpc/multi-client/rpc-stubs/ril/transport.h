@@ -16,6 +16,10 @@ constexpr int32_t c_rpc_version = 1249;           // generator version of this c
 // good. Runs once per process, on the thread of RIL_Init; blocks until the daemon is there.
 uint32_t RegisterRPCClient(void (*handler)(uint32_t event));
 
+// Waits while the client registers again with a daemon that was gone. True once it is registered, and at once when it
+// is or never was; false when `seconds` are over. Any thread but the RPC threads.
+bool RPCWaitForReconnection(uint32_t seconds);
+
 // The process-wide default context id. It changes when the daemon was gone and gave the client another application id;
 // until then, from the daemon's end on, every synchronous call fails at once. Any thread.
 void RPCSetClientId(uint32_t context_id);
