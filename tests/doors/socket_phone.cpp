@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 
 #include "tests/lifecycle/lifecycle.h"
@@ -33,17 +34,17 @@ SocketPhone::~SocketPhone() {
 
 void SocketPhone::start() {
     event(c_event_up);
-    while (radio_state_ == -1 && !testing::Test::HasFailure()) {
-        read_message();
-    }
+    read_until([this] { return radio_state_ != -1; });
     unsolicited_.clear();
 }
 
+// The answer comes behind the greeting, so that the radio's state changes once before the client's eyes.
 void SocketPhone::bring_up() {
-    answer_mode_requests(0);
     start();
+    const std::vector<Bytes> packets = modem.take_received();
+    ASSERT_FALSE(packets.empty());
+    modem.send(with_context(mode_answer(227, 0, 0, sim_id), packets.back()));
     wait_radio_state(RADIO_STATE_OFF);
-    leave_mode_requests_open();
     unsolicited_.clear();
 }
 
@@ -53,14 +54,7 @@ int SocketPhone::ask(int number, const std::string& words) {
 }
 
 SocketPhone::Answer SocketPhone::answer(int serial) {
-    while (answers_.count(serial) == 0 && !testing::Test::HasFatalFailure()) {
-        const size_t before = answers_.size() + unsolicited_.size();
-        read_message();
-        if (answers_.size() + unsolicited_.size() == before) {
-            ADD_FAILURE() << "no answer";
-            return {-1, ""};
-        }
-    }
+    read_until([&] { return answers_.count(serial) != 0; });
     return answers_[serial];
 }
 
@@ -84,17 +78,12 @@ int SocketPhone::radio_state() {
 }
 
 void SocketPhone::wait_radio_state(int state) {
-    while (radio_state_ != state && !testing::Test::HasFailure()) {
-        read_message();
-    }
-    ASSERT_EQ(radio_state_, state);
+    read_until([&] { return radio_state_ == state; });
 }
 
 std::vector<SocketPhone::Unsolicited> SocketPhone::take_unsolicited(size_t count) {
     read_all();
-    while (unsolicited_.size() < count && !testing::Test::HasFailure()) {
-        read_message();
-    }
+    read_until([&] { return unsolicited_.size() >= count; });
     return std::exchange(unsolicited_, {});
 }
 
@@ -106,20 +95,22 @@ std::vector<int> SocketPhone::numbers_of(const std::vector<Unsolicited>& message
     return numbers;
 }
 
-void SocketPhone::read_message() {
-    const std::string message = client_.message();
+void SocketPhone::read_until(const std::function<bool()>& condition) {
     constexpr size_t c_word = sizeof(int32_t);
-    ASSERT_GE(message.size(), 2 * c_word) << message;
-    const int number = word_at(message, 1);
-    if (word_at(message, 0) == 0) {
-        EXPECT_TRUE(answers_.insert({number, {word_at(message, 2), message.substr(3 * c_word)}}).second)
-            << "a second answer to " << number;
-        return;
+    while (!condition()) {
+        const std::string message = client_.message();
+        ASSERT_GE(message.size(), 2 * c_word) << message;
+        const int number = word_at(message, 1);
+        if (word_at(message, 0) == 0) {
+            const Answer answer = {word_at(message, 2), message.substr(std::min(3 * c_word, message.size()))};
+            EXPECT_TRUE(answers_.insert({number, answer}).second) << "a second answer to " << number;
+            continue;
+        }
+        if (number == RIL_UNSOL_RESPONSE_RADIO_STATE_CHANGED) {
+            radio_state_ = word_at(message, 2);
+        }
+        unsolicited_.push_back({number, message.substr(2 * c_word)});
     }
-    if (number == RIL_UNSOL_RESPONSE_RADIO_STATE_CHANGED) {
-        radio_state_ = word_at(message, 2);
-    }
-    unsolicited_.push_back({number, message.substr(2 * c_word)});
 }
 
 const char* arguments_of(int number) {

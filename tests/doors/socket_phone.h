@@ -2,9 +2,8 @@
 // process runs in the sandbox.
 #pragma once
 
-#include <deque>
+#include <functional>
 #include <map>
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -44,14 +43,16 @@ public:
     void wait_served();
     // The radio's state as Android was last told, once the library is through with all that was asked.
     int radio_state();
-    void wait_radio_state(int state);
+    void wait_radio_state(int state);  // as Android was told
     // Unsolicited responses since the last call, without the greeting; waits until there are `count`.
     std::vector<Unsolicited> take_unsolicited(size_t count = 0);
     std::vector<int> take_unsolicited_numbers(size_t count = 0) { return numbers_of(take_unsolicited(count)); }
     static std::vector<int> numbers_of(const std::vector<Unsolicited>& messages);
 
 private:
-    void read_message();
+    // Takes messages until the condition holds; a message that doesn't come fails the test.
+    void read_until(const std::function<bool()>& condition);
+    // All that the library had sent by now.
     void read_all();
 
     Process rild_;

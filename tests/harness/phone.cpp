@@ -20,11 +20,6 @@ constexpr const char* c_radio_log = "/dev/log/radio";
 
 }  // namespace
 
-// A process under ThreadSanitizer would wait a second at its end for races of threads that it leaves running.
-extern "C" __attribute__((visibility("default"))) const char* __tsan_default_options() {  // NOLINT
-    return "atexit_sleep_ms=0";
-}
-
 void in_own_process(const std::function<void()>& body) {
     fflush(nullptr);
     const pid_t child = fork();

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <poll.h>
 #include <signal.h>
+#include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <sys/wait.h>
@@ -45,6 +46,7 @@ Process::Process(std::vector<std::string> words, bool with_pair) {
     argv.push_back(nullptr);
     pid_ = fork();
     if (pid_ == 0) {
+        prctl(PR_SET_PDEATHSIG, SIGKILL);
         close(pair[0]);
         execv(argv[0], argv.data());
         _exit(127);
