@@ -171,7 +171,10 @@ protected:
     uint8_t random_id(std::mt19937& random) const {
         const int present = model.slots[random() % std::size(model.slots)].id;
         const auto kind = random() % 16;
-        return static_cast<uint8_t>(kind < 8 && present >= 0 ? present : kind == 8 ? random() : 1 + random() % 5);
+        if (kind < 8 && present >= 0) {
+            return static_cast<uint8_t>(present);
+        }
+        return static_cast<uint8_t>(kind == 8 ? random() : 1 + random() % 5);
     }
 
     void random_indication(std::mt19937& random) {

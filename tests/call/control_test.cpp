@@ -1,4 +1,5 @@
-// What each operation sends for the calls that are there, and what follows it, through the real doors.
+// What each operation sends for the calls that are there, and what follows it, through the real doors. Which operation
+// it is in every other situation, the model of calls holds.
 #include <gtest/gtest.h>
 
 #include <thread>
@@ -27,31 +28,19 @@ struct Row {
 constexpr Row c_rows[] = {
     // Release the held call or refuse the waiting one.
     {"a1 h2 W3", c_background, c_none, "39(0,3,21)"},
-    {"h2 W3", c_background, c_none, "39(0,3,21)"},
     {"a1 h2", c_background, c_none, "39(0,2,21)"},
     {"h4 h2", c_background, c_none, "39(0,2,21)"},
     {"a1 W3", c_udub, c_none, "39(5,3,17)"},
     {"r5", c_udub, c_none, "39(0,5,17)"},
     {"r5", c_background, c_none, "39(0,5,17)"},
-    {"r5 r6", c_udub, c_none, "39(0,6,17)"},
     {"a1", c_background, c_none, ""},
-    {"d1", c_udub, c_none, ""},
-    {"l1", c_udub, c_none, ""},
-    {"", c_udub, c_none, ""},
     // Release the active calls and go on with another.
     {"a1 W3", c_foreground, c_none, "39(2,0,16)"},
-    {"a1 h2 W3", c_foreground, c_none, "39(2,0,16)"},
     {"a1 h2", c_foreground, c_none, "39(2,0,16)"},
-    {"a1", c_foreground, c_none, "39(2,0,16)"},
     {"h2 W3", c_foreground, c_none, "44(3)"},
-    {"w3", c_foreground, c_none, "44(3)"},
     {"h2", c_foreground, c_none, "51"},
     {"d1", c_foreground, c_none, ""},
-    {"l1", c_foreground, c_none, ""},
-    {"r1", c_foreground, c_none, ""},
-    {"", c_foreground, c_none, ""},
     // The same by a hang-up that names no call; one that does.
-    {"a1 W3", c_hangup, 0, "39(2,0,16)"},
     {"h2", c_hangup, 0, "51"},
     {"w3", c_hangup, 17, "44(3)"},
     {"a1", c_hangup, -1, "39(2,0,16)"},
@@ -59,52 +48,35 @@ constexpr Row c_rows[] = {
     {"a1 h2", c_hangup, 2, "39(0,2,16)"},
     {"a1 h16", c_hangup, 16, "39(0,16,16)"},
     {"a1", c_hangup, 0x10001, "39(0,1,16)"},
-    {"d1", c_hangup, 1, "39(0,1,16)"},
-    {"l1", c_hangup, 1, "39(0,1,16)"},
     {"r1", c_hangup, 1, "39(0,1,21)"},
-    {"a1 W3", c_hangup, 3, "39(0,3,16)"},
     {"a1", c_hangup, 2, ""},
-    {"a1", c_hangup, 16, ""},
-    {"", c_hangup, 0, ""},
-    {"", c_hangup, 1, ""},
     {"a1", c_hangup, c_none, ""},
     // Hold the active calls and go on with another.
     {"a1 h2", c_switch, c_none, "47"},
-    {"a1 h2 W3", c_switch, c_none, "47"},
     {"a1 W3", c_switch, c_none, "49"},
     {"a1", c_switch, c_none, "49"},
-    {"a1 d2", c_switch, c_none, "49"},
     {"h2 W3", c_switch, c_none, "44(3)"},
-    {"w3", c_switch, c_none, "44(3)"},
     {"h2", c_switch, c_none, "51"},
     {"r4", c_switch, c_none, "44(4)"},
     {"d1", c_switch, c_none, ""},
-    {"l1", c_switch, c_none, ""},
-    {"", c_switch, c_none, ""},
     // The same by a separation that names no call; one that does.
     {"a1", c_separate, 0, "49"},
     {"m1 m2", c_separate, 2, "53(2)"},
-    {"m1 m2 h3", c_separate, 1, "53(1)"},
     {"a1 h2", c_separate, 2, "47"},
     {"h2", c_separate, 2, "51"},
     {"a1 h2", c_separate, 1, ""},
-    {"a1 h2", c_separate, 3, ""},
     {"a1 h16", c_separate, 16, "47"},
     {"a1 h17", c_separate, 17, ""},
     {"a1 h2", c_separate, -1, ""},
-    {"a1 W2", c_separate, 2, ""},
     {"a1 h2", c_separate, c_none, ""},
     // Join and transfer.
     {"a1 h2", c_conference, c_none, "55"},
     {"a1", c_conference, c_none, ""},
     {"h2", c_conference, c_none, ""},
-    {"a1 W2", c_conference, c_none, ""},
     {"a1 h2", c_explicit_transfer, c_none, "57"},
     {"h2 l1", c_explicit_transfer, c_none, "57"},
     {"h2 d1", c_explicit_transfer, c_none, ""},
     {"a1", c_explicit_transfer, c_none, ""},
-    {"h2", c_explicit_transfer, c_none, ""},
-    {"", c_explicit_transfer, c_none, ""},
 };
 
 std::string ask(CallPhone& phone, int request, int data) {
