@@ -128,14 +128,6 @@ TEST(Catalogue, RecordTagsAreThosePublished) {
     }
 }
 
-TEST(Catalogue, FieldsComeInWireOrder) {
-    std::string names;
-    const uta::Record& record = *uta::find_record("UtaSimGenPinReqParam");
-    uta::visit_wire_order(
-        record, [&](const uta::Field&, size_t index) { names += std::string(uta::field_name(record, index)) + " "; });
-    EXPECT_EQ(names, "activity field_1 member ");
-}
-
 // The transport looks functions up in this table by id.
 TEST(Catalogue, UnpackerTableHasARowForEachFunctionThatComesIn) {
     const RPCHostUnpackerRow* row = RPCUnpackerTable;
