@@ -1,5 +1,6 @@
 // Calls: making, taking and ending them, what is done with several, and the settings that go with them.
 #include "ril/core/src/agg_request/handlers.h"
+#include "ril/core/src/agg_request/take_context.h"
 #include "ril/core/src/async_ril/async_ril.h"
 #include "ril/core/src/call/call.h"
 #include "ril/utils/mem_util.h"
@@ -10,16 +11,6 @@ namespace {
 constexpr int32_t c_dial_seconds = 25;
 constexpr int32_t c_call_control_seconds = c_hold_seconds;
 constexpr uint32_t c_call_index_mask = 0xFFFF;
-
-// A context for the request, or -1: the request has failed then.
-int32_t take_context(const char* function, RIL_Token token) {
-    const int32_t ctxt_id = qelril_get_free_ctxt_id(token);
-    if (ctxt_id < 0) {
-        RIL_TRACE(TRACE_ERROR, "%s: ERROR out of free rilreq_state_info array elements\n", function);
-        ril_request_complete(token, RIL_E_GENERIC_FAILURE, nullptr, 0);
-    }
-    return ctxt_id;
-}
 
 void complete(RIL_Token token, RIL_Errno error) {
     ril_request_complete(token, error, nullptr, 0);

@@ -1,4 +1,5 @@
 #include "ril/core/src/agg_request/handlers.h"
+#include "ril/core/src/agg_request/take_context.h"
 #include "ril/core/src/async_ril/async_ril.h"
 #include "ril/core/src/async_ril/radio_state.h"
 #include "ril/core/src/net/attach.h"
@@ -8,16 +9,6 @@
 #include "ril/utils/trace.h"
 
 namespace {
-
-// A context for the request, or -1: the request has failed then.
-int32_t take_context(const char* function, RIL_Token token) {
-    const int32_t ctxt_id = qelril_get_free_ctxt_id(token);
-    if (ctxt_id < 0) {
-        RIL_TRACE(TRACE_ERROR, "%s: ERROR out of free rilreq_state_info array elements\n", function);
-        ril_request_complete(token, RIL_E_GENERIC_FAILURE, nullptr, 0);
-    }
-    return ctxt_id;
-}
 
 // The scrambling code of a UMTS cell is the modem's to tell; the rest is known.
 void voice_registration_state_on_umts(uint32_t sim_id, RIL_Token token) {

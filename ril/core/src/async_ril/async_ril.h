@@ -86,6 +86,16 @@ void qelril_return_generic_failure(uint32_t ctxt_id);
 // Frees the private area, completes with RIL_E_GENERIC_FAILURE, frees the entry.
 void qelril_free_and_return_generic_failure(uint32_t ctxt_id);
 
+// Held by the RIL thread while it runs a message, and by a timer or the teardown while they touch contexts: so a
+// request is completed by one of them, and no private area goes away under a callback.
+class RunLock {
+public:
+    RunLock();
+    ~RunLock();
+    RunLock(const RunLock&) = delete;
+    RunLock& operator=(const RunLock&) = delete;
+};
+
 // --- The response timer ----------------------------------------------------------------------------------------------
 
 struct rilreq_timer {

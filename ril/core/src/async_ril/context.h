@@ -3,16 +3,6 @@
 
 #include "ril/core/src/async_ril/async_ril.h"
 
-// Held by the RIL thread while it runs a message, and by a timer or the teardown while they touch contexts: so a
-// request is completed by one of them, and no private area goes away under a callback.
-class RunLock {
-public:
-    RunLock();
-    ~RunLock();
-    RunLock(const RunLock&) = delete;
-    RunLock& operator=(const RunLock&) = delete;
-};
-
 // Empties the table for the next start. No RIL thread.
 void context_table_start();
 

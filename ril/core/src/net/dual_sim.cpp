@@ -5,7 +5,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "ril/core/src/async_ril/context.h"
+#include "ril/core/src/async_ril/async_ril.h"
 #include "ril/core/src/net/attach.h"
 #include "ril/core/src/net/net.h"
 #include "ril/core/src/net/net_state.h"

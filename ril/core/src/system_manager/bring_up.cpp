@@ -9,10 +9,10 @@
 #include <cstring>
 
 #include "ril/core/src/async_ril/async_ril.h"
-#include "ril/core/src/async_ril/context.h"
 #include "ril/core/src/async_ril/radio_state.h"
 #include "ril/core/src/call/call.h"
 #include "ril/core/src/profile/profile.h"
+#include "ril/core/src/net/net.h"
 #include "ril/core/src/sim/sim.h"
 #include "ril/core/src/system_manager/modules.h"
 #include "ril/core/src/system_manager/radio_power.h"
