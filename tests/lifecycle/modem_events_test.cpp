@@ -88,7 +88,7 @@ TEST(ModemDown, ReleasesThreadsThatAreParked) {
         phone.modem.send(with_context(mode_answer(227, 1), request));
         phone.event(c_event_down);
         event_thread.join();
-        EXPECT_NE(phone.answer(parked).error, RIL_E_SUCCESS);
+        EXPECT_EQ(phone.answer(parked).error, RIL_E_RADIO_NOT_AVAILABLE);
         EXPECT_EQ(phone.answer(open).error, RIL_E_RADIO_NOT_AVAILABLE);
 
         phone.modem.set_silent(c_set_sim_configuration, false);
@@ -191,6 +191,7 @@ TEST(Identity, ImeiAndSoftwareVersion) {
         {0, head + "4F 09 51 24 30 32 57 71 F8" + middle + "FF FF FF FF FF FF FF FF", RIL_E_SUCCESS, "", ""},
         {5, head + imeisv + middle + imei, RIL_E_GENERIC_FAILURE, "", ""},
         {0, head + imeisv + middle, RIL_E_GENERIC_FAILURE, "", ""},  // half of one
+        {0, "", RIL_E_GENERIC_FAILURE, "", ""},                      // none
     };
     in_own_process([&] {
         Phone phone;

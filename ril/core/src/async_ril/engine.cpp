@@ -214,6 +214,9 @@ int32_t qelril_destroy() {
 }
 
 void ril_request_complete(RIL_Token token, RIL_Errno error, void* response, size_t length) {
+    if (error == RIL_E_GENERIC_FAILURE && thread_stop_requested()) {
+        error = RIL_E_RADIO_NOT_AVAILABLE;  // the modem is gone: its handler's call was cut short
+    }
     if (token != nullptr) {
         s_rilenv->OnRequestComplete(token, error, response, length);
     }
