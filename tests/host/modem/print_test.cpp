@@ -179,14 +179,8 @@ TEST(Catalogue, EveryFunctionAndRecord) {
              "context_id)",
              "function 228 228 request enum-result UtaMsCpsSetModeReq (i32 sim_id, enum mode, i32 value_3, callback "
              "callback, ctx context_id)",
-             "function 227 227 response-dynamic plain UtaMsCpsSetModeRsp (i32 sim_id, enum mode, ctx context_id, i32 "
-             "result)",
              "function 310 2 call plain CsiUtaMsTpcGetState (i32 sim_id, >u8 status, >u8 index, >i32 applied)",
-             "function 372 372 one-way no-header UtaRfIncreaseTxPwrLimit4g (i32 value_1, i16 value_2)",
-             "function 32 32 call plain RpcGetRemoteVerInfo ()",
              "record UtaCallCsCallId 128 1 7F8100 live",
-             "field UtaCallCsCallId u8 call_id",
-             "record UtaSimApduCmdReqParam 286 16 7F821E live",
              "field UtaSimApduCmdReqParam UtaSimApduData? apdu",
              "field UtaSimApduPath octets16[5] path",
              "field UtaSimGenPinReqParam union:activity member",

@@ -193,25 +193,6 @@ TEST(Wire, RawAndEmptyForms) {
     EXPECT_TRUE(cursor.failed);
 }
 
-// The same five bytes behind 0 to 7 others: the data always starts at a multiple of 4.
-TEST(Wire, PaddingFollowsTheAddress) {
-    const uint8_t data[] = {1, 2, 3, 4, 5};
-    for (size_t behind = 0; behind < 8; ++behind) {
-        Buffer buffer;
-        buffer.cursor.next -= behind;
-        EXPackOCTETSTRINGStatic(data, buffer.cursor, sizeof(data), c_octets_8);
-        Bytes bytes = buffer.written();
-        bytes.resize(bytes.size() - behind);
-        const size_t pad = (3 + 8 - behind) % 4;
-        char wire[128];
-        snprintf(wire, sizeof(wire), "55 05 02 04 00 00 00 %02zX 02 04 00 00 00 %02zX 01 02 03 04 05 00*%zu", 5 + pad,
-                 pad, pad);
-        EXPECT_EQ(to_text(bytes), to_text(hex(wire))) << behind;
-        const uint8_t* start = buffer.cursor.next + 1 + 14;
-        EXPECT_EQ(reinterpret_cast<uintptr_t>(start) % 4, 0U);
-    }
-}
-
 TEST(Wire, OctetStringsInBothDirections) {
     struct {
         uint32_t count;
