@@ -35,7 +35,7 @@ TEST(Registration, WhatADeadDaemonLeftGivesWay) {
     EXPECT_TRUE(exists("/data/rpcd/rpcd.txt"));
     const ModemProcess second({}, ModemProcess::Wait::FOR_NOTHING);
     // The dead one's marker says nothing, so this tries until it is let in.
-    while (!Connection::possible("/data/rpc_recv")) {
+    for (int i = 0; i < 10'000 && !Connection::possible("/data/rpc_recv"); ++i) {
         usleep(1000);
     }
     expect_served(Client());
