@@ -18,7 +18,6 @@ void StoodInRooms::reset() {
     last_event = E_MODEM_UP;
     sim_status = 0;
     saved_net_pref = nullptr;
-    saved_net_type = -1;
 }
 
 void start_engine(const RIL_Env* env) {
@@ -66,9 +65,8 @@ void stop_engine() {
 [[gnu::weak]] void handleRequestNoModem(uint32_t, int32_t, void*, size_t, RIL_Token token) {
     ril_request_complete(token, RIL_E_RADIO_NOT_AVAILABLE, nullptr, 0);
 }
-[[gnu::weak]] void saveNetPrefInfo(uint32_t, int32_t, void* data, size_t, RIL_Token token) {
+[[gnu::weak]] void saveNetPrefInfo(uint32_t, int32_t, void*, size_t, RIL_Token token) {
     stood_in.saved_net_pref = token;
-    stood_in.saved_net_type = *static_cast<int*>(data);
 }
 [[gnu::weak]] int32_t ril_config_init(int argc, char**) {
     stood_in.argc = argc;

@@ -21,7 +21,6 @@ struct StoodInRooms {
     int argc = 0;
     void (*event_handler)(uint32_t event) = nullptr;
     RIL_Token saved_net_pref = nullptr;
-    int saved_net_type = -1;
 
     void reset();
 };
