@@ -84,6 +84,7 @@ ModemProcess::ModemProcess(const std::vector<std::string>& options, Wait wait) {
     std::vector<std::string> words = {MODEM_PROGRAM, "--quiet", "--boot-delay", "0"};
     words.insert(words.end(), options.begin(), options.end());
     std::vector<char*> arguments;
+    arguments.reserve(words.size() + 1);
     for (std::string& word : words) {
         arguments.push_back(word.data());
     }

@@ -175,8 +175,6 @@ TEST(Catalogue, EveryFunctionAndRecord) {
     }
     EXPECT_EQ(functions, 321U);
     for (const char* line : {
-             "function 44 44 request plain UtaMsCallCsAcceptCallReq (i32 sim_id, UtaCallCsCallId(1) call_id, ctx "
-             "context_id)",
              "function 228 228 request enum-result UtaMsCpsSetModeReq (i32 sim_id, enum mode, i32 value_3, callback "
              "callback, ctx context_id)",
              "function 310 2 call plain CsiUtaMsTpcGetState (i32 sim_id, >u8 status, >u8 index, >i32 applied)",
