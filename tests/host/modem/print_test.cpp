@@ -174,9 +174,10 @@ TEST(Catalogue, EveryFunctionAndRecord) {
         names.insert(line);
     }
     EXPECT_EQ(functions, 321U);
+    EXPECT_TRUE(names.contains(
+        "function 228 228 request enum-result UtaMsCpsSetModeReq (i32 sim_id, enum mode, i32 value_3, callback "
+        "callback, ctx context_id)"));
     for (const char* line : {
-             "function 228 228 request enum-result UtaMsCpsSetModeReq (i32 sim_id, enum mode, i32 value_3, callback "
-             "callback, ctx context_id)",
              "function 310 2 call plain CsiUtaMsTpcGetState (i32 sim_id, >u8 status, >u8 index, >i32 applied)",
              "record UtaCallCsCallId 128 1 7F8100 live",
              "field UtaSimApduCmdReqParam UtaSimApduData? apdu",
