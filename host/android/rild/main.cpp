@@ -43,8 +43,8 @@ struct Options {
     std::vector<char*> library_arguments;  // with the program's name in front and null behind
 };
 
-// What the library's threads and the signal handler meet. It stands until the process is gone: there is no unloading,
-// and the library's threads still run while the process ends.
+// What the library's threads and the one that takes signals meet. It stands until the process is gone: there is no
+// unloading, and the library's threads still run while the process ends.
 EventLoop* s_loop = nullptr;
 Server* s_server = nullptr;
 
@@ -154,21 +154,22 @@ void listen(bool second) {
     }
 }
 
+// A thread of their own takes the signals, whatever the others do meanwhile. Before there are others, which inherit
+// what is blocked.
 void end_on_signals() {
-    struct sigaction action = {};
-    // A library that keeps the loop's thread in a request for good ends with the second signal.
-    action.sa_handler = [](int signal) {
-        static volatile sig_atomic_t s_again = 0;
-        if (s_again != 0) {
-            _exit(128 + signal);
-        }
-        s_again = 1;
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGTERM);
+    sigaddset(&signals, SIGINT);
+    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+    std::thread([signals] {
+        int signal = 0;
+        sigwait(&signals, &signal);
         s_loop->stop();
-    };
-    action.sa_flags = SA_RESTART;
-    for (const int signal : {SIGTERM, SIGINT}) {
-        sigaction(signal, &action, nullptr);
-    }
+        // A library that keeps the loop's thread in a request for good ends with the second signal.
+        sigwait(&signals, &signal);
+        _exit(128 + signal);
+    }).detach();
 }
 
 // The loop has a thread of its own, so that callbacks which the library asks for in RIL_Init run while RIL_Init waits.
@@ -188,9 +189,9 @@ int main(int argc, char** argv) {
     const Log* log = new Log(second ? "rild2" : "rild", options.verbose);
     s_loop = new EventLoop;
     s_server = new Server(*s_loop, *log);
+    end_on_signals();
     const Init init = load(options.library);
     listen(second);
-    end_on_signals();
     std::thread events(run_loop);
     const RIL_RadioFunctions* functions =
         init(&c_env, static_cast<int>(library_arguments.size()), library_arguments.data());
