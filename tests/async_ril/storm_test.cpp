@@ -135,21 +135,27 @@ TEST(Storm, EveryTokenIsCompletedOnceOverTenThousandRestarts) {
     threads.emplace_back([&] {
         for (uint32_t n = 0; !ending; ++n) {
             uint32_t value = n;
-            qelril_post_utamsrspcb(0, &value, 0x20000100 | (n & 0xFF), [](uint32_t, const void* p, uint32_t ctxt_id) {
+            const auto complete = [](uint32_t, const void* p, uint32_t ctxt_id) {
                 EXPECT_NE(*static_cast<const uint32_t*>(p), 0xDEADU);
                 qelril_complete_and_return(ctxt_id, RIL_E_SUCCESS, nullptr, 0);
-            });
+            };
+            if (qelril_post_utamsrspcb(0, &value, 0x20000100 | (n & 0xFF), complete) != 0) {
+                std::this_thread::yield();
+            }
             value = 0xDEAD;
         }
     });
     threads.emplace_back([&] {
         for (uint32_t n = 0; !ending; ++n) {
             uint32_t value = n;
-            qelril_post_utamsindcb(ril_instance, &value, [](uint32_t, const void* p) {
+            const auto allocate = [](uint32_t, const void* p) {
                 EXPECT_NE(*static_cast<const uint32_t*>(p), 0xDEADU);
                 void* block = MEM_ALLOC(128);
                 MEM_FREE(block);
-            });
+            };
+            if (qelril_post_utamsindcb(ril_instance, &value, allocate) != 0) {
+                std::this_thread::yield();
+            }
             value = 0xDEAD;
         }
     });

@@ -2,6 +2,7 @@
 #include <pthread.h>
 #include <semaphore.h>
 
+#include <atomic>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -53,14 +54,15 @@ sys_mbox_t s_ril_mbox = nullptr;
 pthread_t s_ril_task{};
 bool s_ril_task_exists = false;
 
-// True while the engine runs, guarded by s_post_lock: a post that finds it true is in the mailbox before the engine
-// stops, and so is answered.
-bool s_ril_init = false;
+// True while the engine runs. Written on the modem event thread with s_post_lock held: a post that finds it true under
+// that lock is in the mailbox before the engine stops, and so is answered. Posts that find it false take no lock, so
+// that those who try again and again do not keep the start from it.
+std::atomic<bool> s_ril_init{false};
 pthread_mutex_t s_post_lock = PTHREAD_MUTEX_INITIALIZER;
 
 void set_running(bool running) {
     pthread_mutex_lock(&s_post_lock);
-    s_ril_init = running;
+    s_ril_init.store(running, std::memory_order_release);
     pthread_mutex_unlock(&s_post_lock);
 }
 
@@ -117,13 +119,16 @@ void abandon_mailbox() {
 // the mailbox took it.
 int32_t post_and_wait(const char* function, ril_msg& msg, bool& posted) {
     posted = false;
-    pthread_mutex_lock(&s_post_lock);
-    const bool running = s_ril_init;
+    bool running = s_ril_init.load(std::memory_order_acquire);
     if (running) {
-        sem_init(&msg.done, 0, 0);
-        posted = sys_mbox_post(s_ril_mbox, &msg) != 0;
+        pthread_mutex_lock(&s_post_lock);
+        running = s_ril_init.load(std::memory_order_relaxed);
+        if (running) {
+            sem_init(&msg.done, 0, 0);
+            posted = sys_mbox_post(s_ril_mbox, &msg) != 0;
+        }
+        pthread_mutex_unlock(&s_post_lock);
     }
-    pthread_mutex_unlock(&s_post_lock);
     if (!running) {
         RIL_TRACE(TRACE_ERROR, "%s: RIL is not initialized\n", function);
         return -1;
