@@ -134,7 +134,7 @@ TEST(Storm, EveryTokenIsCompletedOnceOverTenThousandRestarts) {
     }
     threads.emplace_back([&] {
         for (uint32_t n = 0; !ending; ++n) {
-            uint32_t value = n;
+            uint32_t value = n % 1000;
             const auto complete = [](uint32_t, const void* p, uint32_t ctxt_id) {
                 EXPECT_NE(*static_cast<const uint32_t*>(p), 0xDEADU);
                 qelril_complete_and_return(ctxt_id, RIL_E_SUCCESS, nullptr, 0);
@@ -147,7 +147,7 @@ TEST(Storm, EveryTokenIsCompletedOnceOverTenThousandRestarts) {
     });
     threads.emplace_back([&] {
         for (uint32_t n = 0; !ending; ++n) {
-            uint32_t value = n;
+            uint32_t value = n % 1000;
             const auto allocate = [](uint32_t, const void* p) {
                 EXPECT_NE(*static_cast<const uint32_t*>(p), 0xDEADU);
                 void* block = MEM_ALLOC(128);
