@@ -154,6 +154,19 @@ TEST(Start, FailureOfStackOff) {
     }
 }
 
+// Whoever breaks the connection behind the request does not know whether the modem heard it: its answer counts.
+TEST(Start, AnswerToAStackOffThatFailed) {
+    in_own_process([] {
+        Phone phone;
+        phone.modem.set_return(c_set_mode, -1);
+        phone.event(c_event_up);
+        ASSERT_TRUE(soon([&] { return phone.initialised(); }));
+        EXPECT_EQ(phone.ril()->onStateRequest(), RADIO_STATE_UNAVAILABLE);
+        phone.modem.send(with_context(mode_answer(227, 0), phone.modem.take_received().back()));
+        phone.wait_radio_state(RADIO_STATE_OFF);
+    });
+}
+
 TEST(Start, ConfigurationReachesTheModem) {
     const std::string darp =
         "02 04 00 00 00 38 02 04 00 00 01 55 20 00 01 03 7F 21 25 7F 06 06 02 04 20 00 01 03"

@@ -49,10 +49,9 @@ void mehInit() {
         RIL_TRACE(TRACE_ERROR, "%s get ctx failed --> something wrong here\n", __func__);
         return;
     }
-    const auto ctxt_id = static_cast<uint32_t>(free_id);
-    if (stack_power_off(ril_instance, uta_context_id(ctxt_id)) != 0) {
-        qelril_free_and_return(ctxt_id);  // no answer will come for it
-    }
+    // Where it fails, the context stays until the modem's next end: a connection that broke behind the request leaves
+    // open whether the modem heard it, and the RIL thread may have the answer, and the context, already.
+    stack_power_off(ril_instance, uta_context_id(static_cast<uint32_t>(free_id)));
     sys_sem_signal(s_ril_wait_init_sem);
     second_stack_power_off();
 }
