@@ -126,6 +126,9 @@ TEST(RadioPower, AnswersThatAreNotMeant) {
         in_own_process([&] {
             property_set("persist.dual_sim", dual_sim);
             Phone phone;
+            phone.bring_up();
+            // RIL_Init returns before the other stack is told to go off.
+            ASSERT_TRUE(phone.modem.wait_for(c_set_mode, dual_sim[0] != '\0' ? 2 : 1));
             bring_to(phone, OFF);
             RIL_Token token = power(phone, 1);
             const Bytes request = phone.modem.take_received().back();
