@@ -1,5 +1,7 @@
 #include "ril/utils/thread_stop.h"
 
+#include <poll.h>
+
 #include <atomic>
 #include <cerrno>
 #include <csignal>
@@ -30,6 +32,10 @@ void thread_stop_enter() {
     s_waiting_on.store(nullptr, std::memory_order_relaxed);
     s_owner.store(pthread_self(), std::memory_order_relaxed);
     s_owned.store(true, std::memory_order_release);
+#ifdef __SANITIZE_THREAD__
+    // GCC 12's ThreadSanitizer loses a signal that comes into a thread's first blocking call: this is that call.
+    poll(nullptr, 0, 0);
+#endif
 }
 
 void thread_stop_leave() {
