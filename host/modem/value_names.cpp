@@ -30,6 +30,7 @@ constexpr Enumeration c_enumerations[] = {
     {"UtaMsCpsSetSimModeConfiguration", "mode", c_sim_modes},
     {"UtaSimGenPinReqParam", "activity", c_pin_activities},
     {"UtaSimGenPinRspParam", "activity", c_pin_activities},
+    {"UtaSimGenPinIndParam", "activity", c_pin_activities},
 };
 
 constexpr ValueName c_events[] = {{0xB1000000, "E_MODEM_DOWN"},
