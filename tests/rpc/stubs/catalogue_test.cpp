@@ -103,7 +103,7 @@ TEST(Catalogue, VariationsHaveTheirMembers) {
     EXPECT_EQ(no_header, 9 + 8 + 7);  // calls, one-way functions, responses and indications
     EXPECT_EQ(presence, 9 + 7);
     EXPECT_EQ(enum_result, 13 + 6);
-    EXPECT_EQ(outputs, 23 + 2);  // the published ones, CsiUtaMsTpcGetState and UtaSensorTbatOpen
+    EXPECT_EQ(outputs, 23 + 3);  // the published ones, CsiUtaMsTpcGetState, UtaSensorTbatOpen and UtaMsCpsNvmRead
     EXPECT_GE(callbacks, 4);     // and those in records, once they are spelled out
     EXPECT_EQ(uta::find_function("UtaSensorSrvClose")->variation, uta::PLAIN);
 }
