@@ -87,21 +87,20 @@ constexpr int c_requests[] = {RIL_REQUEST_DIAL,
                               RIL_REQUEST_EXPLICIT_CALL_TRANSFER};
 
 void handle(int32_t request, void* data, size_t length, RIL_Token token) {
-    static const std::map<int, void (*)(uint32_t, void*, size_t, RIL_Token)> c_handlers = {
-        {RIL_REQUEST_DIAL, ril_request_dial},
-        {RIL_REQUEST_ANSWER, ril_request_answer},
-        {RIL_REQUEST_HANGUP, ril_request_hang_up},
-        {RIL_REQUEST_CONFERENCE, ril_request_conference},
-        {RIL_REQUEST_SEPARATE_CONNECTION, ril_request_separate_connection},
-        {RIL_REQUEST_EXPLICIT_CALL_TRANSFER, ril_request_explicit_call_transfer},
-        {RIL_REQUEST_GET_CURRENT_CALLS, ril_request_get_current_calls},
+    static const std::map<int, request_row> c_rows = {
+        {RIL_REQUEST_DIAL, ROW(ril_request_dial)},
+        {RIL_REQUEST_ANSWER, ROW(ril_request_answer)},
+        {RIL_REQUEST_HANGUP, ROW(ril_request_hang_up)},
+        {RIL_REQUEST_CONFERENCE, ROW(ril_request_conference)},
+        {RIL_REQUEST_SEPARATE_CONNECTION, ROW(ril_request_separate_connection)},
+        {RIL_REQUEST_EXPLICIT_CALL_TRANSFER, ROW(ril_request_explicit_call_transfer)},
+        {RIL_REQUEST_GET_CURRENT_CALLS, ROW(ril_request_get_current_calls)},
     };
+    static constexpr request_row c_call_control = ROW(ril_request_call_control);
     const FailingAlloc failing(std::exchange(s_failing_alloc, -1));
-    if (const auto found = c_handlers.find(request); found != c_handlers.end()) {
-        found->second(0, data, length, token);
-    } else {
-        ril_request_call_control(0, request, data, length, token);
-    }
+    const auto found = c_rows.find(request);
+    const request_row& row = found != c_rows.end() ? found->second : c_call_control;
+    row.run(row, {0, request, token}, {data, length});
     s_alloc_refused = FailingAlloc::refused();
 }
 

@@ -5,7 +5,6 @@
 #include <cstdio>
 #include <cstring>
 
-#include "ril/core/src/agg_request/handlers.h"
 #include "ril/core/src/async_ril/async_ril.h"
 #include "ril/core/src/net/data_calls.h"
 #include "ril/core/src/net/net.h"
@@ -34,7 +33,7 @@ void rsp_cb_deactivate(uint32_t sim_id, const void* p_params, uint32_t ctxt_id) 
     for (uint32_t& active : calls.active) {
         active = 0;
     }
-    ril_request_query_available_networks(sim_id, nullptr, 0, rilreq_state_info[ctxt_id].token);
+    on_request_handler(sim_id, RIL_REQUEST_QUERY_AVAILABLE_NETWORKS, nullptr, 0, rilreq_state_info[ctxt_id].token);
     qelril_free_and_return(ctxt_id);
 }
 

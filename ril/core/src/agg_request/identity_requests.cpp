@@ -39,22 +39,19 @@ int32_t ss_get_imei_imeisv(uint32_t sim_id, identities& out) {
 
 }  // namespace
 
-void ril_request_get_imei_imeisv_devid(uint32_t sim_id, int32_t request, void* p_data, size_t data_len,
-                                       RIL_Token token) {
-    (void)p_data;
-    (void)data_len;
+void ril_request_get_imei_imeisv_devid(const ril_request& request) {
     identities numbers;
-    if (ss_get_imei_imeisv(sim_id, numbers) < 0) {
+    if (ss_get_imei_imeisv(request.sim_id, numbers) < 0) {
         RIL_TRACE(TRACE_ERROR, "%s: ss_get_imei_imeisv GENERIC_FAILURE\n", __func__);
-        ril_request_complete(token, RIL_E_GENERIC_FAILURE, nullptr, 0);
+        request.complete(RIL_E_GENERIC_FAILURE);
         return;
     }
     std::array<char*, 2> identity = {numbers.imei + 1, numbers.imeisv + c_software_version};
-    if (request == RIL_REQUEST_GET_IMEI) {
-        ril_request_complete(token, RIL_E_SUCCESS, identity[0], sizeof(char*));
-    } else if (request == RIL_REQUEST_GET_IMEISV) {
-        ril_request_complete(token, RIL_E_SUCCESS, identity[1], sizeof(char*));
+    if (request.number == RIL_REQUEST_GET_IMEI) {
+        ril_request_complete(request.token, RIL_E_SUCCESS, identity[0], sizeof(char*));
+    } else if (request.number == RIL_REQUEST_GET_IMEISV) {
+        ril_request_complete(request.token, RIL_E_SUCCESS, identity[1], sizeof(char*));
     } else {
-        ril_request_complete(token, RIL_E_SUCCESS, identity.data(), sizeof(identity));
+        request.succeed(identity);
     }
 }

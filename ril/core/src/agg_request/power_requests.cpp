@@ -68,34 +68,25 @@ void log_failure(power_action action, int32_t result) {
 
 }  // namespace
 
-void ril_request_radio_power(uint32_t sim_id, void* p_data, size_t data_len, RIL_Token token) {
-    const int32_t free_id = qelril_get_free_ctxt_id(token);
-    if (free_id < 0) {
-        RIL_TRACE(TRACE_ERROR, "%s get ctx failed\n", __func__);
-        ril_request_complete(token, RIL_E_GENERIC_FAILURE, nullptr, 0);
-        return;
-    }
-    const auto ctxt_id = static_cast<uint32_t>(free_id);
-    if (p_data == nullptr || data_len < sizeof(int)) {
-        qelril_free_and_return_generic_failure(ctxt_id);
-        return;
-    }
+void ril_request_radio_power(request_context& context, int32_t on) {
+    const uint32_t sim_id = context.sim_id();
     reset_non_data_registration(sim_id);
     if (is_platform_shutdown()) {
         modem_shutdown(sim_id);
-        qelril_complete_and_return(ctxt_id, RIL_E_SUCCESS, nullptr, 0);
+        context.complete(RIL_E_SUCCESS);
         return;
     }
-    const power_action action = choose(sim_id, *static_cast<const int*>(p_data) != 0);
+    const power_action action = choose(sim_id, on != 0);
     if (action == POWER_NOTHING) {
         RIL_TRACE(TRACE_DETAIL, "%s Radio state for sim[%d] is already the desired value\n", __func__,
                   static_cast<int>(sim_id));
-        qelril_complete_and_return(ctxt_id, RIL_E_SUCCESS, nullptr, 0);
+        context.complete(RIL_E_SUCCESS);
         return;
     }
-    const int32_t result = carry_out(sim_id, action, uta_context_id(ctxt_id));
-    if (result != 0) {
+    const int32_t result = carry_out(sim_id, action, context.uta_id());
+    if (result == 0) {
+        context.in_flight();
+    } else {
         log_failure(action, result);
-        qelril_free_and_return_generic_failure(ctxt_id);
     }
 }

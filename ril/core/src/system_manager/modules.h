@@ -23,6 +23,3 @@ void gprs_exit();
 // on.
 void recovery_check_on_ril_init();
 void ril_recovery(uint32_t sim_id);
-
-// RIL thread.
-void ril_request_set_preferred_network_type(uint32_t sim_id, void* p_data, size_t data_len, RIL_Token token);

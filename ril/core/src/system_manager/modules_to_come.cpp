@@ -13,7 +13,3 @@
 [[gnu::weak]] void gprs_exit() {}
 [[gnu::weak]] void recovery_check_on_ril_init() {}
 [[gnu::weak]] void ril_recovery(uint32_t) {}
-
-[[gnu::weak]] void ril_request_set_preferred_network_type(uint32_t, void*, size_t, RIL_Token token) {
-    ril_request_complete(token, RIL_E_REQUEST_NOT_SUPPORTED, nullptr, 0);
-}

@@ -17,7 +17,6 @@ namespace {
 struct net_pref_info {
     RIL_Token token;  // null once answered
     int32_t value;    // network type
-    size_t length;    // of the request's data
 };
 
 // Written on rild's event thread, on the RIL thread and on the modem event thread.
@@ -58,7 +57,7 @@ void saveNetPrefInfo(uint32_t sim_id, int32_t request, void* data, size_t length
         ril_request_complete(token, RIL_E_GENERIC_FAILURE, nullptr, 0);
         return;
     }
-    *record = {token, *static_cast<const int*>(data), length};
+    *record = {token, *static_cast<const int*>(data)};
     answer_and_free(exchange_record(sim_id, record), RIL_E_GENERIC_FAILURE);
 }
 
@@ -80,7 +79,8 @@ void postRadioPoweron(uint32_t sim_id) {
     }
     net_pref_info* record = exchange_record(sim_id, nullptr);
     if (record != nullptr) {
-        ril_request_set_preferred_network_type(sim_id, &record->value, record->length, record->token);
+        on_request_handler(sim_id, RIL_REQUEST_SET_PREFERRED_NETWORK_TYPE, &record->value, sizeof(record->value),
+                           record->token);
         MEM_FREE(record);
     }
 }
