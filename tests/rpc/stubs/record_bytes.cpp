@@ -17,7 +17,15 @@ UtaSimApduData* apdu(const UtaSimApduData& value) {
     return &s_values.emplace_back(value);
 }
 
-// What UtaNvmParams and UtaCallCsSetUus1InfoParams point to.
+std::string repeat(const std::string& text, int times) {
+    std::string all;
+    while (times-- > 0) {
+        all += text;
+    }
+    return all;
+}
+
+// What UtaNvmParams, UtaCallCsSetUus1InfoParams and the other records with counted octets point to.
 uint8_t s_octets[] = {2, 2, 0};
 UtaCallCsUus1Element s_elements[] = {{{5, 5}, 4, 3, 2}, {{9, 9}, 8, 7, 6}};
 
@@ -115,6 +123,17 @@ const std::vector<RecordBytes>& record_bytes() {
             02 02 00 05  7F 82 1F 82 0E 01  55 81 FF 02 04 00 00 00 FF 02 04 00 00 00 00  06 06 00*253
             02 02 00 07  02 02 00 08
           02 04 00 00 00 09  02 01 0A)"),
+    record<UtaSimReadBinaryReq>({2, 1}, R"(
+        7F 83 10 07  02 01 01  02 02 00 02)"),
+    record<UtaSimUpdateBinaryReq>({2, 3, s_octets}, R"(
+        7F 83 12 1A
+          55 03 02 04 00 00 00 00 02 04 00 00 00 02  02 02 00  00*2  02 01 03  02 02 00 02)"),
+    record<UtaSimApduResult>({3, 2, 1}, R"(
+        7F 83 14 0A  02 01 01  02 01 02  02 02 00 03)"),
+    record<UtaSimReadResult>({{6, 5, 4}, 3, s_octets}, R"(
+        7F 83 15 22
+          55 03 02 04 00 00 00 00 02 04 00 00 00 00  02 02 00  02 01 03
+          7F 83 14 0A  02 01 04  02 01 05  02 02 00 06)"),
     record<UtaSimGenPinReqParam>({1, 0, {.verify = {{{3, 3}}, 2}}}, R"(
         7F 83 55 2D
           02 04 00 00 00 00  02 01 01
@@ -179,6 +198,35 @@ const std::vector<RecordBytes>& record_bytes() {
         7F 83 68 81 D0
           7F 83 5F 81 C2  55 81 B0 02 04 00 00 00 B0 02 04 00 00 00 00  01 01 00*174  02 01 02
           02 04 00 00 00 03  02 01 04)"),
+    record<UtaSmsSetSendMoreMessagesStatusParam>({1}, R"(
+        7F 83 64 06  02 04 00 00 00 01)"),
+    record<UtaSmsDataDownloadParam>({5, 4, 3, {2, {1, 1}}}, R"(
+        7F 83 6B 81 D4
+          7F 83 5F 81 C3  55 81 B0 02 04 00 00 00 B1 02 04 00 00 00 01  01 01 00*174  00*1  02 01 02
+          02 01 03  02 04 00 00 00 04  02 01 05)"),
+    record<UtaSmsDataDownloadResParam>({5, 4, 3, {2, {1, 1}}}, R"(
+        7F 83 6C 81 A8
+          7F 83 6A 81 94  55 81 80 02 04 00 00 00 82 02 04 00 00 00 02  01 01 00*126  00*2  02 01 02
+          02 04 00 00 00 03  02 04 00 00 00 04  02 01 05)"),
+    record<UtaSmsDataDownloadAckParam>({5, 4, 3, {2, {1, 1}}}, R"(
+        7F 83 6D 81 A8
+          7F 83 6A 81 94  55 81 80 02 04 00 00 00 82 02 04 00 00 00 02  01 01 00*126  00*2  02 01 02
+          02 04 00 00 00 03  02 04 00 00 00 04  02 01 05)"),
+    record<UtaSmsSimMsgCountParam>({3, s_octets}, R"(
+        7F 83 6E 1A
+          55 03 02 04 00 00 00 00 02 04 00 00 00 03  02 02 00  00*3  02 04 00 00 00 03)"),
+    record<UtaSmsSimMsgCountRspParams>({4, 2, 1, 3, s_octets}, R"(
+        7F 83 6F 2A
+          55 03 02 04 00 00 00 00 02 04 00 00 00 01  02 02 00  00*1  02 04 00 00 00 03
+          02 04 00 00 00 01  02 04 00 00 00 02  02 04 00 00 00 04)"),
+    record<UtaCbsFilterParam>({9, {8, 8}, 7, {{6, 5}}, 4, 3, 2, 1},
+        ("7F 82 5B 82 46 05  02 04 00 00 00 01  02 04 00 00 00 02  02 04 00 00 00 03  02 04 00 00 00 04 " +
+         repeat("7F 82 5A 08  02 02 00 00  02 02 00 00 ", 99) + "7F 82 5A 08  02 02 00 05  02 02 00 06  02 01 07 " +
+         repeat("02 04 00 00 00 00 ", 18) + "02 04 00 00 00 08  02 04 00 00 00 08  02 01 09").c_str()),
+    record<UtaCbsData>({6, 5, 4, 3, 2, {1, 1}, {}}, R"(
+        7F 82 5D 82 00 05
+          55 82 DD 04 02 04 00 00 04 DE 02 04 00 00 00 01  01 01 00*1243  00*1
+          02 02 00 02  02 01 03  02 02 00 04  02 02 00 05  02 01 06)"),
     record<UtaCallPsDefinePrimaryReqParams>({{{7}, {6, 6}, {5, {4, 4}}, 3, 2, 1}}, R"(
         7F 1E 81 BF
           7F 10 81 BB
