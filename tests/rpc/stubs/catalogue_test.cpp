@@ -15,13 +15,12 @@ using uta::Type;
 
 TEST(Catalogue, IdsAreThosePublished) {
     std::set<uint32_t> absent;
-    for (const auto& [first, last] :
-         {std::pair{235, 284}, {293, 293}, {302, 305}, {359, 361}, {365, 366}, {0, 0}, {382, 1000}}) {
+    for (const auto& [first, last] : {std::pair{235, 284}, {302, 305}, {359, 361}, {365, 366}, {0, 0}, {382, 1000}}) {
         for (int id = first; id <= last; ++id) {
             absent.insert(static_cast<uint32_t>(id));
         }
     }
-    EXPECT_EQ(uta::c_functions.size(), 321U);
+    EXPECT_EQ(uta::c_functions.size(), 321U + 1);  // UtaMsCallPsActivateStatusIndCb is not in the list
     for (uint32_t id = 0; id <= 1000; ++id) {
         const uta::Function* function = uta::find_function(id);
         EXPECT_EQ(function == nullptr, absent.contains(id)) << id;
@@ -32,7 +31,8 @@ TEST(Catalogue, IdsAreThosePublished) {
     }
 }
 
-// Rows, parameters, ids and record parameters of each kind, and the tags, counted in the published list.
+// Rows, parameters, ids and record parameters of each kind, and the tags, counted in the published list. In the calls
+// the name of a data device is a record of 100 bytes in place of a u8, and the indications have one that is not listed.
 TEST(Catalogue, KindsAndParametersAddUp) {
     struct Sum {
         uint32_t rows;
@@ -44,10 +44,14 @@ TEST(Catalogue, KindsAndParametersAddUp) {
         bool operator==(const Sum&) const = default;
     };
     const std::map<Kind, Sum> c_published = {
-        {Kind::CALL, {96, 194, 19292, 75, 4783}},         {Kind::REQUEST, {74, 208, 10745, 43, 2803}},
-        {Kind::ONE_WAY, {9, 16, 3300, 6, 882}},           {Kind::RESPONSE, {63, 184, 9415, 57, 6567}},
-        {Kind::INDICATION, {53, 104, 8185, 50, 6076}},    {Kind::IGNORED_RESPONSE, {13, 47, 2145, 10, 296}},
-        {Kind::IGNORED_INDICATION, {5, 10, 1087, 3, 28}}, {Kind::DYNAMIC_RESPONSE, {4, 13, 1055, 0, 0}},
+        {Kind::CALL, {96, 194, 19292, 75 + 1, 4783 + 100}},
+        {Kind::REQUEST, {74, 208, 10745, 43, 2803}},
+        {Kind::ONE_WAY, {9, 16, 3300, 6, 882}},
+        {Kind::RESPONSE, {63, 184, 9415, 57, 6567}},
+        {Kind::INDICATION, {53 + 1, 104 + 2, 8185 + 293, 50 + 1, 6076 + 4}},
+        {Kind::IGNORED_RESPONSE, {13, 47, 2145, 10, 296}},
+        {Kind::IGNORED_INDICATION, {5, 10, 1087, 3, 28}},
+        {Kind::DYNAMIC_RESPONSE, {4, 13, 1055, 0, 0}},
         {Kind::DYNAMIC_INDICATION, {4, 12, 1254, 3, 24}},
     };
     std::map<Kind, Sum> sums;
@@ -77,9 +81,9 @@ TEST(Catalogue, KindsAndParametersAddUp) {
     EXPECT_EQ(tags, 43U);
     EXPECT_EQ(tags_by_id, 194654U);
     EXPECT_EQ(types[Type::context_id], 154);
-    EXPECT_EQ(types[Type::i32] + types[Type::callback], 295);
+    EXPECT_EQ(types[Type::i32] + types[Type::callback], 295 + 1);
     EXPECT_EQ(types[Type::enumeration], 68);
-    EXPECT_EQ(types[Type::u8], 19);
+    EXPECT_EQ(types[Type::u8], 19 - 1);
     EXPECT_EQ(types[Type::i16], 5);
 }
 
@@ -115,7 +119,7 @@ TEST(Catalogue, RecordTagsAreThosePublished) {
         (record.tag.count == 0 ? plain : tagged) += 1;
         EXPECT_EQ(uta::find_record(uta::record_name(record)), &record);
     }
-    EXPECT_EQ(plain, 15);
+    EXPECT_EQ(plain, 15 + 1);
     EXPECT_GE(tagged, 184);
     for (const auto& [name, tag] : {std::pair{"UtaIoHdl", 1},
                                     {"UtaModeStartupDetails", 1},

@@ -2,6 +2,7 @@
 
 #include <cstring>
 #include <deque>
+#include <string>
 
 namespace {
 
@@ -10,6 +11,14 @@ RecordBytes record(const T& value, const char* wire) {
     Bytes memory(sizeof(T));
     memcpy(memory.data(), &value, sizeof(T));
     return {&uta::record_of<T>(), memory, hex(wire)};
+}
+
+std::string repeated(size_t times, const std::string& text) {
+    std::string all;
+    for (size_t i = 0; i < times; ++i) {
+        all += text;
+    }
+    return all;
 }
 
 UtaSimApduData* apdu(const UtaSimApduData& value) {
@@ -260,6 +269,59 @@ const std::vector<RecordBytes>& record_bytes() {
             7F 09 03  02 01 1C
             7F 08 29  02 04 00 00 00 1D  55 14 02 04 00 00 00 15 02 04 00 00 00 01  1E 1E 00*18  00*1
           7F 0D 06  02 04 00 00 00 1F  02 04 00 00 00 20)"),
+    record<UtaCallPsUndefinePrimaryReqParams>({{1}}, R"(
+        7F 20 09  7F 0D 06  02 04 00 00 00 01)"),
+    record<UtaCallPsUndefinePrimaryRspCbParams>({2, {1}}, R"(
+        7F 21 0F  7F 0D 06  02 04 00 00 00 01  02 04 00 00 00 02)"),
+    record<UtaCallPsGetPrimaryReqParams>({{1}}, R"(
+        7F 22 09  7F 0D 06  02 04 00 00 00 01)"),
+    record<UtaCallPsGetPrimaryRspCbParams>({9, {8}, {{7}, {6, 6}, {5, {4, 4}}, 3, 2, 1}}, R"(
+        7F 23 81 CF
+          7F 10 81 BC
+            02 04 00 00 00 01  02 04 00 00 00 02  02 04 00 00 00 03
+            7F 0F 28  55 14 02 04 00 00 00 14 02 04 00 00 00 00  04 04 00*18  02 04 00 00 00 05
+            55 65 02 04 00 00 00 68 02 04 00 00 00 03  06 06 00*99  00*3  7F 0D 06  02 04 00 00 00 07
+          7F 0D 06  02 04 00 00 00 08  02 04 00 00 00 09)"),
+    record<UtaCallPsSetAuthenticationReqParams>({{4}, {3, 3}, {2, 2}, 1, {}}, R"(
+        7F 2A 81 B0
+          02 04 00 00 00 01
+          55 41 02 04 00 00 00 42 02 04 00 00 00 01  02 02 00*63  00*1
+          55 41 02 04 00 00 00 43 02 04 00 00 00 02  03 03 00*63  00*2
+          7F 0D 06  02 04 00 00 00 04)"),
+    record<UtaCallPsSetAuthenticationRspCbParams>({2, {1}}, R"(
+        7F 2B 0F  7F 0D 06  02 04 00 00 00 01  02 04 00 00 00 02)"),
+    record<UtaCallPsSetReqDnsReqParams>({{2}, 1}, R"(
+        7F 2C 0F  02 04 00 00 00 01  7F 0D 06  02 04 00 00 00 02)"),
+    record<UtaCallPsSetReqDnsRspCbParams>({2, {1}}, R"(
+        7F 2E 0F  7F 0D 06  02 04 00 00 00 01  02 04 00 00 00 02)"),
+    record<UtaCallPsGetNegotiatedDnsReqParams>({{1}}, R"(
+        7F 32 09  7F 0D 06  02 04 00 00 00 01)"),
+    record<UtaCallPsGetNegotiatedDnsRspCbParams>({6, {5}, {4, {3, 3}}, 2, {{1, {1, 1}}}}, (R"(
+        7F 33 82 01 03)" + repeated(15, R"(
+          7F 0F 29  55 14 02 04 00 00 00 15 02 04 00 00 00 01  00*20  00*1  02 04 00 00 00 00)") + R"(
+          7F 0F 2A  55 14 02 04 00 00 00 16 02 04 00 00 00 02  01 01 00*18  00*2  02 04 00 00 00 01
+          02 01 02
+          7F 0F 2B  55 14 02 04 00 00 00 17 02 04 00 00 00 03  03 03 00*18  00*3  02 04 00 00 00 04
+          7F 0D 06  02 04 00 00 00 05  02 04 00 00 00 06)").c_str()),
+    record<UtaCallPsGetNegIpAddrReqParams>({{1}}, R"(
+        7F 50 09  7F 0D 06  02 04 00 00 00 01)"),
+    record<UtaCallPsGetNegIpAddrRspCbParams>({4, {3}, {2, {1, 1}}}, R"(
+        7F 51 3D
+          7F 0F 2B  55 14 02 04 00 00 00 17 02 04 00 00 00 03  01 01 00*18  00*3  02 04 00 00 00 02
+          7F 0D 06  02 04 00 00 00 03  02 04 00 00 00 04)"),
+    record<UtaCallPsActivateStatusIndCbParams>({{1}}, R"(
+        7F 61 09  7F 0D 06  02 04 00 00 00 01)"),
+    record<UtaCallPsDeactivateIndCbParams>({{3}, 2, 1}, R"(
+        7F 69 15
+          02 04 00 00 00 01  02 04 00 00 00 02  7F 0D 06  02 04 00 00 00 03)"),
+    record<UtaCallPsSuspendIndCbParams>({1}, R"(
+        7F 6F 06  02 04 00 00 00 01)"),
+    record<UtaNetGprsClassIndParam>({1, {}}, R"(
+        7F 81 52 06  02 04 00 00 00 01)"),
+    record<UtaIoHdl>({1}, R"(
+        7F 01 06  02 04 00 00 00 01)"),
+    record<UtaRPCPsDeviceName>({"dev"}, R"(
+        55 64 02 04 00 00 00 64 02 04 00 00 00 00  64 65 76 00*97)"),
     record<UtaCpsSetModeParams>({3, 2, 1}, R"(
         7F 84 6B 12
           02 04 00 00 00 01  02 04 00 00 00 02  02 04 00 00 00 03)"),
