@@ -5,6 +5,7 @@
 #include <cstring>
 #include <deque>
 #include <optional>
+#include <span>
 #include <string_view>
 
 #include "host/modem/value_names.h"
@@ -426,10 +427,10 @@ uint8_t* Assembly::element(const Field& field, uint8_t* memory, size_t index) {
     return block + index * size;
 }
 
-}  // namespace
-
-Bytes make_packet(const uta::Function& function, uint32_t context_id, const std::vector<std::string>& assignments,
-                  std::string& error) {
+// The packet that `pack` makes of the assigned parameters.
+template <typename Pack>
+Bytes assemble(const uta::Function& function, uint32_t context_id, const std::vector<std::string>& assignments,
+               std::string& error, Pack pack) {
     if (function.pending) {
         error = std::string("the records of ") + uta::function_name(function) + " are not spelled out";
         return {};
@@ -446,7 +447,7 @@ Bytes make_packet(const uta::Function& function, uint32_t context_id, const std:
             assembly.assign(complete(function, parse_path(assignment.substr(0, equals)), value == "null"), value);
         }
         alignas(8) std::array<uint8_t, 32768> buffer;
-        const auto packet = uta::pack_packet(function, context_id, assembly.words(), buffer);
+        const std::span<uint8_t> packet = pack(assembly.words(), std::span<uint8_t>(buffer));
         if (packet.empty()) {
             fail("it does not fit into a packet");
         }
@@ -455,4 +456,20 @@ Bytes make_packet(const uta::Function& function, uint32_t context_id, const std:
         error = failure.reason;
         return {};
     }
+}
+
+}  // namespace
+
+Bytes make_packet(const uta::Function& function, uint32_t context_id, const std::vector<std::string>& assignments,
+                  std::string& error) {
+    return assemble(function, context_id, assignments, error, [&](const uta::Word* words, std::span<uint8_t> buffer) {
+        return uta::pack_packet(function, context_id, words, buffer);
+    });
+}
+
+Bytes make_return(const uta::Function& function, uint32_t context_id, int32_t result,
+                  const std::vector<std::string>& assignments, std::string& error) {
+    return assemble(function, context_id, assignments, error, [&](const uta::Word* words, std::span<uint8_t> buffer) {
+        return uta::pack_return(function, context_id, result, words, buffer);
+    });
 }

@@ -22,3 +22,7 @@
 // The packet, or nothing with the reason in `error`. A context id parameter gets `context_id` unless it is assigned.
 Bytes make_packet(const uta::Function& function, uint32_t context_id, const std::vector<std::string>& assignments,
                   std::string& error);
+
+// The same for the return of a call: its result, and assignments to its output parameters.
+Bytes make_return(const uta::Function& function, uint32_t context_id, int32_t result,
+                  const std::vector<std::string>& assignments, std::string& error);

@@ -49,6 +49,11 @@ void FakeAndroid::set_unsolicited_hook(std::function<void(int number)> hook) {
     hook_ = std::move(hook);
 }
 
+void FakeAndroid::set_observer(Observer observer) {
+    const std::lock_guard lock(lock_);
+    observer_ = std::move(observer);
+}
+
 std::vector<FakeAndroid::Completion> FakeAndroid::completions() {
     const std::lock_guard lock(lock_);
     return completions_;
@@ -118,6 +123,9 @@ void FakeAndroid::on_complete(RIL_Token token, RIL_Errno error, void* response, 
         completion.text = android.interpreter_ ? android.interpreter_(response, length) : "";
     }
     android.completions_.push_back(std::move(completion));
+    if (android.observer_.completed) {
+        android.observer_.completed(token, error, response, length);
+    }
     android.changed_.notify_all();
 }
 
@@ -129,6 +137,9 @@ void FakeAndroid::on_unsolicited(int number, const void* data, size_t length) {
         message.data.assign(static_cast<const char*>(data), length);
     }
     android.unsolicited_.push_back(std::move(message));
+    if (android.observer_.told) {
+        android.observer_.told(number, data, length);
+    }
     android.changed_.notify_all();
     const std::function<void(int)> hook = android.hook_;
     lock.unlock();

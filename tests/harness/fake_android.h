@@ -42,6 +42,13 @@ public:
     // Called on the library's thread with the number of each unsolicited response, behind its record here.
     void set_unsolicited_hook(std::function<void(int number)> hook);
 
+    // Called on the library's thread with each completion and unsolicited response, while what it points to is valid.
+    struct Observer {
+        std::function<void(RIL_Token token, RIL_Errno error, const void* data, size_t length)> completed;
+        std::function<void(int number, const void* data, size_t length)> told;
+    };
+    void set_observer(Observer observer);
+
     std::vector<Completion> completions();
     std::vector<Unsolicited> unsolicited();
     std::vector<int> unsolicited_numbers();
@@ -66,6 +73,7 @@ private:
     std::vector<Unsolicited> unsolicited_;
     Interpreter interpreter_;
     std::function<void(int)> hook_;
+    Observer observer_;
     std::multimap<int64_t, std::pair<RIL_TimedCallback, void*>> timers_;  // by due time in milliseconds
     int64_t now_ = 0;
 };

@@ -186,10 +186,17 @@ void ScriptedModem::answer(const Bytes& packet) {
     received_.push_back(packet);
     ++counts_[id];
     changed_.notify_all();
-    if (silent_.count(id) != 0) {
+    Return once;
+    std::vector<Return>& next = next_returns_[id];
+    const bool has_next = !next.empty();
+    if (has_next) {
+        once = std::move(next.front());
+        next.erase(next.begin());
+    }
+    if (has_next ? once.silent : silent_.count(id) != 0) {
         return;
     }
-    auto& [values, output] = returns_[id];
+    auto& [values, output, silent] = has_next ? once : returns_[id];
     const int32_t value = values.empty() ? 0 : values.front();
     if (values.size() > 1) {
         values.erase(values.begin());
@@ -217,6 +224,11 @@ void ScriptedModem::answer(const Bytes& packet) {
 void ScriptedModem::set_return(uint32_t id, int32_t value, const Bytes& output) {
     const std::lock_guard lock(lock_);
     returns_[id] = {{value}, output};
+}
+
+void ScriptedModem::set_next_returns(uint32_t id, std::vector<Return> returns) {
+    const std::lock_guard lock(lock_);
+    next_returns_[id] = std::move(returns);
 }
 
 void ScriptedModem::set_returns(uint32_t id, std::vector<int32_t> values) {

@@ -37,6 +37,13 @@ public:
     void set_return(uint32_t id, int32_t value, const Bytes& output = {});
     void set_returns(uint32_t id, std::vector<int32_t> values);  // one after the other, then the last one for ever
     void set_silent(uint32_t id, bool silent);                   // no return at all
+    // The next returns of `id`, in this order, before any of the above.
+    struct Return {
+        std::vector<int32_t> values;
+        Bytes output;
+        bool silent = false;
+    };
+    void set_next_returns(uint32_t id, std::vector<Return> returns);
     // Bytes that follow the return of `id`: an answer or indication, with the request's context id put in place of
     // "AA AA AA AA".
     void set_answer(uint32_t id, const std::string& hex);
@@ -54,11 +61,6 @@ public:
     bool wait_for(uint32_t id, size_t count = 1);
 
 private:
-    struct Return {
-        std::vector<int32_t> values;
-        Bytes output;
-    };
-
     void serve();
     void register_client();
     void answer(const Bytes& packet);
@@ -72,6 +74,7 @@ private:
     std::mutex lock_;
     std::condition_variable changed_;
     std::map<uint32_t, Return> returns_;
+    std::map<uint32_t, std::vector<Return>> next_returns_;
     std::map<uint32_t, Answer> answers_;
     std::set<uint32_t> silent_;
     std::vector<Bytes> received_;

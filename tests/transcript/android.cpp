@@ -1,0 +1,182 @@
+#include "tests/transcript/android.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <optional>
+#include <span>
+
+#include "host/android/rild/responses.h"
+#include "host/console/parcel_text.h"
+#include "host/console/protocol.h"
+
+namespace {
+
+constexpr int c_version = 9;  // of Android's interface
+constexpr size_t c_longer = 8;
+
+// What the parcel of a form consists of: i integers, s texts, r bytes, u user-to-user information; in capitals as many
+// as there are, behind their number.
+const char* parcel_of(Form form) {
+    switch (form) {
+        case Form::nothing:
+            return "";
+        case Form::string:
+            return "s";
+        case Form::strings:
+            return "S";
+        case Form::raw:
+            return "r";
+        case Form::dial:
+            return "siu";
+        case Form::sim_io:
+            return "iisiiisss";
+        case Form::sms_write:
+            return "iss";
+        case Form::call_forward:
+            return "iiiisi";
+        case Form::broadcast_config:
+            return "B";
+        default:
+            return "I";
+    }
+}
+
+int32_t integer_of(const Word& word) {
+    char* end = nullptr;
+    const long long value = std::strtoll(word.text.c_str(), &end, 0);
+    if (word.text.empty() || *end != '\0') {
+        fail("no integer: " + word.text);
+    }
+    return static_cast<int32_t>(value);
+}
+
+std::optional<std::string> text_of(const Word& word) {
+    return word.text == "null" && !word.quoted ? std::nullopt : std::optional(word.text);
+}
+
+std::string bytes_of(std::span<const Word> words) {
+    std::string hex, bytes;
+    for (const Word& word : words) {
+        hex += word.text;
+    }
+    for (size_t i = 0; i + 1 < hex.size(); i += 2) {
+        bytes += static_cast<char>(std::stoul(hex.substr(i, 2), nullptr, 16));
+    }
+    return bytes;
+}
+
+std::string parcel_from(const char* items, std::span<const Word> words) {
+    std::string parcel;
+    const Word nothing{"null", false};
+    const Word zero{"0", false};
+    for (const char* item = items; *item != '\0'; ++item) {
+        const bool there = !words.empty();
+        const bool all = *item == 'I' || *item == 'S' || *item == 'B';
+        switch (*item) {
+            case 'i':
+                put_int32(parcel, integer_of(there ? words[0] : zero));
+                break;
+            case 's':
+                put_string(parcel, text_of(there ? words[0] : nothing));
+                break;
+            case 'r':
+                put_raw(parcel, bytes_of(words));
+                words = {};
+                break;
+            case 'u':
+                put_int32(parcel, there ? 1 : 0);
+                if (there) {
+                    parcel += parcel_from("iir", words);
+                    words = {};
+                }
+                break;
+            default:
+                put_int32(parcel, static_cast<int32_t>(*item == 'B' ? words.size() / 5 : words.size()));
+                for (const Word& word : words) {
+                    parcel += parcel_from(*item == 'S' ? "s" : "i", {&word, 1});
+                }
+        }
+        words = all ? std::span<const Word>{} : words.subspan(words.empty() ? 0 : 1);
+    }
+    if (!words.empty()) {
+        fail("more words than the request has data: " + words[0].text);
+    }
+    return parcel;
+}
+
+void set_block(Arguments& arguments, const void* data, size_t known, size_t length) {
+    auto* block = arguments.make<uint8_t>(length);
+    memcpy(block, data, std::min(known, length));
+    arguments.data = block;
+    arguments.length = length;
+}
+
+std::string hex_text(const void* data, size_t length) {
+    std::string text = "<";
+    char digits[3];
+    for (const uint8_t byte : std::span(static_cast<const uint8_t*>(data), length)) {
+        snprintf(digits, sizeof(digits), "%02X", byte);
+        text += digits;
+    }
+    return text + ">";
+}
+
+std::string data_text(Form form, std::string_view layout, const void* data, size_t length) {
+    if (data == nullptr && length == 0) {
+        return "";
+    }
+    ParcelWriter parcel;
+    if (layout.empty() || !put_response(form, data, length, c_version, parcel)) {
+        return data == nullptr ? "null" : hex_text(data, length);
+    }
+    const std::vector<uint8_t> message = parcel.take_message();
+    ParcelCursor cursor(
+        std::string_view(reinterpret_cast<const char*>(message.data()), message.size()).substr(c_length_word));
+    return text_of(layout, cursor);
+}
+
+}  // namespace
+
+void read_words(int request, const std::vector<Word>& words, Arguments& arguments) {
+    std::span<const Word> rest(words);
+    const std::string kind = rest.empty() || rest[0].quoted ? "" : rest[0].text;
+    if (kind == "nodata" || kind == "hex" || kind == "short" || kind == "long") {
+        rest = rest.subspan(1);
+    }
+    if (kind == "nodata") {
+        arguments.length = rest.empty() ? 0 : static_cast<size_t>(integer_of(rest[0]));
+        return;
+    }
+    if (kind == "hex") {
+        const std::string bytes = bytes_of(rest);
+        set_block(arguments, bytes.data(), bytes.size(), bytes.size());
+        return;
+    }
+    const Form form = form_of_request(request).argument;
+    const char* items = parcel_of(form);
+    if (rest.empty() && (*items == 'I' || *items == 'S' || *items == 'r')) {
+        return;
+    }
+    const std::string parcel = parcel_from(items, rest);
+    ParcelReader reader({reinterpret_cast<const uint8_t*>(parcel.data()), parcel.size()});
+    if (!read_arguments(form == Form::unknown ? Form::ints : form, reader, arguments)) {
+        fail("these are no data for this request");
+    }
+    const size_t length = arguments.length;
+    if (form == Form::string) {
+        arguments.length = kind == "short" ? length - 1 : kind == "long" ? length + c_longer : length;
+    } else if (kind == "short") {
+        set_block(arguments, arguments.data, length, length - 1);
+    } else if (kind == "long") {
+        set_block(arguments, arguments.data, length, length + c_longer);
+    }
+}
+
+std::string response_text(int request, const void* data, size_t length) {
+    return data_text(form_of_request(request).response, response_layout(request), data, length);
+}
+
+std::string unsol_text(int number, const void* data, size_t length) {
+    return data_text(form_of_unsol(number), unsol_layout(number), data, length);
+}

@@ -1,0 +1,328 @@
+#include "tests/transcript/notation.h"
+
+#include <algorithm>
+#include <cctype>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <map>
+
+namespace {
+
+constexpr int c_deepest = 16;  // definitions in definitions
+constexpr std::string_view c_blanks = " \t";
+constexpr std::string_view c_new_line = " // ";
+
+std::string trimmed(std::string_view text) {
+    const size_t start = text.find_first_not_of(c_blanks);
+    return start == text.npos ? "" : std::string(text.substr(start, text.find_last_not_of(c_blanks) + 1 - start));
+}
+
+// The first place at or behind `from`, outside quotes, where one of `characters` stands.
+size_t find_outside(std::string_view text, std::string_view characters, size_t from = 0) {
+    bool quoted = false;
+    for (size_t i = from; i < text.size(); ++i) {
+        if (quoted && text[i] == '\\') {
+            ++i;
+        } else if (text[i] == '"') {
+            quoted = !quoted;
+        } else if (!quoted && characters.find(text[i]) != characters.npos) {
+            return i;
+        }
+    }
+    return text.size();
+}
+
+std::vector<std::string> raw_words(std::string text) {
+    std::vector<std::string> words;
+    while (!(text = trimmed(text)).empty()) {
+        words.push_back(take_word(text));
+    }
+    return words;
+}
+
+bool is_assignment(const std::string& word) {
+    return find_outside(word, "=") < word.size();
+}
+
+std::string without_comment(const std::string& text) {
+    for (size_t at = find_outside(text, "#"); at < text.size(); at = find_outside(text, "#", at + 1)) {
+        if (at == 0 || c_blanks.find(text[at - 1]) != c_blanks.npos) {
+            return trimmed(text.substr(0, at));
+        }
+    }
+    return trimmed(text);
+}
+
+bool is_of_a_name(char c) {
+    return std::isalnum(static_cast<unsigned char>(c)) != 0 || c == '_';
+}
+
+using Values = std::map<std::string, std::string>;
+
+// Puts the values in place of `$name` and `${name}`. What has no value stays.
+std::string with_values(const std::string& text, const Values& values) {
+    std::string result;
+    for (size_t i = 0; i < text.size();) {
+        const bool braced = text.compare(i, 2, "${") == 0;
+        const size_t start = i + (braced ? 2 : 1);
+        size_t end = start;
+        while (text[i] == '$' && end < text.size() && is_of_a_name(text[end])) {
+            ++end;
+        }
+        if (const auto found = values.find(text.substr(start, end - start)); end > start && found != values.end()) {
+            result += found->second;
+            i = end + (braced ? 1 : 0);
+        } else {
+            result += text[i++];
+        }
+    }
+    return result;
+}
+
+class Reader {
+public:
+    void read_file(const std::string& path);
+    void finish();
+    std::vector<Case> cases;
+
+private:
+    struct Source {
+        std::string file;
+        int number;
+        std::string text;
+    };
+
+    void take(const Source& source);
+    std::string expanded(const std::string& text, int depth) const;
+    std::string definition(const std::string& body, const std::vector<std::string>& words, int depth) const;
+    void put_lines(const Source& source, const Values& row, std::vector<Line>& lines) const;
+
+    Values definitions_;
+    std::vector<Source> common_;  // in front of the first case
+    std::vector<Source> body_;
+    std::string title_;
+    std::vector<std::string> names_;              // of the table's columns
+    std::vector<std::vector<std::string>> rows_;  // of the table
+};
+
+void Reader::read_file(const std::string& path) {
+    std::ifstream file(path);
+    if (!file) {
+        fail("cannot read " + path);
+    }
+    Source source{path, 0, ""};
+    int number = 0;
+    for (std::string text; std::getline(file, text);) {
+        ++number;
+        source.number = source.text.empty() ? number : source.number;
+        source.text += (source.text.empty() ? "" : " ") + without_comment(text);
+        if (source.text.ends_with('\\')) {
+            source.text.pop_back();
+            continue;
+        }
+        if (!source.text.empty()) {
+            try {
+                take(source);
+            } catch (const Failure& failure) {
+                fail(path + ":" + std::to_string(source.number) + ": " + failure.reason);
+            }
+        }
+        source.text.clear();
+    }
+}
+
+void Reader::take(const Source& source) {
+    std::string rest = source.text;
+    const std::string word = take_word(rest);
+    if (word == "include") {
+        read_file((std::filesystem::path(source.file).parent_path() / rest).string());
+    } else if (word == "define") {
+        const std::string name = take_word(rest);
+        definitions_[name] = rest;
+    } else if (word == "case") {
+        finish();
+        title_ = rest;
+    } else if (word == "each") {
+        names_ = raw_words(rest);
+    } else if (word == "+") {
+        rows_.push_back(raw_words(rest));
+        if (rows_.back().size() > names_.size()) {
+            fail("more values than names");
+        }
+    } else {
+        (title_.empty() ? common_ : body_).push_back(source);
+    }
+}
+
+// Makes the cases of the lines since the last title, one for each row of its table.
+void Reader::finish() {
+    if (title_.empty()) {
+        return;
+    }
+    if (rows_.empty()) {
+        rows_.push_back({});
+    }
+    for (const std::vector<std::string>& row : rows_) {
+        Case one{title_, {}};
+        Values values;
+        for (size_t i = 0; i < names_.size(); ++i) {
+            values[names_[i]] = i < row.size() ? row[i] : "";
+            one.title += (i == 0 ? ": " : " ") + values[names_[i]];
+        }
+        for (const auto* sources : {&common_, &body_}) {
+            for (const Source& source : *sources) {
+                put_lines(source, values, one.lines);
+            }
+        }
+        cases.push_back(std::move(one));
+    }
+    body_.clear();
+    names_.clear();
+    rows_.clear();
+}
+
+void Reader::put_lines(const Source& source, const Values& row, std::vector<Line>& lines) const {
+    try {
+        const std::string text = expanded(with_values(with_values(source.text, row), definitions_), 0);
+        for (const std::string& one : split(text, c_new_line)) {
+            const std::vector<std::string> columns = split(one, "|");
+            Line line{source.file, source.number, {}};
+            if (columns.size() > line.columns.size()) {
+                fail("more than four columns");
+            }
+            std::copy(columns.begin(), columns.end(), line.columns.begin());
+            lines.push_back(std::move(line));
+        }
+    } catch (const Failure& failure) {
+        fail(source.file + ":" + std::to_string(source.number) + ": " + failure.reason);
+    }
+}
+
+// Each piece between separators whose first word is defined becomes its definition.
+std::string Reader::expanded(const std::string& text, int depth) const {  // NOLINT(misc-no-recursion): bounded
+    if (depth > c_deepest) {
+        fail("a definition that contains itself: " + text);
+    }
+    std::string result;
+    for (size_t at = 0; at <= text.size();) {
+        size_t end = find_outside(text, "|;/", at);
+        while (end < text.size() && text[end] == '/' &&
+               !std::string_view(text).substr(end == 0 ? 0 : end - 1).starts_with(c_new_line)) {
+            end = find_outside(text, "|;/", end + 1);
+        }
+        std::string piece = text.substr(at, end - at);
+        std::vector<std::string> words = raw_words(piece);
+        // A name in front stays.
+        std::string prefix;
+        if (!words.empty() && (words[0].ends_with(':') || words[0].starts_with('@'))) {
+            prefix = words[0] + " ";
+            words.erase(words.begin());
+        } else if (words.size() > 1 && words[1] == "=") {
+            prefix = words[0] + " = ";
+            words.erase(words.begin(), words.begin() + 2);
+        }
+        const auto found = words.empty() ? definitions_.end() : definitions_.find(words[0]);
+        if (found != definitions_.end()) {
+            words.erase(words.begin());
+            piece = " " + prefix + definition(found->second, words, depth) + " ";
+        }
+        result += piece;
+        const size_t size = end == text.size() ? 0 : text[end] == '/' ? 2 : 1;
+        result += text.substr(end, size);
+        at = end + std::max<size_t>(size, 1);
+    }
+    return result;
+}
+
+// $1 to $9 are the words without "=", $* is all of them. Assignments are put behind, unless the definition is a whole
+// line.
+std::string Reader::definition(const std::string& body,
+                               const std::vector<std::string>& words,  // NOLINT(misc-no-recursion)
+                               int depth) const {
+    Values values;
+    std::string behind;
+    int count = 0;
+    for (int i = 1; i <= 9; ++i) {
+        values[std::to_string(i)];
+    }
+    std::string all;
+    for (const std::string& word : words) {
+        if (is_assignment(word)) {
+            behind += " " + word;
+        } else {
+            values[std::to_string(++count)] = word;
+            all += (all.empty() ? "" : " ") + word;
+        }
+    }
+    std::string text = body;
+    for (size_t at = text.find("$*"); at != text.npos; at = text.find("$*", at + all.size())) {
+        text.replace(at, 2, all);
+    }
+    return expanded(with_values(with_values(text, values), definitions_) + behind, depth + 1);
+}
+
+}  // namespace
+
+void fail(const std::string& reason) {
+    throw Failure{reason};
+}
+
+std::vector<Case> read_transcript(const std::string& path) {
+    Reader reader;
+    reader.read_file(path);
+    reader.finish();
+    if (reader.cases.empty()) {
+        fail(path + ": no case");
+    }
+    return std::move(reader.cases);
+}
+
+std::string unquoted(std::string_view text) {
+    std::string result;
+    for (size_t i = 0; i < text.size(); ++i) {
+        if (text[i] == '"') {
+            continue;
+        }
+        if (text[i] != '\\' || ++i == text.size()) {
+            result += text[i < text.size() ? i : i - 1];
+        } else if (text[i] == 'x') {
+            result += static_cast<char>(std::strtoul(std::string(text.substr(i + 1, 2)).c_str(), nullptr, 16));
+            i += 2;
+        } else {
+            result += text[i] == 'n' ? '\n' : text[i] == 'r' ? '\r' : text[i];
+        }
+    }
+    return result;
+}
+
+std::vector<Word> words_of(std::string_view text) {
+    std::vector<Word> words;
+    for (const std::string& word : raw_words(std::string(text))) {
+        words.push_back({unquoted(word), word.find('"') != word.npos});
+    }
+    return words;
+}
+
+std::vector<std::string> split(std::string_view text, std::string_view separator) {
+    std::vector<std::string> pieces;
+    size_t start = 0;
+    for (size_t at = 0; at < text.size();) {
+        at = find_outside(text, separator.substr(0, 1), at);
+        if (text.substr(at).starts_with(separator)) {
+            pieces.push_back(trimmed(text.substr(start, at - start)));
+            start = at + separator.size();
+        }
+        at = std::max(at + 1, start);
+    }
+    pieces.push_back(trimmed(text.substr(start)));
+    return pieces;
+}
+
+std::string take_word(std::string& text) {
+    text = trimmed(text);
+    const size_t end = find_outside(text, c_blanks);
+    const std::string word = text.substr(0, end);
+    text = trimmed(std::string_view(text).substr(end));
+    return word;
+}

@@ -1,0 +1,40 @@
+// Reads transcripts (docs/transcripts.md): included files, definitions and tables are put in place, lines are cut into
+// columns.
+#pragma once
+
+#include <array>
+#include <string>
+#include <string_view>
+#include <vector>
+
+// Something in a transcript cannot be read, or did not happen as it says.
+struct Failure {
+    std::string reason;
+};
+[[noreturn]] void fail(const std::string& reason);
+
+struct Line {
+    std::string file;
+    int number;
+    std::array<std::string, 4> columns;  // what is done, packets, the modem's answers, what Android gets
+};
+
+struct Case {
+    std::string title;
+    std::vector<Line> lines;
+};
+
+// The cases of a file, each with the lines in front of the first one.
+std::vector<Case> read_transcript(const std::string& path);
+
+struct Word {
+    std::string text;  // without quotes
+    bool quoted;       // has quotes
+};
+std::vector<Word> words_of(std::string_view text);
+std::string unquoted(std::string_view text);  // of one word
+
+// At the separators that stand outside quotes, without blanks around the pieces.
+std::vector<std::string> split(std::string_view text, std::string_view separator);
+// The first word, taken off the text with the blanks around it.
+std::string take_word(std::string& text);

@@ -1,0 +1,90 @@
+// Plays a case of a transcript on a phone of its own.
+#pragma once
+
+#include <deque>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "tests/harness/phone.h"
+#include "tests/transcript/notation.h"
+
+class Player {
+public:
+    Player();
+
+    // Fails the test at the line that did not hold, and ends there.
+    void play(const Case& one);
+
+private:
+    // What Android got.
+    struct Event {
+        bool is_completion;
+        std::string name;  // of the request, or that it was made in line so and so
+        int number;        // an error, or of an unsolicited response
+        std::string text;  // its data
+    };
+    using Words = std::vector<Word>;
+    struct Action {
+        const char* word;
+        void (Player::*run)(const Words& words, const std::string& rest);
+        bool only_looks;  // is not done to the phone
+    };
+    static const Action c_actions[];
+
+    void begin(const std::vector<Line>& lines, size_t at);
+    void set_returns(const std::vector<Line>& lines, size_t at);
+    void act(const Line& line);
+    void request(std::string text);
+    void see_packets(const Line& line);
+    void answer(const Line& line);
+    void see_events(const Line& line);
+    void settle();
+    void pass_fence();
+    void wait_until_served();
+
+    void take_packets();
+    std::string see_event(const std::string& item);
+    std::string text_of(const Event& event) const;
+    void add_event(Event event);
+    void add_completion(RIL_Token token, RIL_Errno error, const void* data, size_t length);
+    Phone& phone();
+
+    void start_phone(const Words& words, const std::string& rest);
+    void advance_clock(const Words& words, const std::string& rest);
+    void modem_event(const Words& words, const std::string& rest);
+    void daemon(const Words& words, const std::string& rest);
+    void set_property(const Words& words, const std::string& rest);
+    void look_at_property(const Words& words, const std::string& rest);
+    void look_for_log(const Words& words, const std::string& rest);
+    void look_for_no_log(const Words& words, const std::string& rest);
+    void look_at_state(const Words& words, const std::string& rest);
+    void look_at_timers(const Words& words, const std::string& rest);
+    void set_return(const Words& words, const std::string& rest);
+    void set_silent(const Words& words, const std::string& rest);
+    void set_answer(const Words& words, const std::string& rest);
+    void write_file(const Words& words, const std::string& rest);
+    void look_at_file(const Words& words, const std::string& rest);
+    void shell(const Words& words, const std::string& rest);
+    void forget(const Words& words, const std::string& rest);
+
+    std::unique_ptr<Phone> phone_;
+    uint32_t sim_id_ = 0;
+    bool modem_is_up_ = false;
+    bool may_be_away_ = false;  // the library may not serve requests yet
+    size_t log_start_ = 0;      // of what the last action left in the log
+    int line_ = 0;
+
+    std::deque<Bytes> packets_;                 // that the modem got and no line has told
+    std::string name_;                          // of the request that lines are about
+    std::map<std::string, uint32_t> contexts_;  // by the request's name
+    uint32_t client_ = 0x20000100;              // context of an indication
+
+    std::mutex lock_;  // of what is below
+    std::deque<Event> events_;
+    std::map<RIL_Token, std::pair<std::string, int>> requests_;  // name and number by token
+    std::deque<bool> fences_;  // indications on their way that look like a fence: whether they are one
+    size_t passed_ = 0;        // fences
+};
