@@ -22,16 +22,7 @@ int64_t now_ns() {
 Capture::~Capture() = default;
 
 bool Capture::start(Loop& loop, const std::string& file, const std::string& tap, std::string& error) {
-    if (!file.empty()) {
-        file_.reset(fopen(file.c_str(), "we"));
-        if (file_ == nullptr) {
-            error = file + ": " + strerror(errno);
-            return false;
-        }
-        // Whole lines reach the file at once, so that it is good to read while the modem runs, and after it died.
-        setvbuf(file_.get(), nullptr, _IOLBF, 1U << 16);
-        fputs(heading().c_str(), file_.get());
-    }
+    // The tap comes first: a modem that isn't alone leaves the other's file as it is.
     if (!tap.empty()) {
         tap_ = LineServer::start(loop, tap,
                                  {.arrived =
@@ -45,6 +36,16 @@ bool Capture::start(Loop& loop, const std::string& file, const std::string& tap,
             error = tap + ": " + strerror(errno);
             return false;
         }
+    }
+    if (!file.empty()) {
+        file_.reset(fopen(file.c_str(), "we"));
+        if (file_ == nullptr) {
+            error = file + ": " + strerror(errno);
+            return false;
+        }
+        // Whole lines reach the file at once, so that it is good to read while the modem runs, and after it died.
+        setvbuf(file_.get(), nullptr, _IOLBF, 1U << 16);
+        fputs(heading().c_str(), file_.get());
     }
     return true;
 }

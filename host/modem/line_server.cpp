@@ -28,9 +28,9 @@ LineServer::~LineServer() {
         loop_.forget(caller.fd);
         close(caller.fd);
     }
+    unlink(path_.c_str());
     loop_.forget(listening_);
     close(listening_);
-    unlink(path_.c_str());
 }
 
 void LineServer::accept_all() {

@@ -74,8 +74,8 @@ Registration::~Registration() {
     }
     for (size_t i = 0; i < c_paths.size(); ++i) {
         if (listening_[i] >= 0) {
-            close_fd(listening_[i]);
             unlink(c_paths[i]);
+            close_fd(listening_[i]);
         }
     }
 }

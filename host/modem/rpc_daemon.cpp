@@ -54,7 +54,6 @@ bool put_marker() {
 }  // namespace
 
 std::unique_ptr<RpcDaemon> RpcDaemon::start(Loop& loop, Capture& capture, DaemonListener listener, std::string& error) {
-    unlink(c_marker);
     std::unique_ptr<RpcDaemon> it(new RpcDaemon(loop, capture, std::move(listener)));
     RpcDaemon* self = it.get();
     it->registration_ = Registration::start(
@@ -69,6 +68,7 @@ std::unique_ptr<RpcDaemon> RpcDaemon::start(Loop& loop, Capture& capture, Daemon
     if (it->registration_ == nullptr) {
         return nullptr;
     }
+    unlink(c_marker);  // clients wait for it to be made
     if (!put_marker()) {
         error = std::string(c_marker) + ": " + strerror(errno);
         return nullptr;
@@ -80,7 +80,9 @@ RpcDaemon::RpcDaemon(Loop& loop, Capture& capture, DaemonListener listener)
     : loop_(loop), capture_(capture), listener_(std::move(listener)) {}
 
 RpcDaemon::~RpcDaemon() {
-    unlink(c_marker);
+    if (registration_ != nullptr) {
+        unlink(c_marker);
+    }
     for (const auto& [id, client] : clients_) {
         for (const int fd : {client.send, client.recv}) {
             loop_.forget(fd);

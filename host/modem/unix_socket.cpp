@@ -1,5 +1,7 @@
 #include "host/modem/unix_socket.h"
 
+#include <fcntl.h>
+#include <sys/file.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
@@ -27,11 +29,44 @@ int fail_and_close(int fd) {
     return -1;
 }
 
+// Keeps others from the folder of `path` while it lives, so that of two who start at once one finds the other.
+class FolderLock {
+public:
+    explicit FolderLock(const std::string& path)
+        : folder_(open(path.substr(0, path.rfind('/') + 1).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {
+        flock(folder_, LOCK_EX);
+    }
+    ~FolderLock() {
+        const int error = errno;
+        close(folder_);
+        errno = error;
+    }
+    FolderLock(const FolderLock&) = delete;
+    FolderLock& operator=(const FolderLock&) = delete;
+
+private:
+    int folder_;
+};
+
+// One whose queue of callers is full listens too.
+bool somebody_listens(const sockaddr_un& address) {
+    const int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+    const bool listens =
+        connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) == 0 || errno == EAGAIN;
+    close(fd);
+    return listens;
+}
+
 }  // namespace
 
 int listen_unix(const std::string& path) {
     sockaddr_un address;
     if (!make_address(path, address)) {
+        return -1;
+    }
+    const FolderLock lock(path);
+    if (somebody_listens(address)) {
+        errno = EADDRINUSE;
         return -1;
     }
     const int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);

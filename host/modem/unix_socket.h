@@ -5,7 +5,8 @@
 
 #include <string>
 
-// Listens at `path`, which every user may connect to; what a dead server left there gives way. -1 with errno.
+// Listens at `path`, which every user may connect to; what a dead server left there gives way, a living one keeps it
+// (EADDRINUSE). Whoever ends takes the path away before it closes the socket. -1 with errno.
 int listen_unix(const std::string& path);
 // The next caller of a listening socket, or -1 when there is none.
 int accept_unix(int listening);

@@ -41,6 +41,22 @@ TEST(Registration, WhatADeadDaemonLeftGivesWay) {
     expect_served(Client());
 }
 
+TEST(Registration, ASecondModemLeavesTheFirstOneAlone) {
+    const std::string capture = "/dev/socket/capture";
+    const ModemProcess first({"--capture", capture});
+    const Client client;
+    const std::string captured = read_file(capture);
+    EXPECT_NE(captured, "");
+    ModemProcess second({"--capture", capture}, ModemProcess::Wait::FOR_NOTHING);
+    EXPECT_EQ(second.end(0), 1);
+    for (const char* path : c_own_files) {
+        EXPECT_TRUE(exists(path)) << path;
+    }
+    EXPECT_THAT(read_file(capture), testing::StartsWith(captured));
+    expect_served(client);
+    expect_served(Client());
+}
+
 TEST(Registration, GreetingsAndIds) {
     const ModemProcess modem;
     std::vector<Client> clients(3);
