@@ -4,6 +4,7 @@
 
 #include "host/modem/calls.h"
 #include "host/modem/commands.h"
+#include "host/modem/net.h"
 
 namespace {
 
@@ -316,6 +317,9 @@ void stack_switched(Modem& modem, uint32_t sim_id, bool stack_on, bool) {
 // --- For scenarios ---------------------------------------------------------------------------------------------------
 
 std::string incoming(Modem& modem, uint32_t sim_id, const std::string& number) {
+    if (!stack_is_registered(sim_id)) {
+        return "the stack is not registered";
+    }
     const Call* call = add_call(sim_id, State::INCOMING, number == "unknown" ? "" : number);
     if (call == nullptr) {
         return "there are too many calls";

@@ -135,6 +135,7 @@ std::string card_command(Modem& modem, const std::vector<std::string>& arguments
         card.inserted = false;
         report_card(modem, sim_id, c_reset_removal, c_indicator_gone);
         modem.later(c_reset_time, [&modem, sim_id] { report_info(modem, sim_id); });
+        modem.card_changed(sim_id);
         return "";
     }
     if (what == "insert") {
@@ -142,12 +143,14 @@ std::string card_command(Modem& modem, const std::vector<std::string>& arguments
         card.is_3g = !said("2g");
         card.wants_pin = said("pin");
         start_card(modem, sim_id);
+        modem.card_changed(sim_id);
         return "";
     }
     if (what == "unlock") {
         card.wants_pin = false;
         report_info(modem, sim_id);
         initialise(modem, sim_id);
+        modem.card_changed(sim_id);
         return "";
     }
     return "wants remove, insert or unlock";

@@ -103,6 +103,15 @@ std::string milliseconds(const Arguments& arguments, Loop::Milliseconds& setting
     return "";
 }
 
+std::string seed(Modem& modem, const Arguments& arguments) {
+    const auto value = arguments.size() == 1 ? parse_integer(arguments[0]) : std::nullopt;
+    if (!value || *value < 0) {
+        return "wants a number, 0 or more";
+    }
+    modem.set_seed(static_cast<uint32_t>(*value));
+    return "";
+}
+
 std::string silent(Modem& modem, const Arguments& arguments) {
     if (arguments.size() != 1 || (arguments[0] != "responses" && arguments[0] != "off")) {
         return "wants responses or off";
@@ -206,6 +215,7 @@ std::vector<Command> modem_commands() {
          [](Modem& modem, const Arguments& arguments) { return milliseconds(arguments, modem.settings.latency); }},
         {"boot-delay", "MS", "from power to E_MODEM_UP",
          [](Modem& modem, const Arguments& arguments) { return milliseconds(arguments, modem.settings.boot_delay); }},
+        {"seed", "NUMBER", "of the order in which responses and indications come; 0: responses first", seed},
         {"send", "CLIENT|* FUNCTION [FIELD=VALUE...]",
          "a packet from the modem. A FIELD is a path such as param.call.call_id, or the end of one; fields\n"
          "that are not named are 0. The context id is that of the client's last request",

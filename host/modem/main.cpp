@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <random>
 
 #include "host/modem/commands.h"
 #include "host/modem/modem.h"
@@ -32,8 +33,10 @@ constexpr const char* c_usage =
     "  --capture FILE     write every packet to FILE, for uta-print\n"
     "  --boot-delay MS    from power to E_MODEM_UP; 50 by default\n"
     "  --latency MS       from a request to its response; 3 by default\n"
+    "  --seed N           of the order in which responses and indications come; by chance unless given, 0 puts\n"
+    "                     responses first\n"
     "  --no-boot          stay off until told otherwise\n"
-    "  --quiet            say nothing on stderr\n"
+    "  --quiet            say nothing on stderr but a seed that wasn't given\n"
     "  --help             print this\n"
     "\n"
     "Who connects to /dev/socket/modem_control sends commands as lines and gets \"ok\" or \"error ...\" for each, "
@@ -49,6 +52,7 @@ struct Options {
     Settings settings;
     std::string script;
     std::string capture;
+    std::optional<uint32_t> seed;
     bool boot = true;
 };
 
@@ -57,12 +61,12 @@ struct Options {
     exit(status);
 }
 
-Loop::Milliseconds milliseconds(const char* text) {
+uint32_t number(const char* text) {
     const auto value = parse_integer(text);
     if (!value || *value < 0) {
-        fail(std::string("bad time: ") + text, c_exit_usage);
+        fail(std::string("bad number: ") + text, c_exit_usage);
     }
-    return Loop::Milliseconds(*value);
+    return static_cast<uint32_t>(*value);
 }
 
 Options read_options(int argc, char** argv) {
@@ -70,6 +74,7 @@ Options read_options(int argc, char** argv) {
                                     {"capture", required_argument, nullptr, 'c'},
                                     {"boot-delay", required_argument, nullptr, 'b'},
                                     {"latency", required_argument, nullptr, 'l'},
+                                    {"seed", required_argument, nullptr, 'e'},
                                     {"no-boot", no_argument, nullptr, 'n'},
                                     {"quiet", no_argument, nullptr, 'q'},
                                     {"help", no_argument, nullptr, 'h'},
@@ -84,10 +89,13 @@ Options read_options(int argc, char** argv) {
                 options.capture = optarg;
                 break;
             case 'b':
-                options.settings.boot_delay = milliseconds(optarg);
+                options.settings.boot_delay = Loop::Milliseconds(number(optarg));
                 break;
             case 'l':
-                options.settings.latency = milliseconds(optarg);
+                options.settings.latency = Loop::Milliseconds(number(optarg));
+                break;
+            case 'e':
+                options.seed = number(optarg);
                 break;
             case 'n':
                 options.boot = false;
@@ -104,6 +112,12 @@ Options read_options(int argc, char** argv) {
     }
     if (optind != argc) {
         fail(std::string("what is ") + argv[optind] + "?", c_exit_usage);
+    }
+    if (options.seed) {
+        options.settings.seed = *options.seed;
+    } else {
+        options.settings.seed = std::random_device()() >> 1 | 1;  // a positive int32_t, as --seed takes it
+        fprintf(stderr, "modem: seed %u\n", options.settings.seed);
     }
     return options;
 }

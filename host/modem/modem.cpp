@@ -1,9 +1,11 @@
 #include "host/modem/modem.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstring>
 #include <limits>
+#include <utility>
 
 #include "host/modem/say.h"
 #include "rpc/multi-client/rpc-stubs/ril/catalogue_names.h"
@@ -91,7 +93,7 @@ std::unique_ptr<Modem> Modem::start(Loop& loop, Capture& capture, Settings setti
 }
 
 Modem::Modem(Loop& loop, Capture& capture, Settings initial)
-    : settings(initial), loop_(loop), capture_(capture), services_(modem_services()) {
+    : settings(initial), loop_(loop), capture_(capture), services_(modem_services()), chance_(initial.seed) {
     for (const Service& service : services_) {
         for (const Served& served : service.functions) {
             handlers_[served.id] = served.handle;
@@ -152,6 +154,7 @@ void Modem::set_power(Power power) {
 }
 
 void Modem::lose_power() {
+    flush();
     ++power_cycle_;
     set_power(Power::OFF);
     for (const Service& service : services_) {
@@ -223,7 +226,10 @@ void Modem::hang() {
 void Modem::later(Loop::Milliseconds delay, std::function<void()> work) {
     loop_.after(delay, [this, cycle = power_cycle_, work = std::move(work)] {
         if (cycle == power_cycle_) {
+            collecting_ = settings.seed != 0;
             work();
+            collecting_ = false;
+            flush();
         }
     });
 }
@@ -232,6 +238,14 @@ void Modem::stack_switched(uint32_t sim_id, bool stack_on, bool card_on) {
     for (const Service& service : services_) {
         if (service.stack_switched != nullptr) {
             service.stack_switched(*this, sim_id, stack_on, card_on);
+        }
+    }
+}
+
+void Modem::card_changed(uint32_t sim_id) {
+    for (const Service& service : services_) {
+        if (service.card_changed != nullptr) {
+            service.card_changed(*this, sim_id);
         }
     }
 }
@@ -351,7 +365,31 @@ void Modem::send_words(ClientId client, const uta::Function& function, uint32_t 
         });
         return;
     }
-    inject(client, packet);
+    if (collecting_) {
+        collected_.push_back({client, {packet.begin(), packet.end()}, is_response(function.kind)});
+    } else {
+        inject(client, packet);
+    }
+}
+
+// Any order in which the responses keep theirs and the indications theirs is as likely as any other.
+void Modem::flush() {
+    const auto responds = [](const Outgoing& out) { return out.is_response; };
+    std::deque<Outgoing> waiting = std::exchange(collected_, {});
+    auto response = std::stable_partition(waiting.begin(), waiting.end(), responds);
+    auto next = waiting.begin();
+    const auto last = response;
+    for (size_t left = waiting.size(); left > 0; --left) {
+        const auto responses = static_cast<size_t>(last - next);
+        auto& from = chance_() % left < responses ? next : response;
+        inject(from->client, from->packet);
+        ++from;
+    }
+}
+
+void Modem::set_seed(uint32_t seed) {
+    settings.seed = seed;
+    chance_.seed(seed);
 }
 
 void Modem::inject(ClientId client, std::span<const uint8_t> packet) {
@@ -408,8 +446,8 @@ std::string Modem::describe() const {
     constexpr std::array<const char*, 4> c_names = {"off", "booting", "up", "hung"};
     std::string text = std::string("modem ") + c_names[static_cast<size_t>(power_)] + ", version " +
                        std::to_string(settings.version) + ", latency " + std::to_string(settings.latency.count()) +
-                       " ms, boot delay " + std::to_string(settings.boot_delay.count()) + " ms" +
-                       (settings.silent ? ", responses silent" : "");
+                       " ms, boot delay " + std::to_string(settings.boot_delay.count()) + " ms" + ", seed " +
+                       std::to_string(settings.seed) + (settings.silent ? ", responses silent" : "");
     for (const ClientState& client : daemon_->clients()) {
         text += "\nclient " + std::to_string(app_id_of(client.id)) + ", process " + std::to_string(client.process) +
                 ", " + std::to_string(client.received) + " packets from it, " + std::to_string(client.sent) +

@@ -10,6 +10,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <random>
 #include <span>
 #include <string>
 #include <vector>
@@ -41,6 +42,7 @@ struct Settings {
     Loop::Milliseconds latency{3};      // from a request to its response
     int32_t version = 1249;             // of the generator, for RpcGetRemoteVerInfo
     bool silent = false;                // no responses
+    uint32_t seed = 0;                  // of the order of packets, see flush(); 0: responses first
 };
 
 enum class Power { OFF, BOOTING, UP, HUNG };
@@ -79,11 +81,14 @@ public:
 
     // --- For the services
 
-    // Runs `work` after `delay`, unless the modem loses its power before.
+    // Runs `work` after `delay`, unless the modem loses its power before. A response that it sends and its indications
+    // may overtake each other: Settings::seed decides. Responses keep their order, and so do indications.
     void later(Loop::Milliseconds delay, std::function<void()> work);
 
     // Tells the services of a stack's switches.
     void stack_switched(uint32_t sim_id, bool stack_on, bool card_on);
+    // Tells them that a card can be used from now on, or no longer: card_is_usable() says which.
+    void card_changed(uint32_t sim_id);
 
     // A response or indication with the arguments of its row, to one client. Records are packed before this returns.
     template <typename Row, typename... Arguments>
@@ -104,6 +109,7 @@ public:
     void inject(ClientId client, std::span<const uint8_t> packet);
     std::optional<ClientId> find_client(uint8_t app_id) const;
     std::vector<ClientState> clients() const { return daemon_->clients(); }
+    void set_seed(uint32_t seed);
     // That of the client's last request, its base context before the first.
     uint32_t last_context(ClientId client) const;
     std::string describe() const;
@@ -124,7 +130,14 @@ private:
     void execute(ClientId client, const uta::Function& function, const Bytes& packet);
     void send_return(ClientId client, uint32_t index, uint32_t context_id, int32_t result);
     void send_words(ClientId client, const uta::Function& function, uint32_t context_id, const uta::Word* words);
+    void flush();
     void note(ClientId client, uint32_t function);
+
+    struct Outgoing {
+        ClientId client;
+        Bytes packet;
+        bool is_response;
+    };
 
     Loop& loop_;
     Capture& capture_;
@@ -136,6 +149,9 @@ private:
     Power power_ = Power::OFF;
     uint64_t power_cycle_ = 0;  // counts the losses of power
     std::map<ClientId, uint32_t> contexts_;
+    bool collecting_ = false;  // what is sent waits in collected_
+    std::deque<Outgoing> collected_;
+    std::mt19937 chance_;
     std::deque<Passage> passages_;
     uint64_t next_passage_ = 1;
 };

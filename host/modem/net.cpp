@@ -1,14 +1,25 @@
-// The networks around the phone: registration with one of them, the search for all. A stack on the air with a good card
-// registers with the network of its card, or with another one abroad.
+// The networks around the phone: registration with one of them, the search for all. A stack on the air with a card that
+// can be used registers with the network of its card, or with another one abroad; without one it is there for emergency
+// calls only.
+#include "host/modem/net.h"
+
 #include <algorithm>
 #include <array>
 #include <charconv>
 
+#include "host/modem/card.h"
 #include "host/modem/modem.h"
 
 namespace {
 
 using Milliseconds = Loop::Milliseconds;
+
+// Bands of 3GPP TS 45.005, 2 and 25.101, 5.2, by the modem's numbers. LTE has none of these.
+constexpr int32_t c_gsm_900 = 1;
+constexpr int32_t c_no_band = 18;
+constexpr int32_t c_umts_1 = 50;
+constexpr int32_t c_umts_4 = 53;
+constexpr int32_t c_umts_8 = 57;
 
 // A network as the air shows it.
 struct Network {
@@ -17,26 +28,28 @@ struct Network {
     bool three_digit_mnc;
     int32_t rat;  // 1 GSM, 2 UMTS, 3 LTE
     bool forbidden;
+    int32_t band;
     uint16_t lac;
     uint32_t cell_id;
 };
 
 constexpr std::array<Network, 5> c_networks = {{
-    {262, 1, false, 2, false, 0x1A2B, 0x00ABCDEF},
-    {262, 1, false, 1, false, 0x1A2C, 0x00001234},
-    {262, 2, false, 2, false, 0x2B01, 0x00B00B1E},
-    {262, 3, false, 3, true, 0x3C01, 0x00C0FFEE},
-    {310, 260, true, 2, false, 0x4D01, 0x00D15EA5},
+    {262, 1, false, 2, false, c_umts_1, 0x1A2B, 0x00ABCDEF},
+    {262, 1, false, 1, false, c_gsm_900, 0x1A2C, 0x00001234},
+    {262, 2, false, 2, false, c_umts_8, 0x2B01, 0x00B00B1E},
+    {262, 3, false, 3, true, c_no_band, 0x3C01, 0x00C0FFEE},
+    {310, 260, true, 2, false, c_umts_4, 0x4D01, 0x00D15EA5},
 }};
 constexpr size_t c_home = 0;
 
 constexpr int32_t c_registered = 0;
+constexpr int32_t c_limited_service = 1;
 constexpr int32_t c_no_service = 2;
 constexpr int32_t c_no_cause = 255;
-constexpr int32_t c_cause_not_allowed = 11;  // PLMN not allowed (3GPP TS 24.008, annex G.1)
-constexpr int32_t c_cause_conflict = 22;     // the other SIM has the radio
+constexpr int32_t c_cause_no_subscriber = 2;  // IMSI unknown in HLR
+constexpr int32_t c_cause_not_allowed = 11;   // PLMN not allowed (3GPP TS 24.008, annex G.1)
+constexpr int32_t c_cause_conflict = 22;      // the other SIM has the radio
 constexpr int32_t c_status_unknown = 3;
-constexpr int32_t c_band_of_umts = 12;
 constexpr uint16_t c_scrambling_code = 321;
 
 constexpr Milliseconds c_search_time{60};
@@ -63,7 +76,7 @@ void report_registration(Modem& modem, uint32_t sim_id, int32_t status, int32_t 
     param.ps_status = status;
     param.rej_cause = cause;
     param.second_cause = cause;
-    param.band = c_band_of_umts;
+    param.band = network.band;
     param.roaming = s_stacks[sim_id].registered && network.mcc != c_networks[c_home].mcc ? 1 : 0;
     fill(param.network, network);
     param.lai.plmn = param.network.plmn;
@@ -94,6 +107,10 @@ void go_to(Modem& modem, uint32_t sim_id, size_t network) {
     report_registration(modem, sim_id, c_registered, c_no_cause);
 }
 
+bool may_register(uint32_t sim_id) {
+    return s_stacks[sim_id].on && card_is_usable(sim_id);
+}
+
 // The index of a network that may be used; the number of networks for none. MCC 0xFFFF leaves the choice to the modem.
 size_t find_network(const UtaNetPlmn& wanted) {
     if (wanted.mcc == 0xFFFF) {
@@ -112,9 +129,9 @@ int32_t attach(Modem& modem, const Caller& caller, uint32_t sim_id, const UtaNet
     }
     const size_t network = find_network(param->network.plmn);
     modem.later(c_search_time, [&modem, caller, sim_id, network, context_id] {
-        if (network == c_networks.size()) {
+        if (network == c_networks.size() || !may_register(sim_id)) {
             UtaNetAttachRejParam rejection{};
-            rejection.reject_cause = c_cause_not_allowed;
+            rejection.reject_cause = network == c_networks.size() ? c_cause_not_allowed : c_cause_no_subscriber;
             modem.send<uta::row::UtaMsNetAttachRejCb>(caller.client, caller.context_id, sim_id, &rejection, context_id);
             return;
         }
@@ -166,17 +183,26 @@ int32_t configure_receiver(Modem& modem, const Caller& caller, uint32_t sim_id,
     return c_success;
 }
 
+// What a stack makes of its card.
+void search(Modem& modem, uint32_t sim_id) {
+    modem.later(c_search_time, [&modem, sim_id] {
+        Stack& stack = s_stacks[sim_id];
+        if (stack.on && !card_is_usable(sim_id)) {
+            stack.registered = false;
+            report_registration(modem, sim_id, c_limited_service, c_no_cause);
+        } else if (stack.on && !stack.registered) {
+            go_to(modem, sim_id, c_home);
+        }
+    });
+}
+
 void stack_switched(Modem& modem, uint32_t sim_id, bool stack_on, bool) {
-    s_stacks[sim_id].on = stack_on;
     if (!stack_on) {
         s_stacks[sim_id] = {};
         return;
     }
-    modem.later(c_search_time, [&modem, sim_id] {
-        if (s_stacks[sim_id].on && !s_stacks[sim_id].registered) {
-            go_to(modem, sim_id, c_home);
-        }
-    });
+    s_stacks[sim_id].on = true;
+    search(modem, sim_id);
 }
 
 std::string network_command(Modem& modem, const std::vector<std::string>& arguments) {
@@ -195,6 +221,9 @@ std::string network_command(Modem& modem, const std::vector<std::string>& argume
     const auto [end, error] = std::from_chars(what.data(), what.data() + what.size(), plmn);
     if (error == std::errc() && end == what.data() + what.size() && (what.size() == 5 || what.size() == 6)) {
         const unsigned factor = what.size() == 5 ? 100 : 1000;
+        if (!may_register(sim_id)) {
+            return "the stack is off, or its card can't be used";
+        }
         for (size_t i = 0; i < c_networks.size(); ++i) {
             if (c_networks[i].mcc == plmn / factor && c_networks[i].mnc == plmn % factor) {
                 go_to(modem, sim_id, i);
@@ -219,6 +248,10 @@ std::string describe() {
 
 }  // namespace
 
+bool stack_is_registered(uint32_t sim_id) {
+    return s_stacks[sim_id].registered;
+}
+
 Service net_service() {
     using namespace uta::row;
     return {.name = "net",
@@ -231,5 +264,6 @@ Service net_service() {
                           network_command}},
             .forget = [] { s_stacks = {}; },
             .describe = describe,
-            .stack_switched = stack_switched};
+            .stack_switched = stack_switched,
+            .card_changed = search};
 }

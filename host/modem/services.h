@@ -47,6 +47,7 @@ struct Service {
     std::string (*describe)() = nullptr;  // its state in one line, for people
     // A stack or its card was switched on or off, or found to be so again.
     void (*stack_switched)(Modem& modem, uint32_t sim_id, bool stack_on, bool card_on) = nullptr;
+    void (*card_changed)(Modem& modem, uint32_t sim_id) = nullptr;  // it can be used now, or no longer
 };
 
 std::vector<Service> modem_services();

@@ -9,7 +9,9 @@ mkdir -p "$out"
 console=$bin/host/console/console
 
 "$bin/host/android/prop" set persist.dual_sim ss
-"$bin/host/modem/modem" --quiet --capture "$out/packets.cap" 2>"$out/modem.log" &
+seed=${SEED:-$((RANDOM + 1))}
+echo "The order of the modem's packets has the seed $seed; SEED=$seed ./run gives the same again."
+"$bin/host/modem/modem" --quiet --seed "$seed" --capture "$out/packets.cap" 2>"$out/modem.log" &
 phone=$!
 "$bin/host/android/rild/rild" -v -l "$bin/libdun-ril.so" -- --client 1 2>"$out/rild.log" &
 phone="$! $phone"

@@ -142,6 +142,26 @@ TEST(Call, ModeRequest) {
     EXPECT_EQ(first.packet(), c_version_return);
 }
 
+// By the seed, the indication overtakes the response or not.
+TEST(Call, OrderOfResponseAndIndication) {
+    const ModemProcess modem({"--seed", "1", "--latency", "0"});
+    const Client client;
+    std::string off = c_set_mode;
+    off.replace(off.rfind("020400000001"), 12, "020400000000");
+    size_t overtakes = 0;
+    constexpr size_t c_rounds = 40;
+    for (size_t i = 0; i < c_rounds; ++i) {
+        client.write(i % 2 == 0 ? c_set_mode : off.c_str());
+        EXPECT_EQ(client.packet(), c_set_mode_return);
+        const std::string first = client.packet("UtaMsCpsSetModeIndCb");
+        const std::string second = client.packet("UtaMsCpsSetModeIndCb");
+        EXPECT_NE(first, second);
+        overtakes += first.starts_with("020400000030") ? 1 : 0;
+    }
+    EXPECT_GT(overtakes, c_rounds / 8);
+    EXPECT_LT(overtakes, c_rounds * 7 / 8);
+}
+
 // Stack 1: its card goes off at once by the SIM's own request (mode 1), its stack stays as it is. A mode that is none
 // is refused, and no response follows.
 TEST(Call, SimModeRequest) {

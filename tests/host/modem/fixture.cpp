@@ -81,7 +81,7 @@ std::string Client::packet(std::string_view indication) const {
 // --- The program -----------------------------------------------------------------------------------------------------
 
 ModemProcess::ModemProcess(const std::vector<std::string>& options, Wait wait) {
-    std::vector<std::string> words = {MODEM_PROGRAM, "--quiet", "--boot-delay", "0"};
+    std::vector<std::string> words = {MODEM_PROGRAM, "--quiet", "--seed", "0", "--boot-delay", "0"};
     words.insert(words.end(), options.begin(), options.end());
     std::vector<char*> arguments;
     arguments.reserve(words.size() + 1);
