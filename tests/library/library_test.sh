@@ -12,8 +12,13 @@ expect() {
     fi
 }
 
-expect "exported symbols" "RIL_Init ShutdownCb" \
-    "$(nm -D --defined-only "$library" | awk '{print $3}' | sort | xargs)"
+exported="RIL_Init ShutdownCb
+    cached_clear decrypt encrypt get_cached_pin get_sim_pin get_use_cached_pin pin_cache_store reset_pin_to_default
+    ril_request_sim_close_channel ril_request_sim_open_channel
+    ril_request_sim_transmit_basic ril_request_sim_transmit_channel
+    set_use_cached_pin silent_pin_entry store_sim_pin"
+expect "exported symbols" "$(echo $exported)" \
+    "$(nm -D --defined-only "$library" | awk '{print $3}' | LC_ALL=C sort | xargs)"
 expect "platform libraries" "libModemLink.so libcutils.so liblog.so librilutils.so" \
     "$(readelf -d "$library" | sed -n 's/.*(NEEDED).*\[\(.*\)\]/\1/p' |
         grep -E '^lib(cutils|log|rilutils|ModemLink)\.so$' | LC_ALL=C sort | xargs)"

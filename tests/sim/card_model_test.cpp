@@ -9,9 +9,9 @@
 #include "ril/core/src/async_ril/radio_state.h"
 #include "ril/core/src/net/net.h"
 #include "ril/core/src/sim/sim.h"
-#include "ril/core/src/sim/sim_to_come.h"
 #include "rpc/multi-client/rpc-stubs/ril/entry_points.h"
 #include "rpc/multi-client/rpc-stubs/ril/records.h"
+#include "rpc/multi-client/rpc-stubs/ril/stubs.h"
 #include "tests/harness/fake_android.h"
 #include "tests/harness/stood_in_rooms.h"
 
@@ -30,8 +30,8 @@ uint32_t net_attach_is_allowed(uint32_t) {
 void net_clear_modem_registration_state(uint32_t) {
     ++s_hot_swaps;
 }
-uint32_t sim_lock_is_required(uint32_t) {
-    return s_locked;
+int32_t uta::call(uint16_t, const Word*) {
+    return -99;  // no modem: no file is read
 }
 
 namespace {
@@ -171,6 +171,12 @@ protected:
     }
 };
 
+void lock(uint32_t required) {
+    UtaSimLockStates locks{};
+    locks.sim_lock_required = static_cast<int32_t>(required);
+    UtaMsSimLockStatusIndCb(0, &locks);
+}
+
 void random_event(std::mt19937& random, Model& model) {
     const auto pick = [&](std::initializer_list<int> of) { return of.begin()[random() % of.size()]; };
     switch (random() % 6) {
@@ -204,6 +210,8 @@ void random_event(std::mt19937& random, Model& model) {
         case 4:
             s_attach_allowed = random() % 2;
             s_locked = random() % 4 == 0 ? 1 : 0;
+            model.told += static_cast<int>(s_locked);
+            lock(s_locked);
             UtaMsSimFullAccessIndCb(0);
             break;
         default:

@@ -13,8 +13,16 @@ constexpr size_t c_requests = RIL_REQUEST_SET_UNSOL_CELL_INFO_LIST_RATE + 1;
 constexpr std::array<request_row, c_requests> make_table() {
     std::array<request_row, c_requests> table{};
     table[RIL_REQUEST_GET_SIM_STATUS] = ROW(ril_request_get_sim_status);
+    table[RIL_REQUEST_ENTER_SIM_PIN] = ROW(ril_request_enter_sim_pin);
+    table[RIL_REQUEST_ENTER_SIM_PUK] = ROW(ril_request_enter_sim_pin);
+    table[RIL_REQUEST_ENTER_SIM_PIN2] = ROW(ril_request_enter_sim_pin);
+    table[RIL_REQUEST_ENTER_SIM_PUK2] = ROW(ril_request_enter_sim_pin);
+    table[RIL_REQUEST_CHANGE_SIM_PIN] = ROW(ril_request_enter_sim_pin);
+    table[RIL_REQUEST_CHANGE_SIM_PIN2] = ROW(ril_request_enter_sim_pin);
+    table[RIL_REQUEST_ENTER_NETWORK_DEPERSONALIZATION] = ROW(ril_request_enter_network_depersonalization);
     table[RIL_REQUEST_GET_CURRENT_CALLS] = ROW(ril_request_get_current_calls);
     table[RIL_REQUEST_DIAL] = ROW(ril_request_dial, "%s p_data is NULL\n");
+    table[RIL_REQUEST_GET_IMSI] = ROW(ril_request_get_imsi);
     table[RIL_REQUEST_HANGUP] = ROW(ril_request_hang_up, "%s p_data is NULL, sim_id = %d\n");
     table[RIL_REQUEST_HANGUP_WAITING_OR_BACKGROUND] = ROW(ril_request_call_control);
     table[RIL_REQUEST_HANGUP_FOREGROUND_RESUME_BACKGROUND] = ROW(ril_request_call_control);
@@ -25,9 +33,12 @@ constexpr std::array<request_row, c_requests> make_table() {
     table[RIL_REQUEST_VOICE_REGISTRATION_STATE] = ROW(ril_request_voice_registration_state);
     table[RIL_REQUEST_DATA_REGISTRATION_STATE] = ROW(ril_request_data_registration_state);
     table[RIL_REQUEST_RADIO_POWER] = ROW(ril_request_radio_power);
+    table[RIL_REQUEST_SIM_IO] = ROW(ril_request_sim_io);
     table[RIL_REQUEST_GET_IMEI] = ROW(ril_request_get_imei_imeisv_devid);
     table[RIL_REQUEST_GET_IMEISV] = ROW(ril_request_get_imei_imeisv_devid);
     table[RIL_REQUEST_ANSWER] = ROW(ril_request_answer);
+    table[RIL_REQUEST_QUERY_FACILITY_LOCK] = ROW(ril_request_query_facility_lock);
+    table[RIL_REQUEST_SET_FACILITY_LOCK] = ROW(ril_request_set_facility_lock);
     table[RIL_REQUEST_QUERY_NETWORK_SELECTION_MODE] = ROW(ril_request_query_network_selection_mode);
     table[RIL_REQUEST_SET_NETWORK_SELECTION_AUTOMATIC] = ROW(ril_request_set_network_selection_automatic);
     table[RIL_REQUEST_SET_NETWORK_SELECTION_MANUAL] =

@@ -9,7 +9,16 @@
 #include "ril/core/src/agg_request/rows.h"
 #include "ril/core/src/async_ril/request.h"
 
+// The card. The codes of a PIN request stand in the order of Android's interface; a facility's texts are its name, the
+// mode of a setting, the password and the class of service.
 void ril_request_get_sim_status(request_context& context);
+void ril_request_enter_sim_pin(request_context& context, ril_texts<1> codes);
+void ril_request_enter_network_depersonalization(request_context& context, ril_texts<1> texts);
+void ril_request_query_facility_lock(request_context& context, ril_texts<1> texts);
+void ril_request_set_facility_lock(request_context& context, ril_texts<2> texts);
+void ril_request_sim_io(request_context& context, const RIL_SIM_IO_v6& io);
+void ril_request_get_imsi(request_context& context);
+
 void ril_request_radio_power(request_context& context, int32_t on);
 
 // IMEI, IMEISV and, with an array of both, the device's identity (3GPP TS 23.003, 6.2).

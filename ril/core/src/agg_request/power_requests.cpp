@@ -5,8 +5,8 @@
 #include "ril/core/src/agg_request/handlers.h"
 #include "ril/core/src/async_ril/async_ril.h"
 #include "ril/core/src/async_ril/radio_state.h"
+#include "ril/core/src/reset/reset.h"
 #include "ril/core/src/system_manager/bring_up.h"
-#include "ril/core/src/system_manager/modules.h"
 #include "ril/core/src/system_manager/radio_power.h"
 #include "ril/utils/trace.h"
 

@@ -8,8 +8,10 @@
 #include "ril/core/src/async_ril/async_ril.h"
 #include "ril/core/src/async_ril/radio_state.h"
 #include "ril/core/src/net/net.h"
+#include "ril/core/src/sim/acl.h"
 #include "ril/core/src/sim/card_data.h"
-#include "ril/core/src/sim/sim_to_come.h"
+#include "ril/core/src/sim/ecc.h"
+#include "ril/core/src/sim/pin.h"
 #include "ril/utils/trace.h"
 #include "rpc/multi-client/rpc-stubs/ril/entry_points.h"
 #include "rpc/multi-client/rpc-stubs/ril/records.h"
@@ -151,15 +153,13 @@ void sim_full_access_ind_cb(uint32_t sim_id, const void* p_params) {
         return;
     }
     const auto ctxt_id = static_cast<uint32_t>(free_id);
-    void* reading = nullptr;
-    if (qelril_create_priv_area(ctxt_id, sizeof(sim_ecc_reading), &reading) != 0) {
+    void* nothing = nullptr;
+    if (qelril_create_multi_mod_priv(ctxt_id, 0, 0, &nothing) != 0) {
         qelril_free_and_return(ctxt_id);
         RIL_TRACE(TRACE_ERROR, "%s: malloc failed\n", __func__);
         return;
     }
-    if (sim_ecc_file_properties(sim_id, ctxt_id) != 0) {
-        qelril_free_and_return(ctxt_id);
-    }
+    sim_ecc_file_properties(sim_id, ctxt_id);
     if (sim_get_inserted_sim_type(sim_id) == SIM_CARD_TYPE_3G) {
         sim_select_ust_ef(sim_id);
     }
@@ -215,7 +215,8 @@ void sim_module_init(uint32_t sim_id) {
     card.m_chv1_status.store(CHV_NOT_AVAILABLE, std::memory_order_relaxed);
     card.m_chv2_status = CHV_NOT_AVAILABLE;
     card.m_retries = {};
-    sim_set_fdn_not_possible(sim_id);
+    sim_fdn_init(sim_id);
+    sim_ecc_init(sim_id);
     sim_clear_acl(sim_id);
 }
 

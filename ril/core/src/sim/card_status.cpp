@@ -2,7 +2,7 @@
 #include "ril/core/src/async_ril/async_ril.h"
 #include "ril/core/src/net/net.h"
 #include "ril/core/src/sim/card_data.h"
-#include "ril/core/src/sim/sim_to_come.h"
+#include "ril/core/src/sim/pin.h"
 
 namespace {
 

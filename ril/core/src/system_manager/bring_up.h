@@ -19,11 +19,6 @@ int32_t set_modem_initial_values(uint32_t sim_id);
 // thread.
 void boot_read_ecc_list_from_nvm(uint32_t sim_id);
 
-// Adds a number to a text of numbers between commas if it is not there: 0, or 1 with no room left. `list` has room for
-// c_ecc_list_size characters.
-constexpr uint32_t c_ecc_list_size = 92;
-int32_t sim_check_if_ecc_entry_already_available_else_update(char* list, const char* number);
-
 // Switches the stack off, and at a shutdown the modem. The result of the last mode request, 0 for one that is on its
 // way. RIL thread or modem event thread.
 int32_t stack_power_off(uint32_t sim_id, uint32_t context_id);

@@ -3,15 +3,13 @@
 
 #include <array>
 #include <cstdio>
-#include <cstring>
 
 #include "ril/core/src/call/ecc_hardcoded.h"
+#include "ril/core/src/sim/ecc.h"
 #include "ril/core/src/system_manager/bring_up.h"
 #include "ril/utils/trace.h"
 
 namespace {
-
-constexpr size_t c_list_max = 90;  // characters of list and new number together
 
 // A record of the modem's memory: three bytes of packed digits, two of packed digits of a country code, others that
 // nobody here reads.
@@ -50,25 +48,6 @@ int32_t add_unless_empty(char* list, const char* number) {
 }
 
 }  // namespace
-
-int32_t sim_check_if_ecc_entry_already_available_else_update(char* list, const char* number) {
-    const size_t length = strlen(list);
-    const size_t number_length = strlen(number);
-    if (length + number_length > c_list_max) {
-        RIL_TRACE(TRACE_ERROR, "%s: no memory felt to copy new ECC Entry\n", __func__);
-        return 1;
-    }
-    for (const char* item = list; *item != '\0';) {
-        const size_t item_length = strcspn(item, ",");
-        if (item_length == number_length && strncmp(item, number, number_length) == 0) {
-            return 0;
-        }
-        item += item_length;
-        item += *item == ',' ? 1 : 0;
-    }
-    snprintf(list + length, c_ecc_list_size - length, "%s%s", length == 0 ? "" : ",", number);
-    return 0;
-}
 
 void boot_read_ecc_list_from_nvm(uint32_t sim_id) {
     char key[PROPERTY_KEY_MAX] = "ril.ecclist";

@@ -13,13 +13,7 @@ void sms_mngr_init(uint32_t sim_id);
 void stk_module_init(uint32_t sim_id);
 void ss_module_init(uint32_t sim_id);
 void em_module_init(uint32_t sim_id);
-void sim_module_init_mailbox();
 int32_t mtpm_init();  // negative on failure
 
 // Frees what packet data holds. Modem event thread, without a RIL thread.
 void gprs_exit();
-
-// The state of the SIM over a restart: told of each start of the modules, and asked to restore it before the radio goes
-// on.
-void recovery_check_on_ril_init();
-void ril_recovery(uint32_t sim_id);

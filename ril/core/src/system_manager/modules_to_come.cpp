@@ -6,10 +6,7 @@
 [[gnu::weak]] void stk_module_init(uint32_t) {}
 [[gnu::weak]] void ss_module_init(uint32_t) {}
 [[gnu::weak]] void em_module_init(uint32_t) {}
-[[gnu::weak]] void sim_module_init_mailbox() {}
 [[gnu::weak]] int32_t mtpm_init() {
     return 0;
 }
 [[gnu::weak]] void gprs_exit() {}
-[[gnu::weak]] void recovery_check_on_ril_init() {}
-[[gnu::weak]] void ril_recovery(uint32_t) {}
