@@ -68,6 +68,35 @@ TEST(Call, TwoThreadsInOneFunctionEachGetTheirOwnReturn) {
     });
 }
 
+TEST(Call, TheOnlyOneOfItsFunctionTakesAReturnOfAnyContext) {
+    in_own_process([] {
+        FakeDaemon daemon;
+        connect_client(daemon, 1);
+        std::thread alone([] { EXPECT_EQ(call(71, 0x20000102), 5); });
+        daemon.read_packet();
+        daemon.write(return_of(72, 0x20000102, 4) + return_of(71, 0xFFFFFFFF, 5));
+        alone.join();
+        // Of two, neither does.
+        std::thread one([] { EXPECT_EQ(call(71, 0x20000102), 6); });
+        daemon.read_packet();
+        std::thread two([] { EXPECT_EQ(call(71, 0x20000103), 7); });
+        daemon.read_packet();
+        daemon.write(return_of(71, 0x20000101, 8) + return_of(71, 0x20000103, 7) + return_of(71, 0x20000101, 6));
+        one.join();
+        two.join();
+        EXPECT_EQ(times_logged("AppRecvFromRPCIFTask: sem_index is MAX\n"), 2);
+    });
+}
+
+TEST(Call, SignalsDoNotKeepThePacketBack) {
+    in_own_process([] {
+        FakeDaemon daemon;
+        connect_client(daemon, 1);
+        g_polls_interrupted = 3;
+        expect_call(daemon, 71, 0x20000105, 2);
+    });
+}
+
 TEST(Call, FortySlotsBusy) {
     in_own_process([] {
         FakeDaemon daemon;
@@ -98,7 +127,7 @@ TEST(Call, TimeoutGivesTheSlotBackAndALateReturnIsDropped) {
             daemon.read_packet();
         }
         EXPECT_EQ(times_logged("sem_timedwait() timed out\n"), 41);
-        g_realtime_back_ms = 0;
+        g_realtime_back_ms = -3600000;
         daemon.write(return_of(71, 0x20000105, 1));
         ASSERT_TRUE(soon([] { return times_logged("sem_index is MAX\n") == 1; }));
         expect_call(daemon, 71, 0x20000105, 2);

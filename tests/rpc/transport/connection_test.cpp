@@ -51,6 +51,9 @@ TEST(Registration, FailedAttemptIsRepeatedOnFreshSockets) {
             in_own_process([=] {
                 FakeDaemon::put_marker();
                 FakeDaemon daemon;
+                if (silent) {
+                    FakeDaemon::so_silent(static_cast<FakeDaemon::Step>(step));
+                }
                 std::thread client([] { RegisterRPCClient(nullptr); });
                 daemon.admit(1, static_cast<FakeDaemon::Step>(step), silent);
                 daemon.admit(2);

@@ -1,6 +1,6 @@
 // A test case has a process of its own, because the client registers once per process; /data is the sandbox's. The
-// process replaces what would make it slow (sleeps, the deadline's clock, the registration's timeout) and what it wants
-// to see (the log, the modem manager).
+// process replaces what would make it slow (sleeps, the deadline's clock, the registration's timeouts, of which there
+// is none but where the daemon keeps silent) and what it wants to see (the log, the modem manager).
 #pragma once
 
 #include <gtest/gtest.h>
@@ -18,7 +18,9 @@ using Bytes = std::vector<uint8_t>;
 void in_own_process(const std::function<void()>& body);
 
 extern std::atomic<int> g_second_sleeps;         // calls of sleep()
-extern std::atomic<int64_t> g_realtime_back_ms;  // how far CLOCK_REALTIME lags: 4900 leaves 100 ms of 5 s
+extern std::atomic<int> g_polls_interrupted;     // calls of poll() to come that a signal ends
+extern std::atomic<int64_t> g_realtime_back_ms;  // how far CLOCK_REALTIME lags: 4900 leaves 100 ms of 5 s; at first an
+                                                 // hour ahead, which no busy machine uses up
 extern std::atomic<uint32_t> g_meh_client;       // what registerMEH got
 
 int times_logged(const std::string& part);
@@ -48,8 +50,9 @@ public:
     // Steps of a registration at which the daemon can go wrong.
     enum Step { ACCEPT_REG, REPLY, ID_ZERO, GREET_SEND, GREET_RECV, FAREWELL, DONE };
     // Plays one registration up to `last`, checking every byte. At an earlier step than DONE it closes what it
-    // accepted, or keeps silent.
+    // accepted, or keeps silent until the client gives up: so_silent() before that client begins.
     void admit(uint8_t app_id, Step last = DONE, bool silent = false);
+    static void so_silent(Step last);
 
     Bytes read_packet();                 // one packet off the send socket; empty when the client closed
     void write(const Bytes& bytes);      // one write to the receive socket

@@ -94,7 +94,11 @@ void give_up_connection() {
 bool send_packet(std::span<const uint8_t> packet) {
     const int fd = s_sockets.send_intf_id;
     pollfd state{fd, 0, 0};
-    if (poll(&state, 1, 0) < 0) {
+    int polled = 0;
+    do {
+        polled = poll(&state, 1, 0);
+    } while (polled < 0 && errno == EINTR);  // even a poll that does not wait notices a signal
+    if (polled < 0) {
         RPC_LOG_ERROR("SOCKET NO WRITE\n");
         return false;
     }

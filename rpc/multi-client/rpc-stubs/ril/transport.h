@@ -37,10 +37,10 @@ struct RpcReturn {
 void RPCReleaseReturn(RpcReturn& ret);
 
 // One synchronous exchange: takes a slot, sends the packet, waits at most 5 seconds for the return of the function
-// `id` that carries `context_id`. 1 with `ret` filled, 0 when no slot was free, the connection is down, the wait ended
-// or the thread is told to end. Any thread; two threads in the same function each get their own return: by the context
-// id and, within one context, in the order of their packets. When a call timed out, its late return serves a younger
-// call of the same function and context, if one waits by then; nothing in a packet tells them apart.
+// `id`, best the one that carries `context_id`. 1 with `ret` filled, 0 when no slot was free, the connection is down,
+// the wait ended or the thread is told to end. Any thread; two threads in the same function each get their own return:
+// by the context id and, within one context, in the order of their packets. A call that alone waits in its function
+// takes a return of any context, be it the late one of a call that timed out.
 int RPCSynchronousCall(uint32_t id, uint32_t context_id, std::span<const uint8_t> packet, RpcReturn& ret);
 
 // The peer's generator version, or -99. Any thread.

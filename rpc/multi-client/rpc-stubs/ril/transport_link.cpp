@@ -74,7 +74,7 @@ bool send_message(int fd, std::span<const char> message) {
     if (send(fd, message.data(), message.size(), MSG_NOSIGNAL) == static_cast<ssize_t>(message.size())) {
         return true;
     }
-    RPC_LOG_ERROR("%s: msgsnd failed due to errno = %d\n", __func__, errno);
+    RPC_LOG_ERROR("%s: msgsnd failed due to errno = %d\n", "RegisterAppToRPC", errno);
     return false;
 }
 
@@ -86,7 +86,7 @@ ssize_t receive_reply(int fd, std::array<uint8_t, c_reply_max>& reply) {
     } while (received < 0 && errno == EINTR);
     const int error = received < 0 ? errno : 0;
     if (received <= 0) {
-        RPC_LOG_ERROR("%s: recv failed due to errno = %d\n", __func__, error);
+        RPC_LOG_ERROR("%s: recv failed due to errno = %d\n", "RegisterAppToRPC", error);
     }
     return received < 0 ? -error : received;
 }

@@ -11,11 +11,10 @@
 
 namespace {
 
+constexpr const char* c_task = "AppRecvFromRPCIFTask";  // in the log
+
 // Function id to row of RPCUnpackerTable; 0 for no row. Written before the RPC threads exist.
 std::array<uint32_t, c_rpc_return_base> FuncIdIndexMap;
-
-// Reads that lost their rest, since the start of the process. RPC receive thread.
-uint32_t s_reads_cut = 0;
 
 RpcUnpacker find_unpacker(uint32_t index) {
     if (index >= FuncIdIndexMap.size() || FuncIdIndexMap[index] == 0) {
@@ -30,13 +29,13 @@ void route_return(uint32_t id, std::span<const uint8_t> body) {
     uint32_t context_id = 0;
     ExReadContextId(cursor, context_id);
     if (cursor.failed) {
-        RPC_LOG_ERROR("%s: return of function %u has no context id\n", __func__, id);
+        RPC_LOG_ERROR("%s: return of function %u has no context id\n", c_task, id);
         return;
     }
     // Allocated ahead, so that the lock covers no call into the allocator.
     RpcReturn ret{static_cast<uint8_t*>(malloc(body.size())), body.size()};
     if (ret.body == nullptr) {
-        RPC_LOG_ERROR("%s: malloc failed\n", __func__);
+        RPC_LOG_ERROR("%s: malloc failed\n", c_task);
         return;
     }
     memcpy(ret.body, body.data(), body.size());
@@ -50,7 +49,7 @@ void route_return(uint32_t id, std::span<const uint8_t> body) {
         }
     }
     if (slot == c_synch_sem_count) {
-        RPC_LOG_ERROR("%s: sem_index is MAX\n", __func__);
+        RPC_LOG_ERROR("%s: sem_index is MAX\n", c_task);
         RPCReleaseReturn(ret);
         return;
     }
@@ -63,12 +62,6 @@ void route_packet(uint32_t index, std::span<const uint8_t> body) {
     } else if (find_unpacker(index) != nullptr) {
         APPSendMsg(body, index);
     }
-}
-
-// The peer writes both integers of the header as 02 04. After a packet was cut, the next read begins with what was left
-// of it, and this test keeps most of such bytes from being taken for a header.
-bool is_header(std::span<const uint8_t> bytes) {
-    return bytes.size() >= c_rpc_header_size && bytes[0] == 2 && bytes[1] == 4 && bytes[6] == 2 && bytes[7] == 4;
 }
 
 }  // namespace
@@ -85,26 +78,21 @@ void CreateFuncIdIndexMap() {
 void RPCRouteReceived(std::span<const uint8_t> received) {
     std::span<const uint8_t> left = received;
     while (!left.empty()) {
-        if (!is_header(left)) {
-            RPC_LOG_ERROR("packet_left[%u] has no packet header, abandon it! %u reads cut\n",
-                          static_cast<uint32_t>(left.size()), ++s_reads_cut);
-            return;
-        }
         ExReadCursor cursor{left.data(), left.data() + left.size(), false};
         uint32_t index = 0;
         uint32_t size = 0;
-        ExReadBufferHeader(cursor, index, size);
+        if (ExReadBufferHeader(cursor, index, size) == 0) {
+            RPC_LOG_ERROR("packet_left[%u] has no packet header, abandon it!\n", static_cast<uint32_t>(left.size()));
+            return;
+        }
         if (size > left.size()) {
-            RPC_LOG_ERROR(
-                "packet_size[%d] is bigger than packet_left[%u], abandon it! ret_type_idx[%u], %u reads cut\n",
-                static_cast<int32_t>(size), static_cast<uint32_t>(left.size()), index, ++s_reads_cut);
+            RPC_LOG_ERROR("packet_size[%d] is bigger than packet_left[%u], abandon it! ret_type_idx[%u]\n",
+                          static_cast<int32_t>(size), static_cast<uint32_t>(left.size()), index);
             return;
         }
         if (size < c_rpc_header_size) {
-            RPC_LOG_ERROR(
-                "packet_size[%d] is less than its header, packet_left[%u], abandon it! ret_type_idx[%u], "
-                "%u reads cut\n",
-                static_cast<int32_t>(size), static_cast<uint32_t>(left.size()), index, ++s_reads_cut);
+            RPC_LOG_ERROR("packet_size[%d] is less than its header, abandon it! ret_type_idx[%u]\n",
+                          static_cast<int32_t>(size), index);
             return;
         }
         route_packet(index, left.subspan(c_rpc_header_size, size - c_rpc_header_size));

@@ -12,7 +12,7 @@ void CreateFuncIdIndexMap();
 
 // Routes the packets that one read brought, from the first on: a return to the caller that waits for it, a response or
 // indication with an unpacker to the queue; others are dropped. At a packet that the read does not hold whole, or whose
-// header makes no sense, the rest of the read is dropped with one log line that counts such losses. RPC receive thread.
+// header makes no sense, the rest of the read is dropped with one log line. RPC receive thread.
 void RPCRouteReceived(std::span<const uint8_t> received);
 
 // Runs the unpacker of a queued entry. The caller keeps the entry. RPC dispatch thread.

@@ -85,14 +85,20 @@ int RPCWaitOnSemaphore(uint32_t slot, RpcReturn& ret) {
 
 uint32_t RPCGetSemaphoreId(uint32_t id, uint32_t context_id) {
     uint32_t found = c_synch_sem_count;
+    uint32_t waiting = 0;
+    uint32_t last = c_synch_sem_count;
     for (uint32_t slot = 0; slot < c_synch_sem_count; slot++) {
         const SynchSem& entry = SynchSemList[slot];
-        if (entry.id == static_cast<int32_t>(id) && entry.context_id == context_id && !entry.settled &&
-            (found == c_synch_sem_count || entry.order < SynchSemList[found].order)) {
+        if (entry.id != static_cast<int32_t>(id) || entry.settled) {
+            continue;
+        }
+        waiting++;
+        last = slot;
+        if (entry.context_id == context_id && (found == c_synch_sem_count || entry.order < SynchSemList[found].order)) {
             found = slot;
         }
     }
-    return found;
+    return found == c_synch_sem_count && waiting == 1 ? last : found;
 }
 
 void RPCSetSyncBuffer(uint32_t slot, RpcReturn ret) {

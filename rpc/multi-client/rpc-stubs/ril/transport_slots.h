@@ -27,8 +27,8 @@ int RPCDeleteSemaphore(uint32_t slot);
 // return, which the caller owns; 0 without one. The slot's caller, with SynchSemLock not held.
 int RPCWaitOnSemaphore(uint32_t slot, RpcReturn& ret);
 
-// The slot whose call was sent first among those of this function and context that have no return yet, or none. With
-// SynchSemLock held.
+// Of the calls of this function that have no return yet: the first that was sent in this context, or else the only one,
+// or none. With SynchSemLock held.
 uint32_t RPCGetSemaphoreId(uint32_t id, uint32_t context_id);
 
 // Leaves the return in the slot, which owns it from then on. With SynchSemLock held; RPCReleaseSemaphore follows.
