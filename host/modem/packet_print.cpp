@@ -6,9 +6,10 @@
 #include <ctime>
 
 #include "host/modem/catalogue_print.h"
-#include "host/modem/packet_walk.h"
+#include "host/modem/packet_fields.h"
 #include "host/modem/value_names.h"
 #include "rpc/multi-client/rpc-stubs/ril/catalogue_names.h"
+#include "rpc/multi-client/rpc-stubs/ril/codec.h"
 
 namespace {
 
@@ -61,21 +62,41 @@ std::string short_kind(uta::Kind kind) {
     return word;
 }
 
-bool walk_body(PacketWalk& walk, uint32_t index, PrintedPacket& packet) {
-    uint32_t context_id = 0;
+void refuse(PrintedPacket& packet, const std::string& why, std::span<const uint8_t> rest) {
+    packet.malformed = why;
+    packet.rest = to_hex(rest);
+}
+
+// What the client makes of a packet's body. Bytes that it refuses, or whose meaning is not known, are in `rest`.
+void read_body(std::span<const uint8_t> body, uint32_t index, PrintedPacket& packet) {
     const bool is_return = index > c_rpc_return_base;
     const uint32_t id = is_return ? index - c_rpc_return_base : index;
     const uta::Function* function = uta::find_function(id);
     packet.function = function != nullptr ? uta::function_name(*function) : "function_" + std::to_string(id);
     packet.kind = is_return ? "return" : function != nullptr ? short_kind(function->kind) : "unknown";
-    if (!walk.context_id(context_id)) {
-        return false;
+    uint32_t context_id = 0;
+    ExReadCursor cursor{body.data(), body.data() + body.size(), false};
+    ExReadContextId(cursor, context_id);
+    const std::span<const uint8_t> rest(cursor.next, body.data() + body.size());
+    if (!cursor.failed) {
+        packet.context = context_text(context_id);
     }
-    packet.context = context_text(context_id);
-    if (function == nullptr) {
-        return !is_return || walk.result(packet.fields);
+    if (function == nullptr || function->pending) {
+        packet.rest = to_hex(rest);
+        return;
     }
-    return is_return ? walk.returned(*function, packet.fields) : walk.parameters(*function, packet.fields);
+    int32_t result = 0;
+    uta::Parameters parameters;
+    uta::Refusal refusal;
+    if (!(is_return ? uta::unpack_return(*function, body, context_id, result, parameters, &refusal)
+                    : uta::unpack_packet(*function, body, context_id, parameters, &refusal))) {
+        refuse(packet, refusal.why + (" at byte " + std::to_string(c_rpc_header_size + refusal.at)), rest);
+        return;
+    }
+    packet.fields = print_parameters(*function, parameters, is_return);
+    if (is_return) {
+        packet.fields.insert(packet.fields.begin(), {"", "i32", std::to_string(result)});
+    }
 }
 
 // A step of the registration, or a greeting.
@@ -142,22 +163,17 @@ PrintedPacket read_packet(std::span<const uint8_t> bytes) {
     PrintedPacket packet;
     uint32_t index = 0;
     ExReadCursor cursor{bytes.data(), bytes.data() + bytes.size(), false};
-    ExReadBufferHeader(cursor, index, packet.size);
-    if (cursor.failed) {
-        packet.malformed = "no packet header at byte 0";
-        packet.rest = to_hex(bytes);
+    if (ExReadBufferHeader(cursor, index, packet.size) == 0) {
+        refuse(packet, "no packet header", bytes);
         return packet;
     }
-    const bool bad_size = packet.size > bytes.size() || packet.size < c_rpc_header_size;
-    PacketWalk walk(bad_size ? bytes : bytes.first(packet.size));
-    walk.skip_header();
-    walk_body(walk, index, packet);
-    packet.malformed = walk.malformed();
-    if (bad_size) {
-        packet.malformed = "a size of " + std::to_string(packet.size) + " for " + std::to_string(bytes.size()) +
-                           " bytes" + (packet.malformed.empty() ? "" : ", " + packet.malformed);
+    if (packet.size > bytes.size() || packet.size < c_rpc_header_size) {
+        read_body({}, index, packet);  // for its name
+        refuse(packet, "a size of " + std::to_string(packet.size) + " for " + std::to_string(bytes.size()) + " bytes",
+               bytes.subspan(c_rpc_header_size));
+        return packet;
     }
-    packet.rest = to_hex(walk.rest());
+    read_body(bytes.subspan(c_rpc_header_size, packet.size - c_rpc_header_size), index, packet);
     return packet;
 }
 

@@ -1,7 +1,6 @@
 // Packets as text: one line for each, in columns, or one line for each field.
 //
-// A packet is walked by the catalogue and never beyond its end. What cannot be read is shown as bytes, behind what
-// could and behind the reason.
+// Packets are read by the client's own codec. What it refuses is shown as bytes, behind its reason.
 #pragma once
 
 #include <span>
@@ -23,8 +22,8 @@ struct PrintedPacket {
     std::string function;
     std::string context;  // eight digits
     std::vector<PrintedField> fields;
-    std::string malformed;  // why it could not be read to its end; empty for a sound packet
-    std::string rest;       // bytes that could not be read, or whose meaning is not known
+    std::string malformed;  // why the client drops it; empty for a sound packet
+    std::string rest;       // bytes that were refused, or whose meaning is not known
 };
 
 // `bytes` begin with a packet; what is behind it doesn't matter.

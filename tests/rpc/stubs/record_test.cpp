@@ -64,10 +64,10 @@ TEST(Records, CountsThatLie) {
          nullptr},
         {uta::record_of<UtaNvmParams>(), "7F 1A 1A 02 04 00*4 05 00 02 04 00 00 00 09 02 04 00*4 02 04 00*4",
          "7F 1A 1A 02 04 00*4 05 00 02 04 00*4 02 04 00*4 02 04 00*4"},
-        // Elements that are not there, and bytes that no element has.
+        // Elements that are not there, and bytes that are nobody's.
         {uta::record_of<UtaCallCsSetUus1InfoParams>(), "7F 81 35 03 02 01 04", nullptr},
         {uta::record_of<UtaCallCsSetUus1InfoParams>(), "7F 81 35 03 02 01 FF", nullptr},
-        {uta::record_of<UtaCallCsSetUus1InfoParams>(), "7F 81 35 06 02 01 00 02 01 00", nullptr},
+        {uta::record_of<UtaCallCsSetUus1InfoParams>(), "7F 81 35 06 02 01 00 02 01 00", "7F 81 35 03 02 01 00"},
     };
     for (const auto& it : c_cases) {
         bool whole = false;

@@ -95,7 +95,7 @@ TEST(Wire, OnlyExactlyOneIsTrue) {
     EXPECT_EQ(flag, 0);
 }
 
-TEST(Wire, NumbersTakeAnyHeaderOfAnInteger) {
+TEST(Wire, NumbersTakeAnyHeader) {
     struct {
         const char* wire;
         bool read;
@@ -105,9 +105,8 @@ TEST(Wire, NumbersTakeAnyHeaderOfAnInteger) {
         {"02 01 00 00 00 07", true},        // a length that is not 4
         {"02 81 04 00 00 00 07", true},     // a long length
         {"1F 81 01 04 00 00 00 07", true},  // a long tag
-        {"7F 06 04 00 00 00 07", false},    // a record begins here
-        {"22 04 00 00 00 07", false},       // constructed
-        {"55 04 00 00 00 07", false},       // an octet string
+        {"7F 06 04 00 00 00 07", true},     // of a record
+        {"62 04 00 00 00 07", true},        // another class, constructed
         {"02 80 00 00 00 07", false},       // a length of no bytes
         {"02 85 00 00 00 00 07", false},    // a length of five
         {"1F FF FF FF FF 7F 04 00 00 00 07", false},
@@ -149,7 +148,7 @@ TEST(Wire, Headers) {
         EXPECT_EQ(header.tag, it.tag);
         EXPECT_EQ(header.length, it.length);
         EXPECT_EQ(header.header_size, wire.size());
-        EXPECT_EQ(header.tag_class, c_ber_application);
+        EXPECT_EQ(header.tag_class, 0x40);
         EXPECT_EQ(header.constructed, 1);
     }
 }
@@ -169,13 +168,10 @@ TEST(Wire, PacketHeaderAndContextId) {
     EXPECT_EQ(index, 44U);
     EXPECT_EQ(size, wire.size());
     EXPECT_EQ(context_id, 0x20000105U);
-    for (const char* bad : {"7F 04 00 00 00 10 02 04 00 00 00 2C", "02 04 00 00 00 10 22 04 00 00 00 2C",
-                            "02 81 00 00 00 10 02 04 00 00 00 2C", "02 04 00 00 00 10 02 04 00 00 00"}) {
-        const Bytes bytes = hex(bad);
-        ExReadCursor bad_cursor = reader(bytes);
-        EXPECT_EQ(ExReadBufferHeader(bad_cursor, index, size), 0U) << bad;
-        EXPECT_TRUE(bad_cursor.failed) << bad;
-    }
+    const Bytes cut = hex("02 04 00 00 00 10 02 04 00 00 00");
+    cursor = reader(cut);
+    EXPECT_EQ(ExReadBufferHeader(cursor, index, size), 0U);
+    EXPECT_TRUE(cursor.failed);
 }
 
 TEST(Wire, RawAndEmptyForms) {
@@ -287,11 +283,9 @@ TEST(Wire, OctetStringsThatLie) {
     for (const char* wire : {
              "55 05 02 04 00 00 00 05 02 04 00*4 11 22 33 44",                          // more elements than bytes
              "55 04 02 04 00 00 00 04 02 04 00 00 00 01 11 22 33 44",                   // padding that is not there
-             "55 04 02 04 00 00 00 08 02 04 00 00 00 04 11 22 33 44 00*4",              // no alignment pads 4 bytes
+             "55 04 02 04 00 00 00 08 02 04 FF FF FF FF 11 22 33 44 00*4",              // so much that it wraps
              "55 84 FF FF FF FF 02 04 00 00 00 05 02 04 00*4 11 22 33 44",              // a count that wraps
              "58 84 01 00 00 20 02 04 00 00 00 08 02 04 00*4 11 22 33 44 55 66 77 88",  // the same through its shift
-             "75 04 02 04 00 00 00 04 02 04 00*4 11 22 33 44",                          // constructed
-             "15 04 02 04 00 00 00 04 02 04 00*4 11 22 33 44",                          // universal
              "55 04 02 04 00 00 00 04 7F 04 00*4 11 22 33 44",                          // a record instead of the pad
          }) {
         const Bytes bytes = hex(wire);

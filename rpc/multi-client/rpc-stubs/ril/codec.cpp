@@ -187,27 +187,29 @@ size_t pack_record(const Record& record, const void* memory, ExWriteCursor& curs
 
 // --- Unpacking -------------------------------------------------------------------------------------------------------
 
-// Consumes the header of a record or function and narrows the cursor to its content. The length has to fit into what
-// is left. The tag number is not compared: the place says which record this is. What is demanded is the form of a
-// record, application class and constructed, because anything else here is a value that the tables do not expect.
+// Consumes the header of a record and narrows the cursor to its content. The length has to fit into what is left. The
+// tag is not compared: the place says which record this is.
 static bool enter(ExReadCursor& cursor, const uint8_t*& outer_end) {
     outer_end = cursor.end;
     ExBerHeader header;
     EXReadBERHeader(cursor, header);
-    if (header.tag_class != c_ber_application || header.constructed != 1 || header.length > left(cursor)) {
-        ExFail(cursor);
+    if (header.length > left(cursor)) {
+        ExFail(cursor, "a record is longer than what is left");
+    }
+    if (cursor.failed) {
         return false;
     }
     cursor.end = cursor.next + header.length;
     return true;
 }
 
-// The content has to end where its header said. A cursor that has failed stays closed.
+// Goes to where the header said that the content ends. What stands between belongs to nobody. A cursor that has failed
+// stays closed.
 static bool leave(ExReadCursor& cursor, const uint8_t* outer_end) {
-    if (cursor.failed || cursor.next != cursor.end) {
-        ExFail(cursor);
+    if (cursor.failed) {
         return false;
     }
+    cursor.next = cursor.end;
     cursor.end = outer_end;
     return true;
 }
@@ -241,14 +243,14 @@ static void unpack_elements(const Field& field, uint8_t* memory, ExReadCursor& c
         return;
     }
     if (count > left(cursor) / (element.min_wire == 0 ? size_t{1} : element.min_wire)) {
-        ExFail(cursor);
+        ExFail(cursor, "a list is longer than what is left");
         return;
     }
     const uint64_t size = count * element.size;
     auto* block =
         size > INT32_MAX ? nullptr : static_cast<uint8_t*>(PgenAllocNew(static_cast<size_t>(size), mem_table));
     if (block == nullptr) {
-        ExFail(cursor);
+        ExFail(cursor, "there is no memory");
         return;
     }
     for (size_t i = static_cast<size_t>(count); i-- > 0 && !cursor.failed;) {
@@ -287,7 +289,7 @@ static void unpack_optional(const Field& field, uint8_t* at, ExReadCursor& curso
     const Record& record = record_at(field.record);
     void* block = PgenAllocNew(record.size, mem_table);
     if (block == nullptr) {
-        ExFail(cursor);
+        ExFail(cursor, "there is no memory");
         return;
     }
     if (unpack_record(record, block, cursor, mem_table)) {
@@ -398,7 +400,7 @@ static void unpack_counted(const Record& record, uint8_t* memory, ExReadCursor& 
         if (*length == 0) {
             store_number(memory + fields[i].aux, fields[i].width, 0);
         } else if (load_number(memory + fields[i].aux, fields[i].width) > *length) {
-            ExFail(cursor);
+            ExFail(cursor, "a count is more than its octets");
         }
         ++length;
     }

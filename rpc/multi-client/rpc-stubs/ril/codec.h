@@ -1,8 +1,10 @@
 // Packing and unpacking of whole records, parameter lists and packets, driven by the catalogue. Both directions of both
 // roles: the client packs calls and unpacks returns, responses and indications; a simulated modem does the reverse.
 //
-// Memory has the layout of the structures in records.h. Nothing is read outside the packet: a record, a function or a
-// string whose length does not agree with its content fails the cursor, and with it the whole packet. How deep records
+// Memory has the layout of the structures in records.h. Nothing is read outside the packet, and nothing of a record
+// outside the record: whatever needs more bytes than there are fails the cursor, and with it the whole packet. Bytes
+// that nobody reads are no failure: a tag, the header of a function, what a record or a packet has behind its last
+// field. How deep records
 // nest is decided by the catalogue and not by the packet, so the depth of the walk is bounded too.
 //
 // Any thread; only the arguments are touched.
@@ -51,10 +53,17 @@ struct Parameters {
 std::span<uint8_t> pack_packet(const Function& function, uint32_t context_id, const Word* words,
                                std::span<uint8_t> buffer);
 
-// The same, unpacked. False for a packet that lies about a length, has something behind the last parameter, or belongs
-// to a pending row. A record for which the packet has 05 00 or a presence byte of 2 is null in `parameters`.
+// Why a packet was refused.
+struct Refusal {
+    const char* why = nullptr;
+    size_t at = 0;  // byte of the body
+};
+
+// The same, unpacked. False for a packet that lies about a length or belongs to a pending row. A record for which the
+// packet has 05 00 or a presence byte of 2 is null in `parameters`; the former is refused where a response or
+// indication has no presence bytes, since its entry point reads the record without a test.
 bool unpack_packet(const Function& function, std::span<const uint8_t> body, uint32_t& context_id,
-                   Parameters& parameters);
+                   Parameters& parameters, Refusal* refusal = nullptr);
 
 // The return of a call: its result and its output parameters.
 std::span<uint8_t> pack_return(const Function& function, uint32_t context_id, int32_t result, const Word* words,
@@ -64,6 +73,11 @@ std::span<uint8_t> pack_return(const Function& function, uint32_t context_id, in
 // packet does not carry, or carries as null, leaves its memory as it was. Blocks that an output record points to are
 // the caller's, who frees each with RPC_MemFree. False when the packet has no result or lies about a length: no output
 // memory has been touched then.
-bool unpack_return(const Function& function, std::span<const uint8_t> body, const Word* words, int32_t& result);
+bool unpack_return(const Function& function, std::span<const uint8_t> body, const Word* words, int32_t& result,
+                   Refusal* refusal = nullptr);
+
+// The same, of a return whose caller is not known: the output parameters stay in `parameters`.
+bool unpack_return(const Function& function, std::span<const uint8_t> body, uint32_t& context_id, int32_t& result,
+                   Parameters& parameters, Refusal* refusal = nullptr);
 
 }  // namespace uta

@@ -13,6 +13,9 @@ using wire::take_number;
 static constexpr uint8_t c_present = 0;  // presence byte: the record follows
 static constexpr uint8_t c_absent = 2;   // presence byte: there is none
 
+static constexpr const char* c_pending = "its record is not known";
+static constexpr const char* c_no_memory = "there is no memory";
+
 static const Record& record_of(const Parameter& parameter) {
     return c_records[parameter.aux];
 }
@@ -152,7 +155,7 @@ constexpr size_t aligned_size(const Record& record) {
 }  // namespace
 
 // One allocation for the records of all parameters, or of the output parameters only.
-static bool allocate_records(const Function& function, bool outputs_only, Parameters& to) {
+static void allocate_records(const Function& function, bool outputs_only, Parameters& to, ExReadCursor& cursor) {
     size_t size = 0;
     for (const Parameter& parameter : parameters_of(function)) {
         if (parameter.type == Type::record && (parameter.output || !outputs_only)) {
@@ -162,7 +165,22 @@ static bool allocate_records(const Function& function, bool outputs_only, Parame
     if (size != 0) {
         to.records = calloc(1, size);
     }
-    return size == 0 || to.records != nullptr;
+    if (size != 0 && to.records == nullptr) {
+        ExFail(cursor, c_no_memory);
+    }
+}
+
+static ExReadCursor start_of(std::span<const uint8_t> body, uint32_t& context_id) {
+    ExReadCursor cursor{body.data(), body.data() + body.size(), false};
+    ExReadContextId(cursor, context_id);
+    return cursor;
+}
+
+static bool judge(const ExReadCursor& cursor, std::span<const uint8_t> body, Refusal* refusal) {
+    if (cursor.failed && refusal != nullptr) {
+        *refusal = {cursor.why, static_cast<size_t>(cursor.next - body.data())};
+    }
+    return !cursor.failed;
 }
 
 static void unpack_number(Unpacking& it, size_t index) {
@@ -210,7 +228,7 @@ static void unpack_pointed(Unpacking& it, size_t index, bool presence) {
         it.to.scalars[index] = static_cast<uint32_t>(count);
         memory = PgenAllocNew(count == 0 ? 1 : count, *it.blocks);
         if (memory == nullptr) {
-            ExFail(it.cursor);
+            ExFail(it.cursor, c_no_memory);
             return;
         }
     } else {
@@ -236,29 +254,31 @@ static void unpack_parameter(Unpacking& it, size_t index, bool presence) {
 }
 
 bool unpack_packet(const Function& function, std::span<const uint8_t> body, uint32_t& context_id,
-                   Parameters& parameters) {
-    ExReadCursor cursor{body.data(), body.data() + body.size(), false};
-    ExReadContextId(cursor, context_id);
-    if (function.pending || !allocate_records(function, false, parameters)) {
-        return false;
+                   Parameters& parameters, Refusal* refusal) {
+    ExReadCursor cursor = start_of(body, context_id);
+    if (function.pending) {
+        ExFail(cursor, c_pending);
     }
     if ((function.variation & NO_HEADER) == 0) {
-        ExBerHeader header;
-        EXReadBERHeader(cursor, header);
-        if (header.tag_class != c_ber_application || header.constructed != 1 || header.length != left(cursor)) {
-            return false;
-        }
+        ExBerHeader unread;
+        EXReadBERHeader(cursor, unread);
     }
+    allocate_records(function, false, parameters, cursor);
     Unpacking it{function,
                  cursor,
                  parameters,
                  parameters.words,
                  &parameters.mem_table,
                  static_cast<uint8_t*>(parameters.records)};
-    for (size_t i = function.n_parameters; i-- > 0;) {
-        unpack_parameter(it, i, (function.variation & PRESENCE) != 0);
+    const bool presence = (function.variation & PRESENCE) != 0;
+    const bool may_be_null = presence || is_outgoing(function.kind);
+    for (size_t i = function.n_parameters; i-- > 0 && !cursor.failed;) {
+        unpack_parameter(it, i, presence);
+        if (!may_be_null && parameters_of(function)[i].type == Type::record && parameters.words[i] == 0) {
+            ExFail(cursor, "it has no record");
+        }
     }
-    return !cursor.failed && left(cursor) == 0;
+    return judge(cursor, body, refusal);
 }
 
 // Whether an output record of a function with presence bytes has one in front. Nothing says if the return packet
@@ -287,30 +307,34 @@ static void copy_out(const Parameter& parameter, Word from, Word to, size_t arra
     }
 }
 
-bool unpack_return(const Function& function, std::span<const uint8_t> body, const Word* words, int32_t& result) {
-    ExReadCursor cursor{body.data(), body.data() + body.size(), false};
-    uint32_t context_id = 0;
-    ExReadContextId(cursor, context_id);
+// What nobody keeps, arrays, which are copied, and records that nobody asked for, belongs to `discarded`; without that
+// all is kept.
+static void unpack_outputs(const Function& function, ExReadCursor& cursor, const Word* words, MemTable* discarded,
+                           int32_t& result, Parameters& parameters) {
     EXUnpackINT32(&result, cursor);
-    if (cursor.failed || function.pending) {
-        return false;
+    if (function.pending) {
+        ExFail(cursor, c_pending);
     }
-    if (!function.has_output) {
-        return true;
-    }
-    Parameters parameters;
-    MemTable discarded{};  // arrays, which are copied, and what nobody asked for
-    if (!allocate_records(function, true, parameters)) {
-        return false;
-    }
+    allocate_records(function, true, parameters, cursor);
     Unpacking it{function, cursor, parameters, words, nullptr, static_cast<uint8_t*>(parameters.records)};
     const std::span<const Parameter> all = parameters_of(function);
     for (size_t i = all.size(); i-- > 0 && left(cursor) != 0;) {
         if (all[i].output) {
-            it.blocks = words[i] != 0 && all[i].type == Type::record ? &parameters.mem_table : &discarded;
+            const bool kept = discarded == nullptr || (words[i] != 0 && all[i].type == Type::record);
+            it.blocks = kept ? &parameters.mem_table : discarded;
             unpack_parameter(it, i, has_presence_byte(function, all[i], cursor));
         }
     }
+}
+
+bool unpack_return(const Function& function, std::span<const uint8_t> body, const Word* words, int32_t& result,
+                   Refusal* refusal) {
+    uint32_t context_id = 0;
+    ExReadCursor cursor = start_of(body, context_id);
+    Parameters parameters;
+    MemTable discarded{};
+    unpack_outputs(function, cursor, words, &discarded, result, parameters);
+    const std::span<const Parameter> all = parameters_of(function);
     for (size_t i = 0; i < all.size() && !cursor.failed; ++i) {
         if (all[i].output) {
             copy_out(all[i], parameters.words[i], words[i], parameters.scalars[i]);
@@ -320,7 +344,16 @@ bool unpack_return(const Function& function, std::span<const uint8_t> body, cons
     if (!cursor.failed) {
         HandOverMemTable(parameters.mem_table);
     }
-    return !cursor.failed;
+    return judge(cursor, body, refusal);
+}
+
+bool unpack_return(const Function& function, std::span<const uint8_t> body, uint32_t& context_id, int32_t& result,
+                   Parameters& parameters, Refusal* refusal) {
+    // An array is as long as the packet has it.
+    static constexpr Word c_any[c_max_parameters] = {UINT32_MAX, UINT32_MAX, UINT32_MAX, UINT32_MAX, UINT32_MAX};
+    ExReadCursor cursor = start_of(body, context_id);
+    unpack_outputs(function, cursor, c_any, nullptr, result, parameters);
+    return judge(cursor, body, refusal);
 }
 
 }  // namespace uta

@@ -120,8 +120,10 @@ int32_t call(uint16_t id, const Word* words) {
         return c_rpc_transport_failure;
     }
     int32_t result = c_rpc_transport_failure;
-    if (!unpack_return(function, {ret.body, ret.length}, words, result)) {
-        __android_log_print(ANDROID_LOG_ERROR, nullptr, "%s: return of function %u dropped\n", __func__, function.id);
+    Refusal refusal;
+    if (!unpack_return(function, {ret.body, ret.length}, words, result, &refusal)) {
+        __android_log_print(ANDROID_LOG_ERROR, nullptr, "%s: return of function %u dropped, %s at byte %u\n", __func__,
+                            function.id, refusal.why, static_cast<uint32_t>(refusal.at));
         result = c_rpc_transport_failure;
     }
     RPCReleaseReturn(ret);

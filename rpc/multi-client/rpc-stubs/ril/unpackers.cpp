@@ -63,28 +63,16 @@ void deliver_dynamic(const char* name, const Function& function, const Word* wor
 
 using DeliverWords = void (*)(const Function& function, const Word* words);
 
-int drop(const Function& function, const char* why) {
-    __android_log_print(ANDROID_LOG_ERROR, nullptr, "RPCUnpack: packet of function %u dropped, %s\n", function.id, why);
-    return 0;
-}
-
 // Without `deliver` the row is an ignored one.
 int unpack(uint16_t id, std::span<const uint8_t> body, DeliverWords deliver) {
     const Function& function = *find_function(id);
-    if (function.pending) {
-        return drop(function, "its record is not known");
-    }
     Parameters parameters;
     uint32_t context_id = 0;  // the header's; the entry point gets that of the parameters
-    if (!unpack_packet(function, body, context_id, parameters)) {
-        return drop(function, "it is malformed");
-    }
-    // Entry points read their record without a test, but for those whose function can say that it has none.
-    for (size_t i = 0; i < function.n_parameters; ++i) {
-        if (parameters_of(function)[i].type == Type::record && parameters.words[i] == 0 &&
-            (function.variation & PRESENCE) == 0) {
-            return drop(function, "it has no record");
-        }
+    Refusal refusal;
+    if (!unpack_packet(function, body, context_id, parameters, &refusal)) {
+        __android_log_print(ANDROID_LOG_ERROR, nullptr, "RPCUnpack: packet of function %u dropped, %s at byte %u\n",
+                            function.id, refusal.why, static_cast<uint32_t>(refusal.at));
+        return 0;
     }
     if (deliver != nullptr) {
         deliver(function, parameters.words);

@@ -23,18 +23,20 @@ struct ExWriteCursor {
 
 // Unread bytes [next, end): `next` moves up.
 struct ExReadCursor {
-    const uint8_t* next;
+    const uint8_t* next;  // stays where it failed
     const uint8_t* end;
     bool failed;
+    const char* why = nullptr;  // it failed
 };
 
 constexpr size_t c_rpc_packet_max = 2048;     // buffer of one outgoing packet
 constexpr size_t c_rpc_header_size = 12;      // 02 04 size 02 04 index
 constexpr uint32_t c_rpc_return_base = 1000;  // a return packet's index is the function id plus this
 
-// Latches the failure and closes the cursor: whatever is asked of it afterwards fails at its bounds check.
+// Latches the failure and closes the cursor: whatever is asked of it afterwards fails at its bounds check. The first
+// reason stays.
 void ExFail(ExWriteCursor& cursor);
-void ExFail(ExReadCursor& cursor);
+void ExFail(ExReadCursor& cursor, const char* why);
 
 // --- Headers ---------------------------------------------------------------------------------------------------------
 
@@ -65,9 +67,6 @@ struct ExBerHeader {
     uint8_t constructed;  // bit 5 of the first byte, 0 or 1
 };
 
-constexpr uint8_t c_ber_universal = 0x00;    // class of integers, flags and the null form
-constexpr uint8_t c_ber_application = 0x40;  // class of records, functions and octet strings
-
 // Writes 7F, the tag bytes and the length of the content that was packed before.
 size_t EXWriteBERHeader(const ExTag& tag, ExWriteCursor& cursor, size_t length);
 
@@ -78,7 +77,8 @@ size_t EXReadBERHeader(ExReadCursor& cursor, ExBerHeader& header);
 // The packet header; `body_length` is everything packed so far, context id and function header included.
 size_t ExWriteBufferHeader(ExWriteCursor& cursor, uint32_t index, size_t body_length);
 
-// Consumes the 12 bytes of a packet header. `size` counts them. The caller judges `size`.
+// Consumes the 12 bytes of a packet header, whatever tags and lengths its two integers have. `size` counts them. The
+// caller judges `size`.
 size_t ExReadBufferHeader(ExReadCursor& cursor, uint32_t& index, uint32_t& size);
 
 size_t ExWriteContextId(ExWriteCursor& cursor, uint32_t context_id);
@@ -86,10 +86,7 @@ size_t ExReadContextId(ExReadCursor& cursor, uint32_t& context_id);
 
 // --- Integers and flags ----------------------------------------------------------------------------------------------
 //
-// An unpacker takes a header of any form and then its own fixed number of value bytes, whatever the header's length
-// says and whatever its tag number is. What it does refuse is a header that cannot stand in front of an integer at all:
-// one that is constructed or not of the universal class. There a nested structure begins, so the packet and the tables
-// have lost step and every value behind this point would be noise.
+// An unpacker takes a header of any form and then its own fixed number of value bytes, whatever the header says.
 
 size_t EXPackBOOLEAN(const uint8_t* value, ExWriteCursor& cursor);  // FF when the flag is exactly 1, else 00
 size_t EXPackUINT8(const uint8_t* value, ExWriteCursor& cursor);

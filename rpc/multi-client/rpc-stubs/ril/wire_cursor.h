@@ -21,7 +21,7 @@ inline uint8_t* claim(ExWriteCursor& cursor, size_t count) {
 // The first of `count` bytes just consumed, or null with the cursor failed.
 inline const uint8_t* consume(ExReadCursor& cursor, size_t count) {
     if (static_cast<size_t>(cursor.end - cursor.next) < count) [[unlikely]] {
-        ExFail(cursor);
+        ExFail(cursor, "it ends too early");
         return nullptr;
     }
     const uint8_t* bytes = cursor.next;
