@@ -9,11 +9,14 @@ set(DUN_WARNINGS -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror)
 # Test code is compiled more often than it runs.
 set(DUN_TEST_CODE -O0 -g1)
 
-# dun_room(NAME [USES target...]): an object library of the .cpp files of this folder, part of what ships.
+# dun_room(NAME [SOURCES file...] [USES target...]): an object library of the .cpp files of this folder, or of those
+# named, part of what ships.
 function(dun_room name)
-  cmake_parse_arguments(ARG "" "" "USES" ${ARGN})
-  file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp)
-  add_library(${name} OBJECT ${sources})
+  cmake_parse_arguments(ARG "" "" "SOURCES;USES" ${ARGN})
+  if(NOT ARG_SOURCES)
+    file(GLOB ARG_SOURCES CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp)
+  endif()
+  add_library(${name} OBJECT ${ARG_SOURCES})
   target_include_directories(${name} PUBLIC ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/ril/include)
   target_compile_options(${name} PRIVATE ${DUN_WARNINGS} ${DUN_SHIPPED})
   target_link_libraries(${name} PUBLIC ${ARG_USES} Threads::Threads)

@@ -33,7 +33,11 @@ constexpr std::array<request_row, c_requests> make_table() {
     table[RIL_REQUEST_VOICE_REGISTRATION_STATE] = ROW(ril_request_voice_registration_state);
     table[RIL_REQUEST_DATA_REGISTRATION_STATE] = ROW(ril_request_data_registration_state);
     table[RIL_REQUEST_RADIO_POWER] = ROW(ril_request_radio_power);
+    table[RIL_REQUEST_SEND_SMS] = ROW(ril_request_send_sms, "%s: Input paramters are invalid\n");
+    table[RIL_REQUEST_SEND_SMS_EXPECT_MORE] =
+        ROW(ril_request_send_sms_expect_more, "%s: Input paramters are invalid\n");
     table[RIL_REQUEST_SIM_IO] = ROW(ril_request_sim_io);
+    table[RIL_REQUEST_SMS_ACKNOWLEDGE] = ROW(ril_request_sms_acknowledge, "%s: Input paramters are invalid\n");
     table[RIL_REQUEST_GET_IMEI] = ROW(ril_request_get_imei_imeisv_devid);
     table[RIL_REQUEST_GET_IMEISV] = ROW(ril_request_get_imei_imeisv_devid);
     table[RIL_REQUEST_ANSWER] = ROW(ril_request_answer);
@@ -47,10 +51,19 @@ constexpr std::array<request_row, c_requests> make_table() {
     table[RIL_REQUEST_SEPARATE_CONNECTION] = ROW(ril_request_separate_connection, "%s p_data is NULL, sim_id = %d\n");
     table[RIL_REQUEST_SET_MUTE] = ROW(ril_request_set_mute);
     table[RIL_REQUEST_GET_MUTE] = ROW(ril_request_get_mute);
+    table[RIL_REQUEST_WRITE_SMS_TO_SIM] = ROW(ril_request_write_sms_to_sim);
+    table[RIL_REQUEST_DELETE_SMS_ON_SIM] = ROW(ril_request_delete_sms_on_sim);
     table[RIL_REQUEST_EXPLICIT_CALL_TRANSFER] = ROW(ril_request_explicit_call_transfer);
     table[RIL_REQUEST_SET_TTY_MODE] = ROW(ril_request_set_tty_mode);
     table[RIL_REQUEST_QUERY_TTY_MODE] = ROW(ril_request_query_tty_mode);
+    table[RIL_REQUEST_GSM_GET_BROADCAST_SMS_CONFIG] = ROW(ril_request_get_cbs_config);
+    table[RIL_REQUEST_GSM_SET_BROADCAST_SMS_CONFIG] = ROW(ril_request_set_cbs_config);
+    table[RIL_REQUEST_GSM_SMS_BROADCAST_ACTIVATION] = ROW(ril_request_cbs_activation);
     table[RIL_REQUEST_DEVICE_IDENTITY] = ROW(ril_request_get_imei_imeisv_devid);
+    table[RIL_REQUEST_GET_SMSC_ADDRESS] = ROW(ril_request_get_smsc_address);
+    table[RIL_REQUEST_SET_SMSC_ADDRESS] = ROW(ril_request_set_smsc_address);
+    table[RIL_REQUEST_REPORT_SMS_MEMORY_STATUS] = ROW(ril_request_report_sms_memory_status);
+    table[RIL_REQUEST_ACKNOWLEDGE_INCOMING_GSM_SMS_WITH_PDU] = ROW(ril_request_acknowledge_incoming_gsm_sms_with_pdu);
     table[RIL_REQUEST_VOICE_RADIO_TECH] = ROW(ril_request_voice_radio_tech);
     return table;
 }

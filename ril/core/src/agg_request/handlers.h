@@ -47,3 +47,20 @@ void ril_request_set_mute(const ril_request& request, int32_t mute);
 void ril_request_get_mute(const ril_request& request);
 void ril_request_query_tty_mode(const ril_request& request);
 void ril_request_set_tty_mode(const ril_request& request, int32_t mode);
+
+// Messages: the service centre's address, or null, and the message, both as hexadecimal text. An acknowledgement is
+// success and a cause (3GPP TS 23.040, 9.2.3.22), or "1" or "0" and the text to answer with. A record counts from 1.
+void ril_request_send_sms(request_context& context, ril_texts<2> texts);
+void ril_request_send_sms_expect_more(request_context& context, ril_texts<2> texts);
+void ril_request_sms_acknowledge(const ril_request& request, int32_t success, int32_t cause);
+void ril_request_acknowledge_incoming_gsm_sms_with_pdu(const ril_request& request, ril_texts<2> texts);
+void ril_request_write_sms_to_sim(request_context& context, const RIL_SMS_WriteArgs& args);
+void ril_request_delete_sms_on_sim(request_context& context, int32_t index);
+void ril_request_get_smsc_address(const ril_request& request);
+void ril_request_set_smsc_address(request_context& context, const char* text);
+void ril_request_report_sms_memory_status(request_context& context, int32_t available);
+
+// Cell broadcast: a list of pointers to records, which may be empty; 0 starts, 1 stops.
+void ril_request_get_cbs_config(const ril_request& request);
+void ril_request_set_cbs_config(const ril_request& request, ril_data data);
+void ril_request_cbs_activation(request_context& context, int32_t action);

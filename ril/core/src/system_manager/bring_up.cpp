@@ -16,6 +16,7 @@
 #include "ril/core/src/reset/reset.h"
 #include "ril/core/src/sim/sim.h"
 #include "ril/core/src/sim/sim_io.h"
+#include "ril/core/src/sms/sms.h"
 #include "ril/core/src/system_manager/modules.h"
 #include "ril/core/src/system_manager/radio_power.h"
 #include "ril/utils/trace.h"

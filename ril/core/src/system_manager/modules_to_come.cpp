@@ -2,7 +2,6 @@
 #include "ril/core/src/system_manager/modules.h"
 
 [[gnu::weak]] void gprs_init(uint32_t) {}
-[[gnu::weak]] void sms_mngr_init(uint32_t) {}
 [[gnu::weak]] void stk_module_init(uint32_t) {}
 [[gnu::weak]] void ss_module_init(uint32_t) {}
 [[gnu::weak]] void em_module_init(uint32_t) {}

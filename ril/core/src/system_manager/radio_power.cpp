@@ -11,6 +11,7 @@
 #include "ril/core/src/async_ril/radio_state.h"
 #include "ril/core/src/net/net.h"
 #include "ril/core/src/sim/sim.h"
+#include "ril/core/src/sms/sms.h"
 #include "ril/core/src/system_manager/bring_up.h"
 #include "ril/core/src/system_manager/modules.h"
 #include "ril/utils/trace.h"
