@@ -5,6 +5,7 @@
 #include "ril/config/ril_config.h"
 #include "ril/core/src/async_ril/async_ril.h"
 #include "ril/core/src/async_ril/gate.h"
+#include "ril/core/src/call/call.h"
 #include "ril/core/src/sim/sim.h"
 #include "rpc/multi-client/rpc-stubs/ril/transport.h"
 
@@ -77,3 +78,4 @@ void stop_engine() {
     sys_sem_signal(s_ril_wait_init_sem);  // the modem is up at once
     return 0x20000100;
 }
+[[gnu::weak]] void ss_dtmf_call_ended(uint32_t, int32_t) {}

@@ -64,3 +64,20 @@ void ril_request_report_sms_memory_status(request_context& context, int32_t avai
 void ril_request_get_cbs_config(const ril_request& request);
 void ril_request_set_cbs_config(const ril_request& request, ril_data data);
 void ril_request_cbs_activation(request_context& context, int32_t action);
+
+// Supplementary services, USSD and tones. A digit is the first character of its text. The texts of a password's change
+// are a facility, the old and the new password.
+void ril_request_query_call_forward_status(request_context& context, const RIL_CallForwardInfo& info);
+void ril_request_set_call_forward(request_context& context, const RIL_CallForwardInfo& info);
+void ril_request_query_call_waiting(request_context& context, int32_t service_class);
+void ril_request_set_call_waiting(request_context& context, int32_t mode, int32_t service_class);
+void ril_request_get_clir(request_context& context);
+void ril_request_set_clir(request_context& context, int32_t value);
+void ril_request_query_clip(request_context& context);
+void ril_request_change_barring_password(request_context& context, ril_texts<3> texts);
+void ril_request_set_ss_notification(request_context& context, int32_t value);
+void ril_request_send_ussd(request_context& context, const char* string);
+void ril_request_cancel_ussd(request_context& context);
+void ril_request_dtmf(request_context& context, const char* digit);
+void ril_request_dtmf_start(request_context& context, const char* digit);
+void ril_request_dtmf_stop(request_context& context);

@@ -159,3 +159,7 @@ bool callmngr_has_mark(uint32_t ctxt_id);
 
 void ril_unsol_response_call_state_changed(uint32_t sim_id);
 void ril_unsol_call_ring(uint32_t sim_id);
+
+// --- Declared here, defined by the rooms above -----------------------------------------------------------------------
+
+void ss_dtmf_call_ended(uint32_t sim_id, int32_t call_id);  // no tone of this call is at the modem any more

@@ -182,6 +182,7 @@ void callmngr_cs_disconnected_ind(uint32_t sim_id, const void* p_params) {
     call_req_trigger_by(sim_id);
     tell_oem_of_disconnection(sim_id, call_id);
     ril_unsol_response_call_state_changed(sim_id);
+    ss_dtmf_call_ended(sim_id, call_id);
 }
 
 }  // namespace

@@ -3,8 +3,10 @@
 #include <array>
 #include <cstring>
 
+#include "ril/core/src/async_ril/async_ril.h"
 #include "ril/core/src/profile/profile.h"
 #include "ril/core/src/sim/pin.h"
+#include "ril/core/src/ss/ss.h"
 #include "ril/utils/trace.h"
 
 namespace {
@@ -17,15 +19,18 @@ struct facility {
                        uint32_t ctxt_id);
 };
 
+int32_t ss_handle_barring_facility(uint32_t sim_id, int32_t row, int32_t mode, const char* password,
+                                   int32_t service_class, uint32_t ctxt_id);
+
 constexpr std::array<facility, 16> s_ss_clck_facilities_array = {{
-    {"AO", "33", nullptr},
-    {"OI", "331", nullptr},
-    {"AI", "35", nullptr},
-    {"IR", "351", nullptr},
-    {"OX", "332", nullptr},
-    {"AB", "330", nullptr},
-    {"AG", "333", nullptr},
-    {"AC", "353", nullptr},
+    {"AO", "33", ss_handle_barring_facility},
+    {"OI", "331", ss_handle_barring_facility},
+    {"AI", "35", ss_handle_barring_facility},
+    {"IR", "351", ss_handle_barring_facility},
+    {"OX", "332", ss_handle_barring_facility},
+    {"AB", "330", ss_handle_barring_facility},
+    {"AG", "333", ss_handle_barring_facility},
+    {"AC", "353", ss_handle_barring_facility},
     {"PN", "", sim_handle_sim_lock_personalisation_facility},
     {"PU", "", sim_handle_sim_lock_personalisation_facility},
     {"PP", "", sim_handle_sim_lock_personalisation_facility},
@@ -36,6 +41,12 @@ constexpr std::array<facility, 16> s_ss_clck_facilities_array = {{
     {"", "", nullptr},
 }};
 static_assert(s_ss_clck_facilities_array[c_first_sim_lock_row].handler == sim_handle_sim_lock_personalisation_facility);
+
+int32_t ss_handle_barring_facility(uint32_t sim_id, int32_t row, int32_t mode, const char* password,
+                                   int32_t service_class, uint32_t ctxt_id) {
+    return ss_handle_call_barring(sim_id, s_ss_clck_facilities_array[static_cast<size_t>(row)].mmi_code, mode, password,
+                                  service_class, uta_context_id(ctxt_id));
+}
 
 }  // namespace
 

@@ -17,6 +17,7 @@
 #include "ril/core/src/sim/sim.h"
 #include "ril/core/src/sim/sim_io.h"
 #include "ril/core/src/sms/sms.h"
+#include "ril/core/src/ss/ss.h"
 #include "ril/core/src/system_manager/modules.h"
 #include "ril/core/src/system_manager/radio_power.h"
 #include "ril/utils/trace.h"

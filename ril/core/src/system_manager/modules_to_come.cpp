@@ -3,7 +3,6 @@
 
 [[gnu::weak]] void gprs_init(uint32_t) {}
 [[gnu::weak]] void stk_module_init(uint32_t) {}
-[[gnu::weak]] void ss_module_init(uint32_t) {}
 [[gnu::weak]] void em_module_init(uint32_t) {}
 [[gnu::weak]] int32_t mtpm_init() {
     return 0;

@@ -1,0 +1,4 @@
+#pragma once
+
+// No tone plays and none waits.
+void ss_dtmf_start();
