@@ -87,9 +87,14 @@ chain_answer sms_sim_msg_count_rsp_cb(uint32_t sim_id, const void* p_params, uin
     if (record == nullptr) {
         return CHAIN_END;
     }
-    state.last_slot_used = state.last_slot_used || count.no_of_used_sms_entries == count.no_of_sms_entries - 1;
     record->slot = sms_get_free_ef_sms_slot_in_sim(count);
-    return record->slot != 0 ? CHAIN_NEXT : CHAIN_FAIL;
+    if (record->slot == 0) {
+        return CHAIN_FAIL;
+    }
+    if (count.no_of_used_sms_entries == count.no_of_sms_entries - 1) {
+        state.last_slot_used = true;
+    }
+    return CHAIN_NEXT;
 }
 
 chain_answer sms_sim_apdu_cmdrespcb_write(uint32_t, const void* p_params, uint32_t ctxt_id) {
