@@ -6,7 +6,7 @@
 #include <array>
 #include <cerrno>
 #include <ctime>
-#include <utility>
+#include <limits>
 
 #include "ril/utils/mem_util.h"
 #include "ril/utils/thread_stop.h"
@@ -30,19 +30,20 @@ namespace {
 
 constexpr int32_t c_last_slot = static_cast<int32_t>(std::tuple_size_v<decltype(sys_mbox::msgs)>) - 1;
 
-class ScopedLock {
-public:
-    explicit ScopedLock(pthread_mutex_t& lock) : lock_(lock) { pthread_mutex_lock(&lock_); }
-    ~ScopedLock() { pthread_mutex_unlock(&lock_); }
-    ScopedLock(const ScopedLock&) = delete;
-    ScopedLock& operator=(const ScopedLock&) = delete;
-
-private:
-    pthread_mutex_t& lock_;
-};
-
 bool is_full(const sys_mbox& mbox) {
     return (mbox.first == 0 && mbox.last == c_last_slot) || (mbox.first != -1 && mbox.first == mbox.last + 1);
+}
+
+timespec mark_clock() {
+    timespec now{};
+    clock_gettime(CLOCK_MONOTONIC, &now);  // the network sets the other clock
+    return now;
+}
+
+bool is_free(const sys_mark& mark) {
+    const timespec now = mark_clock();
+    return !mark.taken || now.tv_sec > mark.end.tv_sec ||
+           (now.tv_sec == mark.end.tv_sec && now.tv_nsec >= mark.end.tv_nsec);
 }
 
 }  // namespace
@@ -74,51 +75,38 @@ void sys_sem_signal(sys_sem_t sem) {
 }
 
 void sys_sem_wait(sys_sem_t sem) {
-    if (sem == nullptr) {
-        return;
-    }
-    const ThreadStopWait registered(&sem->sem);
-    while (!thread_stop_requested()) {
-        if (sem_wait(&sem->sem) == 0) {
-            return;
-        }
-        const int error = errno;
-        if (error != EINTR) {
-            RIL_TRACE(TRACE_ERROR, "%s: sem_wait returned errno(%d)\n", __func__, error);
-            return;
-        }
+    if (sem != nullptr && thread_stop_wait(&sem->sem, nullptr) == WAIT_FAILED) {
+        RIL_TRACE(TRACE_ERROR, "%s: sem_wait returned errno(%d)\n", __func__, errno);
     }
 }
 
 void sys_mark_lock(sys_mark& mark) {
-    const ScopedLock lock(mark.lock);
-    while (mark.taken) {
-        pthread_cond_wait(&mark.released, &mark.lock);
+    const MutexHold hold(mark.lock);
+    while (!is_free(mark)) {
+        pthread_cond_clockwait(&mark.released, &mark.lock, CLOCK_MONOTONIC, &mark.end);
     }
     mark.taken = true;
+    mark.end.tv_sec = std::numeric_limits<time_t>::max();
 }
 
-bool sys_mark_lock_for(sys_mark& mark, uint32_t seconds) {
-    timespec end{};
-    clock_gettime(CLOCK_MONOTONIC, &end);  // the network sets the other clock
-    end.tv_sec += static_cast<time_t>(seconds);
-    const ScopedLock lock(mark.lock);
-    while (mark.taken) {
-        if (pthread_cond_clockwait(&mark.released, &mark.lock, CLOCK_MONOTONIC, &end) == ETIMEDOUT && mark.taken) {
-            return false;
-        }
+bool sys_mark_trylock(sys_mark& mark, int32_t seconds) {
+    const MutexHold hold(mark.lock);
+    if (!is_free(mark)) {
+        return false;
     }
     mark.taken = true;
+    mark.end = mark_clock();
+    mark.end.tv_sec += seconds;
     return true;
 }
 
-bool sys_mark_trylock(sys_mark& mark) {
-    const ScopedLock lock(mark.lock);
-    return !std::exchange(mark.taken, true);
+bool sys_mark_is_taken(sys_mark& mark) {
+    const MutexHold hold(mark.lock);
+    return !is_free(mark);
 }
 
 void sys_mark_unlock(sys_mark& mark) {
-    const ScopedLock lock(mark.lock);
+    const MutexHold hold(mark.lock);
     mark.taken = false;
     pthread_cond_signal(&mark.released);
 }
@@ -154,7 +142,7 @@ uint32_t sys_mbox_post(sys_mbox_t mbox, void* msg) {
     }
     bool was_empty = false;
     {
-        const ScopedLock lock(mbox->lock);
+        const MutexHold hold(mbox->lock);
         if (is_full(*mbox)) {
             RIL_TRACE(TRACE_ERROR, "Mail Box --> Full\n");
             return 0;
@@ -177,7 +165,7 @@ uint32_t sys_mbox_fetch(sys_mbox_t mbox, void** msg) {
     if (mbox == nullptr) {
         return 0;
     }
-    const ScopedLock lock(mbox->lock);
+    const MutexHold hold(mbox->lock);
     if (mbox->first == -1) {
         return 0;
     }
@@ -197,7 +185,7 @@ void sys_mbox_wait(sys_mbox_t mbox) {
         return;
     }
     {
-        const ScopedLock lock(mbox->lock);
+        const MutexHold hold(mbox->lock);
         if (mbox->pending != 0) {
             return;
         }

@@ -6,6 +6,19 @@
 #include <pthread.h>
 
 #include <cstdint>
+#include <ctime>
+
+// Holds a mutex while it lives.
+class MutexHold {
+public:
+    explicit MutexHold(pthread_mutex_t& mutex) : mutex_(mutex) { pthread_mutex_lock(&mutex_); }
+    ~MutexHold() { pthread_mutex_unlock(&mutex_); }
+    MutexHold(const MutexHold&) = delete;
+    MutexHold& operator=(const MutexHold&) = delete;
+
+private:
+    pthread_mutex_t& mutex_;
+};
 
 struct sys_sem;
 using sys_sem_t = sys_sem*;  // null is "none"
@@ -19,17 +32,18 @@ void sys_sem_signal(sys_sem_t sem);
 void sys_sem_wait(sys_sem_t sem);
 
 // A busy mark: whoever takes it need not be the one who releases it, so that a mark that was taken on a thread which is
-// gone can still be released.
+// gone can still be released. One that was taken for a time is free again when that time is over.
 struct sys_mark {
     pthread_mutex_t lock = PTHREAD_MUTEX_INITIALIZER;
     pthread_cond_t released = PTHREAD_COND_INITIALIZER;
     bool taken = false;
+    timespec end{};  // of a taken mark's time, on CLOCK_MONOTONIC
 };
 
-void sys_mark_lock(sys_mark& mark);                        // waits until the mark is free, then takes it
-bool sys_mark_lock_for(sys_mark& mark, uint32_t seconds);  // the same; false, without it, once the time is over
-bool sys_mark_trylock(sys_mark& mark);                     // true if the mark was free and is now taken
-void sys_mark_unlock(sys_mark& mark);                      // a free mark stays free
+void sys_mark_lock(sys_mark& mark);                      // waits until the mark is free, then takes it for good
+bool sys_mark_trylock(sys_mark& mark, int32_t seconds);  // true if it was free and is now taken, for that time
+bool sys_mark_is_taken(sys_mark& mark);
+void sys_mark_unlock(sys_mark& mark);  // a free mark stays free
 
 // A ring of 128 message pointers. It carries them and never owns what they point to. Any number of threads post, one
 // fetches and waits.

@@ -1,25 +1,36 @@
 #include "ril/utils/thread_stop.h"
 
-#include <poll.h>
-
 #include <atomic>
 #include <cerrno>
 #include <csignal>
 
+#include "ril/utils/os_util.h"
+
 namespace {
 
-// The stoppable thread writes the first three, the thread that ends it writes s_requested. All are lock-free, as the
-// signal handler needs.
-std::atomic<pthread_t> s_owner{};
-std::atomic<bool> s_owned{false};
-std::atomic<sem_t*> s_waiting_on{nullptr};
+thread_local bool t_stoppable = false;
+
+// Written by the thread that ends the stoppable one, with s_lock held.
 std::atomic<bool> s_requested{false};
 
-static_assert(std::atomic<pthread_t>::is_always_lock_free && std::atomic<sem_t*>::is_always_lock_free);
+// Guards what the stoppable thread sleeps on: its semaphore is posted while it cannot leave the wait and free it.
+pthread_mutex_t s_lock = PTHREAD_MUTEX_INITIALIZER;
+sem_t* s_waiting_on = nullptr;
 
-bool on_owner() {
-    return s_owned.load(std::memory_order_acquire) &&
-           pthread_equal(s_owner.load(std::memory_order_relaxed), pthread_self()) != 0;
+// False if the thread was told to end: a wait must not begin then.
+bool note_wait(sem_t* sem) {
+    const MutexHold hold(s_lock);
+    s_waiting_on = sem;
+    return !s_requested.load(std::memory_order_relaxed);
+}
+
+wait_end wait(sem_t* sem, const timespec* deadline) {
+    while ((deadline == nullptr ? sem_wait(sem) : sem_timedwait(sem, deadline)) != 0) {
+        if (errno != EINTR) {
+            return errno == ETIMEDOUT ? WAIT_TIMED_OUT : WAIT_FAILED;
+        }
+    }
+    return WAIT_POSTED;
 }
 
 }  // namespace
@@ -29,50 +40,41 @@ void thread_stop_arm() {
 }
 
 void thread_stop_enter() {
-    s_waiting_on.store(nullptr, std::memory_order_relaxed);
-    s_owner.store(pthread_self(), std::memory_order_relaxed);
-    s_owned.store(true, std::memory_order_release);
-#ifdef __SANITIZE_THREAD__
-    // GCC 12's ThreadSanitizer loses a signal that comes into a thread's first blocking call: this is that call.
-    poll(nullptr, 0, 0);
-#endif
+    t_stoppable = true;
+    // Whoever created the thread may have kept the signal to itself.
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGUSR1);
+    pthread_sigmask(SIG_UNBLOCK, &signals, nullptr);
 }
 
 void thread_stop_leave() {
-    s_owned.store(false, std::memory_order_release);
+    t_stoppable = false;
 }
 
 void thread_stop_request(pthread_t thread) {
-    s_requested.store(true, std::memory_order_release);
+    {
+        const MutexHold hold(s_lock);
+        s_requested.store(true, std::memory_order_release);
+        if (s_waiting_on != nullptr) {
+            sem_post(s_waiting_on);
+        }
+    }
     pthread_kill(thread, SIGUSR1);
 }
 
+bool thread_is_stoppable() {
+    return t_stoppable;
+}
+
 bool thread_stop_requested() {
-    return s_requested.load(std::memory_order_acquire) && on_owner();
+    return s_requested.load(std::memory_order_acquire) && t_stoppable;
 }
 
-ThreadStopWait::ThreadStopWait(sem_t* sem) : registered_(on_owner()) {
-    if (registered_) {
-        s_waiting_on.store(sem, std::memory_order_relaxed);
-        // The other side of this order is a signal handler on this very thread: a compiler fence is enough.
-        std::atomic_signal_fence(std::memory_order_seq_cst);
+wait_end thread_stop_wait(sem_t* sem, const timespec* deadline) {
+    if (!t_stoppable) {
+        return wait(sem, deadline);
     }
-}
-
-ThreadStopWait::~ThreadStopWait() {
-    if (registered_) {
-        s_waiting_on.store(nullptr, std::memory_order_relaxed);
-        std::atomic_signal_fence(std::memory_order_seq_cst);
-    }
-}
-
-void thread_stop_signal() {
-    const int saved_errno = errno;
-    if (thread_stop_requested()) {
-        sem_t* sem = s_waiting_on.load(std::memory_order_relaxed);
-        if (sem != nullptr) {
-            sem_post(sem);
-        }
-    }
-    errno = saved_errno;
+    const wait_end end = note_wait(sem) ? wait(sem, deadline) : WAIT_STOPPED;
+    return note_wait(nullptr) ? end : WAIT_STOPPED;
 }

@@ -1,7 +1,9 @@
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <semaphore.h>
 
 #include <chrono>
+#include <csignal>
 #include <thread>
 
 #include "ril/core/src/async_ril/async_ril.h"
@@ -264,8 +266,8 @@ TEST_F(Engine, StopReleasesEverybodyAndAnswersEverything) {
         stuck = true;
         sys_sem_wait(never);
     };
-    bool modules_after_thread = false;
-    stood_in.module_exit = [&] { modules_after_thread = stuck.load(); };
+    bool modules_last = false;
+    stood_in.module_exit = [&] { modules_last = !in_use(3) && android().completed(token(1)) == 1; };
     std::vector<std::thread> posters;
     posters.emplace_back([] { EXPECT_EQ(qelril_post_request(0, 10, nullptr, 0, token(1)), 0); });
     while (!stuck) {
@@ -276,20 +278,70 @@ TEST_F(Engine, StopReleasesEverybodyAndAnswersEverything) {
     posters.emplace_back(
         [] { qelril_post_utamsrspcb(0, nullptr, 3, [](uint32_t, const void*, uint32_t) { FAIL(); }); });
     std::this_thread::sleep_for(20ms);
-    ASSERT_TRUE(sys_mark_trylock(hold_call_and_dial_mutex_lock));
+    ASSERT_TRUE(sys_mark_trylock(hold_call_and_dial_mutex_lock, 3600));
     stop_engine();
     for (std::thread& poster : posters) {
         poster.join();
     }
-    EXPECT_TRUE(modules_after_thread);
+    EXPECT_TRUE(modules_last) << "the modules' memory goes before what is in flight";
     for (const uintptr_t number : {1U, 2U}) {
         EXPECT_EQ(android().wait_completion(token(number)).error, RIL_E_RADIO_NOT_AVAILABLE);
         EXPECT_EQ(android().completed(token(number)), 1);
     }
-    EXPECT_TRUE(sys_mark_trylock(hold_call_and_dial_mutex_lock)) << "a hold still counts as pending";
-    sys_mark_unlock(hold_call_and_dial_mutex_lock);
+    EXPECT_FALSE(sys_mark_is_taken(hold_call_and_dial_mutex_lock)) << "a hold still counts as pending";
     start_engine(FakeAndroid::env());
     sys_sem_free(never);
+}
+
+// The modem event thread keeps the signal to itself, and its children inherit that.
+TEST_F(Engine, StopsWhateverSignalsItsCreatorBlocks) {
+    stop_engine();
+    sigset_t all, before;
+    sigfillset(&all);
+    pthread_sigmask(SIG_SETMASK, &all, &before);
+    start_engine(FakeAndroid::env());
+    pthread_sigmask(SIG_SETMASK, &before, nullptr);
+    sys_sem_t never = sys_sem_new(0);
+    std::atomic<bool> asleep{false};
+    stood_in.handler = [&](int32_t, void*, size_t, RIL_Token) {
+        asleep = true;
+        sys_sem_wait(never);
+    };
+    std::thread poster([] { qelril_post_request(0, 10, nullptr, 0, token(1)); });
+    while (!asleep) {
+        std::this_thread::yield();
+    }
+    stop_engine();
+    poster.join();
+    sys_sem_free(never);
+    start_engine(FakeAndroid::env());
+}
+
+TEST_F(Engine, APostFromTheRilThreadFailsAtOnce) {
+    int32_t results[3] = {};
+    stood_in.handler = [&](int32_t, void*, size_t, RIL_Token t) {
+        results[0] = qelril_post_request(0, 11, nullptr, 0, t);
+        results[1] = qelril_post_utamsrspcb(0, nullptr, 3, [](uint32_t, const void*, uint32_t) { FAIL(); });
+        results[2] = qelril_post_utamsindcb(0, nullptr, [](uint32_t, const void*) { FAIL(); });
+    };
+    EXPECT_EQ(qelril_post_request(0, 10, nullptr, 0, token(1)), 0);
+    EXPECT_THAT(results, testing::Each(-1));
+    EXPECT_EQ(qelril_post_utamsindcb(0, nullptr, [](uint32_t, const void*) {}), 0);
+}
+
+TEST_F(Engine, AContextMayWaitForOneAnswerOnly) {
+    int calls = 0;
+    const auto id = static_cast<uint32_t>(qelril_get_free_ctxt_id(token(1), count_call));
+    const auto other = [](uint32_t, const void*, uint32_t) { FAIL(); };
+    EXPECT_EQ(qelril_post_utamsrspcb(0, &calls, id, other), 0);
+    EXPECT_TRUE(in_use(id));
+    EXPECT_EQ(qelril_post_utamsrspcb(0, &calls, id, count_call), 0);
+    EXPECT_EQ(calls, 1);
+    qelril_free_and_return(id);
+    while (qelril_get_free_ctxt_id(token(2)) != static_cast<int32_t>(id)) {
+    }
+    EXPECT_EQ(qelril_post_utamsrspcb(0, &calls, id, count_call), 0);
+    EXPECT_EQ(calls, 2);
 }
 
 TEST_F(Engine, StartTellsWhatModemInitSays) {

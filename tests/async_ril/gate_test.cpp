@@ -1,4 +1,4 @@
-#include "ril/core/src/async_ril/gate.h"
+#include "ril/core/src/entry/gate.h"
 
 #include <gtest/gtest.h>
 
@@ -151,8 +151,15 @@ TEST_F(Gate, DialWaitsForAPendingHoldAndOtherRequestsDoNot) {
     sys_mark_unlock(hold_call_and_dial_mutex_lock);
     dial.join();
     EXPECT_EQ(handled_.count(RIL_REQUEST_DIAL), 1U);
-    EXPECT_TRUE(sys_mark_trylock(hold_call_and_dial_mutex_lock));
-    sys_mark_unlock(hold_call_and_dial_mutex_lock);
+    EXPECT_FALSE(sys_mark_is_taken(hold_call_and_dial_mutex_lock));
+}
+
+TEST_F(Gate, DialWaitsNoLongerThanTheHoldMayTake) {
+    set_radio_state(0, RADIO_STATE_ON);
+    ASSERT_TRUE(sys_mark_trylock(hold_call_and_dial_mutex_lock, 1));
+    request(RIL_REQUEST_DIAL);  // the hold's answer never comes
+    EXPECT_TRUE(reached(RIL_REQUEST_DIAL));
+    EXPECT_FALSE(sys_mark_is_taken(hold_call_and_dial_mutex_lock));
 }
 
 TEST_F(Gate, ModemDownAnswersADialThatWaitedForAHold) {
@@ -178,10 +185,36 @@ TEST_F(Gate, RadioStateTellsAndroidOfChangesOnly) {
     EXPECT_EQ(on_radio_state(), RADIO_STATE_ON);
 }
 
+// The library starts once per process. Exits with the instance.
+void start_library(const std::vector<const char*>& arguments, uint32_t before) {
+    std::vector<char*> argv;
+    for (const char* argument : arguments) {
+        argv.push_back(const_cast<char*>(argument));
+    }
+    argv.push_back(nullptr);
+    ril_instance = before;
+    const int argc = static_cast<int>(arguments.size());
+    const RIL_RadioFunctions* functions = RIL_Init(FakeAndroid::env(), argc, argv.data());
+    ASSERT_NE(functions, nullptr);
+    EXPECT_EQ(functions->version, 9);
+    EXPECT_EQ(std::string(functions->rildInstance, 10), std::string(10, '\0'));
+    EXPECT_STREQ(functions->getVersion(), "QEL DUN-RIL 1.0");
+    EXPECT_EQ(uta_context_id(0xFF), 0x200001FFU);
+    EXPECT_EQ(stood_in.argc, argc);
+    EXPECT_EQ(stood_in.event_handler, &mehHandler);
+    functions->onCancel(token(1));
+    raise(SIGUSR1);  // a stray signal ends no thread
+    stood_in.event_handler = nullptr;
+    EXPECT_EQ(RIL_Init(FakeAndroid::env(), argc, argv.data()), functions);
+    EXPECT_EQ(stood_in.event_handler, nullptr) << "started twice";
+    exit(testing::Test::HasFailure() ? 255 : static_cast<int>(ril_instance));
+}
+
 TEST(RilInit, FindsTheInstance) {
     const struct {
         std::vector<const char*> arguments;
-        uint32_t before, instance;
+        uint32_t before;
+        int instance;
     } cases[] = {
         {{"rild"}, 0, 0},
         {{"rild", "--client", "2"}, 0, 1},
@@ -197,27 +230,9 @@ TEST(RilInit, FindsTheInstance) {
         {{"rild", "--a", ""}, 1, 1},
     };
     for (const auto& c : cases) {
-        std::vector<char*> argv;
-        for (const char* argument : c.arguments) {
-            argv.push_back(const_cast<char*>(argument));
-        }
-        argv.push_back(nullptr);
-        ril_instance = c.before;
-        const int argc = static_cast<int>(c.arguments.size());
-        const RIL_RadioFunctions* functions = RIL_Init(FakeAndroid::env(), argc, argv.data());
-        ASSERT_NE(functions, nullptr);
-        EXPECT_EQ(ril_instance, c.instance) << c.arguments.back();
-        EXPECT_EQ(functions->version, 9);
-        EXPECT_EQ(std::string(functions->rildInstance, 10), std::string(10, '\0'));
-        EXPECT_STREQ(functions->getVersion(), "QEL DUN-RIL 1.0");
-        EXPECT_EQ(uta_context_id(0xFF), 0x200001FFU);
-        EXPECT_EQ(stood_in.argc, argc);
-        EXPECT_EQ(stood_in.event_handler, &mehHandler);
-        functions->onCancel(token(1));
-        raise(SIGUSR1);  // a stray signal ends no thread
-        sys_sem_free(s_ril_wait_init_sem);
+        EXPECT_EXIT(start_library(c.arguments, c.before), testing::ExitedWithCode(c.instance), "")
+            << c.arguments.back();
     }
-    ril_instance = 0;
 }
 
 }  // namespace

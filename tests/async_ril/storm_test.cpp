@@ -7,8 +7,8 @@
 #include <thread>
 
 #include "ril/core/src/async_ril/async_ril.h"
-#include "ril/core/src/async_ril/gate.h"
 #include "ril/core/src/async_ril/radio_state.h"
+#include "ril/core/src/entry/gate.h"
 #include "ril/utils/mem_util.h"
 #include "ril/utils/ril_instance.h"
 #include "tests/harness/stood_in_rooms.h"

@@ -104,14 +104,6 @@ void handle(int32_t request, void* data, size_t length, RIL_Token token) {
     s_alloc_refused = FailingAlloc::refused();
 }
 
-bool is_marked(sys_mark& mark) {
-    if (!sys_mark_trylock(mark)) {
-        return true;
-    }
-    sys_mark_unlock(mark);
-    return false;
-}
-
 class CallModelTest : public testing::Test {
 protected:
     void SetUp() override {
@@ -294,8 +286,8 @@ protected:
         ASSERT_EQ(state_of_table(), state_of_model(model));
         ASSERT_EQ(callmngr_call_management(0).pending_call_action, static_cast<uint32_t>(model.pending));
         ASSERT_EQ(callmngr_release_specific_accept_waiting(0) != 0, model.accepting);
-        ASSERT_EQ(is_marked(hold_call_and_dial_mutex_lock), model.hold_by != 0);
-        ASSERT_EQ(is_marked(unhold_call_ongoing_mutex_lock), model.retrieve_by != 0);
+        ASSERT_EQ(sys_mark_is_taken(hold_call_and_dial_mutex_lock), model.hold_by != 0);
+        ASSERT_EQ(sys_mark_is_taken(unhold_call_ongoing_mutex_lock), model.retrieve_by != 0);
         size_t contexts = 0;
         for (const rilreq_state& entry : rilreq_state_info) {
             contexts += entry.entry_in_use.load();
@@ -339,8 +331,8 @@ TEST_F(CallModelTest, RandomOrders) {
             begin_step(false);
             qelril_destroy();
             ASSERT_EQ(android.completions().size(), model.open.size());
-            ASSERT_FALSE(is_marked(hold_call_and_dial_mutex_lock));
-            ASSERT_FALSE(is_marked(unhold_call_ongoing_mutex_lock));
+            ASSERT_FALSE(sys_mark_is_taken(hold_call_and_dial_mutex_lock));
+            ASSERT_FALSE(sys_mark_is_taken(unhold_call_ongoing_mutex_lock));
             android.advance(30'000);
             ASSERT_EQ(android.timers(), 0U);
             model = {};
@@ -361,8 +353,8 @@ TEST_F(CallModelTest, AMarkIsNotLeftWithoutATimer) {
         EXPECT_TRUE(s_alloc_refused);
         EXPECT_NE(context, 0);
         EXPECT_TRUE(android.completions().empty());
-        EXPECT_FALSE(is_marked(hold_call_and_dial_mutex_lock));
-        EXPECT_FALSE(is_marked(unhold_call_ongoing_mutex_lock));
+        EXPECT_FALSE(sys_mark_is_taken(hold_call_and_dial_mutex_lock));
+        EXPECT_FALSE(sys_mark_is_taken(unhold_call_ongoing_mutex_lock));
         qelril_destroy();
         qelril_init();
     }

@@ -230,7 +230,6 @@ PHONE_TEST(CallPhone, Marks, ADialOutlivesAModemThatDoesNotAnswer) {
     phone.sent();
     EXPECT_EQ(phone.dial("0891234567"), "open");
     EXPECT_EQ(phone.sent_short(), "34");
-    EXPECT_EQ(ask(phone, c_switch, c_none), "0");  // the mark is still the hold's
     phone.android.advance(10'000);
     EXPECT_EQ(phone.outcome(hold), "2");
     EXPECT_EQ(ask(phone, c_switch, c_none), "open");

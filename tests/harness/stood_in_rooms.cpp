@@ -4,7 +4,6 @@
 
 #include "ril/config/ril_config.h"
 #include "ril/core/src/async_ril/async_ril.h"
-#include "ril/core/src/async_ril/gate.h"
 #include "ril/core/src/call/call.h"
 #include "ril/core/src/sim/sim.h"
 #include "rpc/multi-client/rpc-stubs/ril/transport.h"
@@ -24,7 +23,7 @@ void StoodInRooms::reset() {
 void start_engine(const RIL_Env* env) {
     s_rilenv = env;
     struct sigaction action {};
-    action.sa_handler = qelril_signal_handler;
+    action.sa_handler = [](int) {};
     sigaction(SIGUSR1, &action, nullptr);
     stood_in.spoofing = 0;
     qelril_init();
@@ -49,6 +48,7 @@ void stop_engine() {
     }
     return 0;
 }
+[[gnu::weak]] void import_kernel_cmdline() {}
 [[gnu::weak]] void mehHandler(uint32_t) {}
 [[gnu::weak]] void modem_events_start() {}
 [[gnu::weak]] uint32_t RPCMakeContextId() {

@@ -75,7 +75,6 @@ TEST(BringUp, ModemThatDiesDuringTheStart) {
         phone.modem.take_received();
         // The modem is up before the next daemon: its start waits for that.
         phone.event(c_event_up);
-        std::this_thread::sleep_for(std::chrono::milliseconds(50));
         phone.modem.start();
         phone.wait_radio_state(RADIO_STATE_OFF);
         EXPECT_EQ(phone.modem.received_ids(), c_start_ids);
@@ -85,23 +84,80 @@ TEST(BringUp, ModemThatDiesDuringTheStart) {
     });
 }
 
-// A start without a daemon fails and is over after five seconds: the modem's next end finds the thread free.
+// The RPC daemon dies alone and comes back: that is the modem's end and start. Nothing that was open with the old one
+// stays open.
+TEST(BringUp, DaemonThatDiesAlone) {
+    in_own_process([] {
+        Phone phone;
+        phone.bring_up();
+        phone.leave_mode_requests_open();
+        RIL_Token open = phone.request(RIL_REQUEST_RADIO_POWER, 1);
+        phone.android.reset();
+        phone.modem.take_received();
+        phone.modem.stop();
+        EXPECT_EQ(phone.answer(open).error, RIL_E_RADIO_NOT_AVAILABLE);
+        ASSERT_TRUE(soon([&] { return phone.android.unsolicited().size() == 5; }));
+        EXPECT_EQ(phone.android.unsolicited_numbers(), (std::vector<int>{1000, 1010, 1001, 1002, 1019}));
+        EXPECT_EQ(phone.answer(phone.request(RIL_REQUEST_RADIO_POWER, 1)).error, RIL_E_RADIO_NOT_AVAILABLE);
+        phone.answer_mode_requests(0);
+        phone.modem.start();
+        phone.wait_radio_state(RADIO_STATE_OFF);
+        EXPECT_EQ(phone.modem.received_ids(), c_start_ids);
+        for (const Bytes& packet : phone.modem.take_received()) {
+            EXPECT_EQ(to_hex(packet).substr(36, 8), "20 00 02") << to_hex(packet);
+        }
+        EXPECT_EQ(phone.android.completed(open), 1);
+    });
+}
+
+// The start's last request is on its way and lost: the next daemon gets a start of its own.
+TEST(BringUp, DaemonThatDiesWithTheStackOff) {
+    in_own_process([] {
+        Phone phone;
+        phone.event(c_event_up);
+        ASSERT_TRUE(phone.modem.wait_for(c_set_mode));
+        phone.modem.stop();
+        phone.modem.take_received();
+        phone.answer_mode_requests(0);
+        phone.modem.start();
+        ASSERT_TRUE(soon([&] { return phone.initialised(); }));
+        phone.wait_radio_state(RADIO_STATE_OFF);
+        EXPECT_EQ(phone.modem.received_ids(), c_start_ids);
+    });
+}
+
+// The modem comes and goes without a daemon: the start comes with the later of the two.
 TEST(BringUp, DaemonThatStaysAway) {
     in_own_process([] {
         Phone phone;
         phone.bring_up();
-        phone.modem.stop();
         phone.android.reset();
-        phone.modem.take_received();
-        phone.event(c_event_down);
-        phone.event(c_event_up);
-        ASSERT_TRUE(soon([&] { return phone.android.unsolicited().size() == 9; }));
+        phone.modem.stop();
         phone.wait_radio_state(RADIO_STATE_UNAVAILABLE);
-        phone.event(c_event_down);
+        for (const uint32_t event : {c_event_down, c_event_up, c_event_down}) {
+            phone.event(event);
+        }
+        phone.modem.take_received();
         phone.modem.start();
+        ASSERT_TRUE(phone.modem.wait_registered());
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        EXPECT_TRUE(phone.modem.received_ids().empty());
         phone.event(c_event_up);
         phone.wait_radio_state(RADIO_STATE_OFF);
         EXPECT_EQ(phone.modem.received_ids(), c_start_ids);
+    });
+}
+
+// Another function's answer carries the id of the start's own request.
+TEST(BringUp, StrangeAnswerDoesNotEndTheStackOff) {
+    in_own_process([] {
+        Phone phone;
+        phone.event(c_event_up);
+        ASSERT_TRUE(soon([&] { return phone.initialised(); }));
+        const Bytes stack_off = phone.modem.take_received().back();
+        phone.modem.send(with_context(mode_answer(229, 0), stack_off));  // of the SIM's mode
+        phone.modem.send(with_context(mode_answer(227, 0), stack_off));
+        phone.wait_radio_state(RADIO_STATE_OFF);
     });
 }
 

@@ -116,12 +116,13 @@ TEST(Restart, AThousandCrashesUnderTraffic) {
             std::thread event_thread([&] { send_requests(phone, ending, tokens); });
             std::thread modem_thread([&] { send_from_modem(phone, ending); });
             for (int cycle = 0; cycle < c_cycles; ++cycle) {
-                if (cycle % 25 == 11) {
-                    phone.modem.start();
-                }
                 crash();
                 if (cycle % 25 == 10) {
+                    const int before = changes;
                     phone.modem.stop();
+                    ASSERT_TRUE(soon([&] { return changes == before + 1; }));
+                    phone.modem.start();
+                    ASSERT_TRUE(soon([&] { return changes == before + 2; }));
                 }
             }
             ending = true;

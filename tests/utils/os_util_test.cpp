@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 #include <pthread.h>
+#include <semaphore.h>
 
 #include <atomic>
 #include <csignal>
@@ -110,13 +111,9 @@ TEST(Mailbox, NoMemory) {
     EXPECT_EQ(sys_sem_new(0), nullptr);
 }
 
-void on_signal(int) {
-    thread_stop_signal();
-}
-
 void install_signal_handler() {
     struct sigaction action {};
-    action.sa_handler = on_signal;
+    action.sa_handler = [](int) {};
     sigaction(SIGUSR1, &action, nullptr);
 }
 
@@ -152,9 +149,14 @@ TEST(Wait, SignalsDoNotEndIt) {
     sys_sem_free(sem);
 }
 
-// The request may fall before the thread has started, before its wait or into it: it ends each time.
+// The request may fall before the thread has started, before its wait or into it: it ends each time, also where the
+// thread was created with the signal blocked.
 TEST(ThreadStop, EndsAWaitWheneverItComes) {
     install_signal_handler();
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGUSR1);
+    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
     sys_sem_t never = sys_sem_new(0);
     for (int round = 0; round < 2000; ++round) {
         thread_stop_arm();
@@ -173,13 +175,42 @@ TEST(ThreadStop, EndsAWaitWheneverItComes) {
         stoppable.join();
         EXPECT_FALSE(thread_stop_requested());
     }
+    pthread_sigmask(SIG_UNBLOCK, &signals, nullptr);
     sys_sem_free(never);
+}
+
+TEST(ThreadStop, AWaitTellsWhyItEnded) {
+    sem_t sem;
+    sem_init(&sem, 0, 1);
+    timespec past{};
+    EXPECT_EQ(thread_stop_wait(&sem, nullptr), WAIT_POSTED);
+    EXPECT_EQ(thread_stop_wait(&sem, &past), WAIT_TIMED_OUT);
+    past.tv_nsec = -1;
+    EXPECT_EQ(thread_stop_wait(&sem, &past), WAIT_FAILED);
+    thread_stop_arm();
+    std::atomic<bool> ready{false};
+    std::thread stoppable([&] {
+        thread_stop_enter();
+        sem_post(&sem);
+        EXPECT_EQ(thread_stop_wait(&sem, nullptr), WAIT_POSTED);
+        ready = true;
+        EXPECT_EQ(thread_stop_wait(&sem, nullptr), WAIT_STOPPED);
+        sem_post(&sem);
+        EXPECT_EQ(thread_stop_wait(&sem, nullptr), WAIT_STOPPED);  // whatever else happened
+        thread_stop_leave();
+    });
+    while (!ready) {
+        std::this_thread::yield();
+    }
+    thread_stop_request(stoppable.native_handle());
+    stoppable.join();
+    sem_destroy(&sem);
 }
 
 TEST(Mark, IsReleasedByAnyThreadAndOnlyOnce) {
     sys_mark mark;
     sys_mark_lock(mark);
-    EXPECT_FALSE(sys_mark_trylock(mark));
+    EXPECT_FALSE(sys_mark_trylock(mark, 0));
     std::atomic<bool> second{false};
     std::thread waiter([&] {
         sys_mark_lock(mark);
@@ -188,11 +219,23 @@ TEST(Mark, IsReleasedByAnyThreadAndOnlyOnce) {
     std::thread([&] { sys_mark_unlock(mark); }).join();
     waiter.join();
     EXPECT_TRUE(second);
-    EXPECT_FALSE(sys_mark_trylock(mark));
+    EXPECT_TRUE(sys_mark_is_taken(mark));
     sys_mark_unlock(mark);
     sys_mark_unlock(mark);
-    EXPECT_TRUE(sys_mark_trylock(mark));
-    EXPECT_FALSE(sys_mark_trylock(mark));
+    EXPECT_FALSE(sys_mark_is_taken(mark));
+    EXPECT_TRUE(sys_mark_trylock(mark, 3600));
+    EXPECT_FALSE(sys_mark_trylock(mark, 3600));
+}
+
+// Who waits for a mark waits for its holder's time and not for one of its own.
+TEST(Mark, IsFreeWhenItsTimeIsOver) {
+    sys_mark mark;
+    EXPECT_TRUE(sys_mark_trylock(mark, 0));
+    EXPECT_FALSE(sys_mark_is_taken(mark));
+    EXPECT_TRUE(sys_mark_trylock(mark, 1));
+    sys_mark_lock(mark);
+    EXPECT_TRUE(sys_mark_is_taken(mark));
+    EXPECT_FALSE(sys_mark_trylock(mark, 0));
 }
 
 TEST(Memory, BlocksAreZeroAndNullIsRefused) {

@@ -31,6 +31,8 @@
 #include "rpc/multi-client/rpc-stubs/ril/stubs.h"
 #include "rpc/multi-client/rpc-stubs/ril/transport.h"
 
+void RPCConnectionChanged(bool) {}
+
 namespace {
 
 constexpr uint8_t c_app_id = 1;

@@ -4,10 +4,13 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "rpc/multi-client/rpc-stubs/ril/transport.h"
 #include "rpc/multi-client/rpc-stubs/ril/transport_queue.h"
 #include "rpc/multi-client/rpc-stubs/ril/transport_route.h"
 #include "rpc/multi-client/rpc-stubs/ril/transport_slots.h"
 #include "rpc/multi-client/utils/osa/android/sys_arch.h"
+
+void RPCConnectionChanged(bool) {}
 
 namespace {
 

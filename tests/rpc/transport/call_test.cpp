@@ -140,7 +140,7 @@ TEST(Call, EndsWhenItsThreadIsToldToEnd) {
         FakeDaemon daemon;
         connect_client(daemon, 1);
         struct sigaction action {};
-        action.sa_handler = [](int) { thread_stop_signal(); };
+        action.sa_handler = [](int) {};
         sigaction(SIGUSR1, &action, nullptr);
         std::thread stoppable([] {
             thread_stop_enter();

@@ -42,6 +42,8 @@ void nap() {
 
 }  // namespace
 
+void RPCConnectionChanged(bool) {}
+
 // --- The process's own libc and platform -----------------------------------------------------------------------------
 
 extern "C" {

@@ -20,11 +20,10 @@ constexpr size_t c_imeisv_end = 17;        // 16 digits
 constexpr size_t c_software_version = 15;  // its last two
 
 int32_t ss_get_imei_imeisv(uint32_t sim_id, identities& out) {
-    // No digits: a modem whose answer carries no numbers leaves them so, and a made-up identity must not reach Android.
+    // No digits: a modem whose answer carries no numbers leaves them so.
     UtaSysImei numbers;
     memset(&numbers, 0xFF, sizeof(numbers));
-    const UtaSysImei none = numbers;
-    if (RemUtaMsSysReadImei(sim_id, &numbers) != 0 || memcmp(&numbers, &none, sizeof(numbers)) == 0) {
+    if (RemUtaMsSysReadImei(sim_id, &numbers) != 0) {
         return -1;
     }
     out = {};

@@ -30,6 +30,10 @@ void ril_request_timed_call_back(RIL_TimedCallback callback, void* param, int32_
 
 // --- Contexts --------------------------------------------------------------------------------------------------------
 
+// A module's callback. `p_params` is the UTA data as the entry point received it, valid until the callback returns.
+using rilreq_rspcb = void (*)(uint32_t sim_id, const void* p_params, uint32_t ctxt_id);
+using rilreq_indcb = void (*)(uint32_t sim_id, const void* p_params);
+
 // What is behind `p_priv_data`, and so how the engine frees it when nobody else will.
 enum rilreq_priv_form : uint32_t { PRIV_FLAT, PRIV_MULTI_MODULE };
 
@@ -43,6 +47,7 @@ struct rilreq_state {
     // Runs once, when the entry is released by whatever way: a response, the timer or the teardown. For what a module
     // holds as long as the request is in flight and a private area cannot free. Set on the RIL thread, or null.
     void (*p_released)(uint32_t ctxt_id);
+    rilreq_rspcb p_only_rspcb;  // the one callback that may have its answer, or null: any
 };
 
 // The private area that the release helpers understand.
@@ -63,7 +68,11 @@ inline uint32_t uta_context_id(uint32_t ctxt_id) {
 }
 
 // A ctxt_id from 2 to 255 for `token`, or -1 with none free. Any thread.
-int32_t qelril_get_free_ctxt_id(RIL_Token token);
+//
+// Ids start over with each modem, so a late or strange answer may carry the id of another's request. With `only_rspcb`
+// such an answer of another function is dropped. Most requests cannot say it: a supplementary service request is
+// answered by any of ten callbacks, a chain by another one at each step.
+int32_t qelril_get_free_ctxt_id(RIL_Token token, rilreq_rspcb only_rspcb = nullptr);
 
 // The following run on the RIL thread. The two creators return 0, or -1 without memory: the entry stays in use then.
 
@@ -113,12 +122,9 @@ void ril_rspcb_timeout_handler(void* param);
 
 // --- Posting to the RIL thread ---------------------------------------------------------------------------------------
 
-// A module's callback. `p_params` is the UTA data as the entry point received it, valid until the callback returns.
-using rilreq_rspcb = void (*)(uint32_t sim_id, const void* p_params, uint32_t ctxt_id);
-using rilreq_indcb = void (*)(uint32_t sim_id, const void* p_params);
-
 // Each returns 0 when the RIL thread has run the work, or ended before it could; 0 as well with a full mailbox, when
-// the work is lost; -1 at once when the engine does not run. Needs no memory. Never called on the RIL thread.
+// the work is lost; -1 at once when the engine does not run, and on the RIL thread, which cannot wait for itself. Needs
+// no memory. A timer that continues a request posts as the modem's answer would.
 int32_t qelril_post_request(uint32_t sim_id, int32_t req_id, void* p_data, size_t data_len, RIL_Token token);
 int32_t qelril_post_utamsrspcb(uint32_t sim_id, const void* p_params, uint32_t context_id, rilreq_rspcb p_rspcb);
 // -1 also for another stack's indication.
@@ -134,7 +140,7 @@ int32_t qelril_init();
 // completed with RIL_E_RADIO_NOT_AVAILABLE, and no hold is pending. 0. Modem event thread.
 int32_t qelril_destroy();
 
-// Marks a hold request that is on its way to the modem: a dial waits for it, as long as the hold may take.
+// Marks a hold request that is on its way to the modem: a dial waits for it, until the hold's own time is over.
 extern sys_mark hold_call_and_dial_mutex_lock;
 constexpr int32_t c_hold_seconds = 10;
 
@@ -142,6 +148,7 @@ constexpr int32_t c_hold_seconds = 10;
 
 // Runs one Android request. RIL thread.
 void on_request_handler(uint32_t sim_id, int32_t request, void* p_data, size_t data_len, RIL_Token token);
-int32_t modem_init();   // starts the modules and the modem's services; negative on failure. Modem event thread
-int32_t module_exit();  // frees what the modules hold. 0. Modem event thread
+int32_t modem_init();  // starts the modules and the modem's services; negative on failure. Modem event thread
+// Frees what the modules hold. No context is in flight any more. 0. Modem event thread.
+int32_t module_exit();
 void import_kernel_cmdline();

@@ -78,6 +78,7 @@ void context_table_start() {
         entry.p_priv_data = nullptr;
         entry.priv_form = PRIV_FLAT;
         entry.p_released = nullptr;
+        entry.p_only_rspcb = nullptr;
         release(entry);
     }
     global_ctxt_id = c_first_ctxt_id;
@@ -96,7 +97,7 @@ void context_table_abandon() {
     }
 }
 
-int32_t qelril_get_free_ctxt_id(RIL_Token token) {
+int32_t qelril_get_free_ctxt_id(RIL_Token token, rilreq_rspcb only_rspcb) {
     pthread_mutex_lock(&ctxt_id_lock);
     const uint32_t id = find_free_ctxt_id();
     if (id == 0) {
@@ -112,6 +113,7 @@ int32_t qelril_get_free_ctxt_id(RIL_Token token) {
     entry.p_priv_data = nullptr;
     entry.priv_form = PRIV_FLAT;
     entry.p_released = nullptr;
+    entry.p_only_rspcb = only_rspcb;
     entry.entry_in_use.store(1, std::memory_order_release);
     pthread_mutex_unlock(&ctxt_id_lock);
     return static_cast<int32_t>(id);

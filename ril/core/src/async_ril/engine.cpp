@@ -12,6 +12,7 @@
 #include "ril/utils/trace.h"
 
 const RIL_Env* s_rilenv = nullptr;
+sys_sem_t s_ril_wait_init_sem = nullptr;
 sys_mark hold_call_and_dial_mutex_lock;
 
 namespace {
@@ -66,18 +67,26 @@ void set_running(bool running) {
     pthread_mutex_unlock(&s_post_lock);
 }
 
+void run_response(uint32_t sim_id, const uta_response_msg& rsp) {
+    const rilreq_state& entry = rilreq_state_info[rsp.ctxt_id];
+    if (entry.entry_in_use.load(std::memory_order_acquire) != 1) {
+        RIL_TRACE(TRACE_ERROR, "Warning: rilreq_state_info[%x].entry_in_use=FALSE\n", rsp.ctxt_id);
+    } else if (entry.p_only_rspcb != nullptr && entry.p_only_rspcb != rsp.p_rspcb) {
+        RIL_TRACE(TRACE_ERROR, "Warning: rilreq_state_info[%x] waits for another answer\n", rsp.ctxt_id);
+    } else {
+        rsp.p_rspcb(sim_id, rsp.p_params, rsp.ctxt_id);
+    }
+}
+
 void run_message(const ril_msg& msg) {
     const RunLock lock;
+    RIL_TRACE(TRACE_EVENT, "%s: msg_type = %u\n", __func__, msg.msg_type);
     switch (msg.msg_type) {
         case RILREQ_MSG:
             on_request_handler(msg.sim_id, msg.req.req_id, msg.req.p_data, msg.req.data_len, msg.req.token);
             break;
         case UTAMSRSPCB_MSG:
-            if (rilreq_state_info[msg.rsp.ctxt_id].entry_in_use.load(std::memory_order_acquire) == 1) {
-                msg.rsp.p_rspcb(msg.sim_id, msg.rsp.p_params, msg.rsp.ctxt_id);
-            } else {
-                RIL_TRACE(TRACE_ERROR, "Warning: rilreq_state_info[%x].entry_in_use=FALSE\n", msg.rsp.ctxt_id);
-            }
+            run_response(msg.sim_id, msg.rsp);
             break;
         case UTAMSINDCB_MSG:
             msg.ind.p_indcb(msg.sim_id, msg.ind.p_params);
@@ -119,6 +128,11 @@ void abandon_mailbox() {
 // the mailbox took it.
 int32_t post_and_wait(const char* function, ril_msg& msg, bool& posted) {
     posted = false;
+    if (thread_is_stoppable()) {
+        RIL_TRACE(TRACE_ERROR, "%s: the RIL thread cannot wait for itself\n", function);
+        return -1;
+    }
+    RIL_TRACE(TRACE_EVENT, "%s: msg_type = %u\n", function, msg.msg_type);
     bool running = s_ril_init.load(std::memory_order_acquire);
     if (running) {
         pthread_mutex_lock(&s_post_lock);
@@ -211,9 +225,10 @@ int32_t qelril_destroy() {
         s_ril_task_exists = false;
         abandon_mailbox();
     }
-    // Behind the join: the modules are the RIL thread's until it has ended.
-    module_exit();
+    // Behind the join, since contexts and modules are the RIL thread's until it has ended. The modules go last: what
+    // runs at the release of a context reads their memory.
     context_table_abandon();
+    module_exit();
     sys_mark_unlock(hold_call_and_dial_mutex_lock);
     return 0;
 }

@@ -15,16 +15,9 @@ struct busy_mark {
     sys_mark& mark;
     uint32_t holder;
 
-    bool is_set() const {
-        if (!sys_mark_trylock(mark)) {
-            return true;
-        }
-        sys_mark_unlock(mark);
-        return false;
-    }
     // A dial that has the mark at this moment keeps it: it is behind this request already.
     void set(uint32_t ctxt_id) {
-        if (sys_mark_trylock(mark)) {
+        if (sys_mark_trylock(mark, c_hold_seconds)) {
             holder = ctxt_id;
         }
     }
@@ -80,11 +73,11 @@ bool watch(uint32_t ctxt_id) {
 }  // namespace
 
 bool callmngr_hold_is_marked() {
-    return s_hold.is_set();
+    return sys_mark_is_taken(s_hold.mark);
 }
 
 bool callmngr_retrieve_is_marked() {
-    return s_retrieve.is_set();
+    return sys_mark_is_taken(s_retrieve.mark);
 }
 
 void callmngr_mark_hold(uint32_t ctxt_id) {

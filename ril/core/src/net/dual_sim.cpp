@@ -39,25 +39,36 @@ bool other_sim_goes_first(uint32_t sim_id) {
 // The request may have been answered meanwhile, with the modem that it was for.
 bool is_still_open(const attach_delay& delay) {
     const rilreq_state& entry = rilreq_state_info[delay.ctxt_id];
-    return delay.modem_start == net_modem_starts() && entry.entry_in_use.load(std::memory_order_acquire) == 1 &&
-           entry.token == delay.token;
+    return delay.modem_start == net_modem_starts() && entry.token == delay.token;
 }
 
-// One step of the wait. rild's event thread: the run lock keeps the RIL thread and the teardown off the request until
-// it is under way. Each step passes its record on, so that none can fail for lack of memory.
-void net_attach_delay_handler(void* param) {
-    auto* const delay = static_cast<attach_delay*>(param);
-    const RunLock lock;
-    const bool open = is_still_open(*delay);
-    if (open && delay->retry_left != 0 && other_sim_goes_first(delay->sim_id)) {
-        --delay->retry_left;
-        ril_request_timed_call_back(net_attach_delay_handler, delay, c_step_seconds, 0);
+// One step of the wait, on its way to the RIL thread.
+struct attach_turn {
+    attach_delay* delay;
+    bool goes_on;
+};
+
+void net_attach_delay_step(uint32_t sim_id, const void* p_params, uint32_t ctxt_id) {
+    auto& turn = *static_cast<attach_turn*>(const_cast<void*>(p_params));
+    if (!is_still_open(*turn.delay)) {
         return;
     }
-    const attach_delay done = *delay;
-    MEM_FREE(delay);
-    if (open) {
-        net_select(done.sim_id, {c_cops_automatic, nullptr}, done.ctxt_id);
+    if (turn.delay->retry_left != 0 && other_sim_goes_first(sim_id)) {
+        --turn.delay->retry_left;
+        turn.goes_on = true;
+        return;
+    }
+    net_select(sim_id, {c_cops_automatic, nullptr}, ctxt_id);
+}
+
+// rild's event thread. Each step passes its record on, so that none can fail for lack of memory.
+void net_attach_delay_handler(void* param) {
+    attach_turn turn{static_cast<attach_delay*>(param), false};
+    qelril_post_utamsrspcb(turn.delay->sim_id, &turn, turn.delay->ctxt_id, net_attach_delay_step);
+    if (turn.goes_on) {
+        ril_request_timed_call_back(net_attach_delay_handler, turn.delay, c_step_seconds, 0);
+    } else {
+        MEM_FREE(turn.delay);
     }
 }
 

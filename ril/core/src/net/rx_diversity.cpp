@@ -21,7 +21,7 @@ void configure_rx_diversity_darp_ind(uint32_t sim_id, const void* p_params, uint
 }  // namespace
 
 int32_t configure_rx_diversity_darp(uint32_t sim_id, uint32_t rx_diversity, uint16_t darp) {
-    const int32_t ctxt_id = qelril_get_free_ctxt_id(nullptr);
+    const int32_t ctxt_id = qelril_get_free_ctxt_id(nullptr, configure_rx_diversity_darp_ind);
     if (ctxt_id < 0) {
         RIL_TRACE(TRACE_ERROR, "%s: Unable get a ctxt_id", __func__);
         return -1;
@@ -31,8 +31,9 @@ int32_t configure_rx_diversity_darp(uint32_t sim_id, uint32_t rx_diversity, uint
     param.present = darp < c_darp_none ? 1 : 0;
     param.value = darp == c_darp_none ? 1 : darp;
     if (RemUtaMsNetConfigureRxDiversityDarp(sim_id, &param, uta_context_id(static_cast<uint32_t>(ctxt_id))) != 0) {
+        // The context stays until the modem's next end: a call that was cut short leaves open whether the modem heard
+        // it, and the RIL thread may have its answer already.
         RIL_TRACE(TRACE_ERROR, "%s: Failed to Configure RxDiversity Darp\n", __func__);
-        qelril_free_and_return(static_cast<uint32_t>(ctxt_id));
         return -1;
     }
     return 0;

@@ -283,7 +283,7 @@ void second_stack_power_off() {
 }
 
 void modem_shutdown(uint32_t sim_id) {
-    const int32_t ctxt_id = qelril_get_free_ctxt_id(nullptr);
+    const int32_t ctxt_id = get_mode_ctxt_id();
     if (ctxt_id < 0) {
         RIL_TRACE(TRACE_ERROR, "%s: ERROR out of free rilreq_state_info array elements\n", __func__);
         return;

@@ -1,6 +1,8 @@
 // The start of the modules and of the modem's services, and the last steps of a shutdown.
 #pragma once
 
+#include <telephony/ril.h>
+
 #include <cstdint>
 
 // True while the platform shuts down: the property "sys.shutdown.requested" begins with "0" or "1". Any thread.
@@ -38,5 +40,6 @@ int32_t modem_power_state_set(uint32_t state);
 // --- Kept requests for the preferred network type ---
 
 bool net_pref_is_saved(uint32_t sim_id);  // any thread
-void net_pref_start();                    // answers and forgets them. Modem event thread
-void postRadioPoweron(uint32_t sim_id);   // carries them out, or answers them. RIL thread
+void net_pref_drop(RIL_Token token);      // it will not be carried out: the next start answers it. Any thread
+void net_pref_start();                    // answers all that is open and forgets it. Modem event thread
+void postRadioPoweron(uint32_t sim_id);   // carries out what is kept, with the property that allows it. RIL thread

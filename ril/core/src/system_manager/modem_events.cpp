@@ -9,14 +9,20 @@
 #include "ril/core/src/async_ril/radio_state.h"
 #include "ril/core/src/sim/sim.h"
 #include "ril/core/src/system_manager/bring_up.h"
+#include "ril/core/src/system_manager/radio_power.h"
 #include "ril/core/src/system_manager/system_manager.h"
+#include "ril/utils/os_util.h"
 #include "ril/utils/trace.h"
 #include "rpc/multi-client/rpc-stubs/ril/transport.h"
 
 namespace {
 
 constexpr int c_pdp_fail_no_modem = -3;
-constexpr uint32_t c_reconnection_wait_s = 5;  // as long as a synchronous call waits for the same daemon
+
+// One end or start at a time: the modem manager's thread brings those of the modem, a thread of this file those of the
+// RPC daemon. Whichever has it is the modem event thread.
+pthread_mutex_t s_event_lock = PTHREAD_MUTEX_INITIALIZER;
+bool s_modem_is_up = false;  // the modem manager's last word. Guarded by s_event_lock
 
 // The modem event thread writes both; the gate reads them on rild's event thread.
 std::atomic<uint32_t> last_modem_event{E_MODEM_NONE};
@@ -44,7 +50,7 @@ void mehInit() {
     s_spoof_commands.store(0, std::memory_order_release);
     changeInState(ril_instance);
     sleep(5);
-    const int32_t free_id = qelril_get_free_ctxt_id(nullptr);
+    const int32_t free_id = get_mode_ctxt_id();
     if (free_id < 0) {
         RIL_TRACE(TRACE_ERROR, "%s get ctx failed --> something wrong here\n", __func__);
         return;
@@ -56,36 +62,38 @@ void mehInit() {
     second_stack_power_off();
 }
 
-// The modem manager may report the modem before the library is known to the RPC daemon: the start needs both.
-pthread_mutex_t s_registration_lock = PTHREAD_MUTEX_INITIALIZER;
-pthread_cond_t s_registration_changed = PTHREAD_COND_INITIALIZER;
-bool s_registered = false;
+// What a start needs besides the modem: the RPC daemon, which has to know the library. The modem manager may report the
+// modem before.
+pthread_mutex_t s_daemon_lock = PTHREAD_MUTEX_INITIALIZER;
+pthread_cond_t s_daemon_changed = PTHREAD_COND_INITIALIZER;
+struct daemon_state {
+    bool known = false;  // RIL_Init has registered with it, or given up
+    bool away = false;
+    bool returned = false;  // since daemon_task last looked
+    uint32_t ends = 0;      // how often it died
+} s_daemon;
 
 void wait_for_registration() {
-    pthread_mutex_lock(&s_registration_lock);
-    while (!s_registered) {
-        pthread_cond_wait(&s_registration_changed, &s_registration_lock);
+    const MutexHold hold(s_daemon_lock);
+    while (!s_daemon.known) {
+        pthread_cond_wait(&s_daemon_changed, &s_daemon_lock);
     }
-    pthread_mutex_unlock(&s_registration_lock);
 }
 
-void modem_up() {
-    RIL_TRACE(TRACE_EVENT, "%s REQ --> E_MODEM_UP\n", "mehHandler");
-    wait_for_registration();
-    if (last_modem_event.load(std::memory_order_relaxed) == E_MODEM_UP) {
-        return;
-    }
-    // A daemon that restarts with the modem: without it every call of the start would fail. For one that stays away the
-    // start goes on without it, since the modem's next end must not find this thread parked.
-    if (!RPCWaitForReconnection(c_reconnection_wait_s)) {
-        RIL_TRACE(TRACE_ERROR, "%s: no connection to the RPC daemon\n", "mehHandler");
-    }
-    last_modem_event.store(E_MODEM_UP, std::memory_order_release);
-    mehInit();
+bool daemon_is_away() {
+    const MutexHold hold(s_daemon_lock);
+    return s_daemon.away;
 }
 
-void modem_down() {
-    RIL_TRACE(TRACE_EVENT, "%s REQ --> E_MODEM_DOWN\n", "mehHandler");
+// The start comes with the later of the two: without the daemon, every call of it would fail.
+void start_if_both_are_there() {
+    if (s_modem_is_up && last_modem_event.load(std::memory_order_relaxed) != E_MODEM_UP && !daemon_is_away()) {
+        last_modem_event.store(E_MODEM_UP, std::memory_order_release);
+        mehInit();
+    }
+}
+
+void end() {
     s_spoof_commands.store(1, std::memory_order_release);
     if (last_modem_event.load(std::memory_order_relaxed) != E_MODEM_UP) {
         return;
@@ -103,6 +111,45 @@ void modem_down() {
         }
     }
     last_modem_event.store(E_MODEM_DOWN, std::memory_order_release);
+}
+
+void modem_up() {
+    RIL_TRACE(TRACE_EVENT, "%s REQ --> E_MODEM_UP\n", "mehHandler");
+    wait_for_registration();
+    const MutexHold event(s_event_lock);
+    s_modem_is_up = true;
+    start_if_both_are_there();
+}
+
+void modem_down() {
+    RIL_TRACE(TRACE_EVENT, "%s REQ --> E_MODEM_DOWN\n", "mehHandler");
+    const MutexHold event(s_event_lock);
+    s_modem_is_up = false;
+    end();
+}
+
+// Its next end or return.
+daemon_state await_daemon(uint32_t ends_seen) {
+    const MutexHold hold(s_daemon_lock);
+    while (s_daemon.ends == ends_seen && !s_daemon.returned) {
+        pthread_cond_wait(&s_daemon_changed, &s_daemon_lock);
+    }
+    s_daemon.returned = false;
+    return s_daemon;
+}
+
+// The daemon that comes back knows nothing of what was open with the old one: no service, no request in flight. So its
+// end is the modem's end, and its return the modem's start.
+void* daemon_task(void* /*arg*/) {
+    for (uint32_t ends_seen = 0;;) {
+        const daemon_state now = await_daemon(ends_seen);
+        const MutexHold event(s_event_lock);
+        if (now.ends != ends_seen) {
+            ends_seen = now.ends;
+            end();
+        }
+        start_if_both_are_there();
+    }
 }
 
 constexpr uint32_t c_modem_reset = 0xA1000000;  // a request to the modem manager
@@ -166,10 +213,23 @@ void mehHandler(uint32_t event) {
 }
 
 void modem_events_start() {
-    pthread_mutex_lock(&s_registration_lock);
-    s_registered = true;
-    pthread_cond_broadcast(&s_registration_changed);
-    pthread_mutex_unlock(&s_registration_lock);
+    pthread_t task{};
+    if (pthread_create(&task, nullptr, daemon_task, nullptr) == 0) {
+        pthread_detach(task);
+    } else {
+        RIL_TRACE(TRACE_ERROR, "%s: daemon_task create failed\n", __func__);
+    }
+    const MutexHold hold(s_daemon_lock);
+    s_daemon.known = true;
+    pthread_cond_broadcast(&s_daemon_changed);
+}
+
+void RPCConnectionChanged(bool connected) {
+    const MutexHold hold(s_daemon_lock);
+    s_daemon.away = !connected;
+    s_daemon.returned = connected;
+    s_daemon.ends += connected ? 0 : 1;
+    pthread_cond_broadcast(&s_daemon_changed);
 }
 
 // Needs no UTA call: the modem manager itself resets the modem.
@@ -205,8 +265,7 @@ void handleRequestNoModem(uint32_t sim_id, int32_t request, void* data, size_t l
             if (get_radio_state(sim_id) == RADIO_STATE_OFF || !net_pref_is_saved(sim_id)) {
                 saveNetPrefInfo(sim_id, request, data, length, token);
             } else {
-                // One is kept already and stays: this one will not be carried out.
-                ril_request_complete(token, RIL_E_RADIO_NOT_AVAILABLE, nullptr, 0);
+                net_pref_drop(token);
             }
             break;
         default:

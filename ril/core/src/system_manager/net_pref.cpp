@@ -15,69 +15,85 @@
 namespace {
 
 struct net_pref_info {
-    RIL_Token token;  // null once answered
-    int32_t value;    // network type
+    RIL_Token token;
+    int32_t value;        // network type
+    net_pref_info* next;  // among those that will not be carried out
 };
 
-// Written on rild's event thread, on the RIL thread and on the modem event thread.
+// Written on rild's event thread, on the RIL thread and on the modem event thread, with s_lock held.
 std::array<net_pref_info*, 2> pref_network_info{};
+net_pref_info* s_given_up = nullptr;  // dropped or replaced, and not answered yet
 pthread_mutex_t s_lock = PTHREAD_MUTEX_INITIALIZER;
 
-net_pref_info* exchange_record(uint32_t sim_id, net_pref_info* record) {
-    pthread_mutex_lock(&s_lock);
-    net_pref_info* old = std::exchange(pref_network_info[sim_id], record);
-    pthread_mutex_unlock(&s_lock);
-    return old;
+// With s_lock held; null is none.
+void give_up(net_pref_info* record) {
+    if (record != nullptr) {
+        record->next = std::exchange(s_given_up, record);
+    }
 }
 
-// A request that will not be carried out any more is answered all the same.
-void answer_and_free(net_pref_info* record, RIL_Errno error) {
+// A new record, or null with the request answered.
+net_pref_info* new_record(const net_pref_info& values) {
+    auto* record = static_cast<net_pref_info*>(MEM_ALLOC(sizeof(net_pref_info)));
     if (record == nullptr) {
-        return;
+        ril_request_complete(values.token, RIL_E_GENERIC_FAILURE, nullptr, 0);
+        return nullptr;
     }
-    ril_request_complete(record->token, error, nullptr, 0);
-    MEM_FREE(record);
+    *record = values;
+    return record;
 }
 
 }  // namespace
 
 bool net_pref_is_saved(uint32_t sim_id) {
-    pthread_mutex_lock(&s_lock);
-    const bool saved = pref_network_info[sim_id] != nullptr;
-    pthread_mutex_unlock(&s_lock);
-    return saved;
+    const MutexHold hold(s_lock);
+    return pref_network_info[sim_id] != nullptr;
 }
 
 void saveNetPrefInfo(uint32_t sim_id, int32_t request, void* data, size_t length, RIL_Token token) {
     (void)request;
-    auto* record = data == nullptr || length < sizeof(int)
-                       ? nullptr
-                       : static_cast<net_pref_info*>(MEM_ALLOC(sizeof(net_pref_info)));
-    if (record == nullptr) {
+    if (data == nullptr || length < sizeof(int)) {
         ril_request_complete(token, RIL_E_GENERIC_FAILURE, nullptr, 0);
         return;
     }
-    *record = {token, *static_cast<const int*>(data)};
-    answer_and_free(exchange_record(sim_id, record), RIL_E_GENERIC_FAILURE);
+    net_pref_info* record = new_record({token, *static_cast<const int*>(data), nullptr});
+    if (record != nullptr) {
+        const MutexHold hold(s_lock);
+        give_up(std::exchange(pref_network_info[sim_id], record));
+    }
+}
+
+void net_pref_drop(RIL_Token token) {
+    net_pref_info* record = new_record({token, 0, nullptr});
+    const MutexHold hold(s_lock);
+    give_up(record);
 }
 
 void net_pref_start() {
-    for (uint32_t sim_id = 0; sim_id < pref_network_info.size(); ++sim_id) {
-        answer_and_free(exchange_record(sim_id, nullptr), RIL_E_RADIO_NOT_AVAILABLE);
+    net_pref_info* record = nullptr;
+    {
+        const MutexHold hold(s_lock);
+        for (net_pref_info*& kept : pref_network_info) {
+            give_up(std::exchange(kept, nullptr));
+        }
+        record = std::exchange(s_given_up, nullptr);
+    }
+    while (record != nullptr) {
+        ril_request_complete(record->token, RIL_E_RADIO_NOT_AVAILABLE, nullptr, 0);
+        MEM_FREE(std::exchange(record, record->next));
     }
 }
 
-// Without the property the record stays, as phones know it; its token is answered, since nothing else ever would.
+// Without the property the record stays, as phones know it, until the next start answers it.
 void postRadioPoweron(uint32_t sim_id) {
     if (!is_property_set("persist.conformance.noprefrat")) {
-        pthread_mutex_lock(&s_lock);
-        net_pref_info* record = pref_network_info[sim_id];
-        RIL_Token token = record == nullptr ? nullptr : std::exchange(record->token, nullptr);
-        pthread_mutex_unlock(&s_lock);
-        ril_request_complete(token, RIL_E_GENERIC_FAILURE, nullptr, 0);
         return;
     }
-    net_pref_info* record = exchange_record(sim_id, nullptr);
+    net_pref_info* record = nullptr;
+    {
+        const MutexHold hold(s_lock);
+        record = std::exchange(pref_network_info[sim_id], nullptr);
+    }
     if (record != nullptr) {
         on_request_handler(sim_id, RIL_REQUEST_SET_PREFERRED_NETWORK_TYPE, &record->value, sizeof(record->value),
                            record->token);

@@ -155,6 +155,10 @@ void radio_power_start() {
     radio_off_ongoing = 0;
 }
 
+int32_t get_mode_ctxt_id() {
+    return qelril_get_free_ctxt_id(nullptr, boot_cps_set_mode_rspcb);
+}
+
 int32_t request_set_phone_functionality(uint32_t sim_id, uint32_t mode, uint32_t context_id) {
     const int32_t result = phone_functionality_operation_state(sim_id, mode, context_id);
     if (result != 0) {
@@ -214,4 +218,11 @@ void UtaMsCpsSetModeIndCb(uint32_t sim_id, const UtaCpsSetModeParams* param) {
     } else if (param->mode == c_stack_on) {
         note_mode(sim_id, FUN_MODE_SIM_STACK_ON);
     }
+}
+
+void UtaMsCpsStartupIndCb(uint32_t sim_id, const UtaCpsStartupIndParam* param) {
+    (void)sim_id;
+    (void)param;
+    RIL_TRACE_ENTER();
+    RIL_TRACE_EXIT();
 }

@@ -18,6 +18,10 @@ void radio_power_start();
 // result of the request, 0 for one that is on its way, or -1. RIL thread or modem event thread, as all of these.
 int32_t request_set_phone_functionality(uint32_t sim_id, uint32_t mode, uint32_t context_id);
 
+// A context for a mode request that no request of Android started, or -1 with none free. Nothing but the stack's answer
+// ends it. Any thread.
+int32_t get_mode_ctxt_id();
+
 int32_t sim_stack_power_on(uint32_t sim_id, uint32_t context_id);
 int32_t sim_stack_power_off(uint32_t sim_id, uint32_t state, uint32_t context_id);
 int32_t sim_power_off(uint32_t sim_id, uint32_t context_id);

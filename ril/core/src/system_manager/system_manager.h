@@ -18,7 +18,7 @@ enum modem_event : uint32_t {
 void mehHandler(uint32_t event);
 
 // The registration with the RPC daemon is over: from here on an E_MODEM_UP, also one that came before, starts the
-// modem's services. RIL_Init's thread, once.
+// modem's services, and the daemon's end and return count as the modem's. RIL_Init's thread, once.
 void modem_events_start();
 
 // Asks the modem manager for a reset of the modem, in the first instance only. Any thread but the RIL thread; blocks
@@ -34,6 +34,6 @@ uint32_t mmgr_get_spoof_command_state();
 // Answers one request without the modem. rild's event thread.
 void handleRequestNoModem(uint32_t sim_id, int32_t request, void* data, size_t length, RIL_Token token);
 
-// Keeps a request for the preferred network type until the radio is on; one that was kept before fails. Without data or
-// memory it fails at once. rild's event thread.
+// Keeps a request for the preferred network type until the radio is on; it takes the place of one that was kept before.
+// Without data or memory it fails at once. rild's event thread.
 void saveNetPrefInfo(uint32_t sim_id, int32_t request, void* data, size_t length, RIL_Token token);

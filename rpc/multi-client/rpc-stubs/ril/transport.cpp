@@ -9,7 +9,6 @@
 #include <atomic>
 #include <cerrno>
 #include <cstdlib>
-#include <ctime>
 
 #include "ril/utils/thread_stop.h"
 #include "rpc/multi-client/rpc-stubs/ril/transport_link.h"
@@ -44,9 +43,6 @@ enum LinkState : uint32_t {
 // may answer before a sender that was preempted in send() runs again, and the RPC receive thread must not wait for
 // that. Taken before SynchSemLock.
 pthread_mutex_t s_send_lock = PTHREAD_MUTEX_INITIALIZER;
-
-// Signalled when send_rpc_data becomes LINK_UP.
-pthread_cond_t s_link_up = PTHREAD_COND_INITIALIZER;
 
 // Written with s_send_lock held, together with s_sockets, by RegisterRPCClient and then by the RPC receive thread.
 // Relaxed: without a connection there are no sockets to send on, whatever a sender saw here.
@@ -177,11 +173,14 @@ uint32_t base_context_id(uint8_t app_id) {
 // From here until the client is registered again, every synchronous call fails at once.
 void connection_lost() {
     RPC_LOG_ERROR("%s: the RPC daemon is gone\n", __func__);
-    const SysMutexHold hold(s_send_lock);
-    send_rpc_data.store(LINK_LOST, std::memory_order_relaxed);
-    RpcCloseSockets(s_sockets);
-    const SysMutexHold slots(SynchSemLock);
-    RPCFailAllSemaphores();
+    {
+        const SysMutexHold hold(s_send_lock);
+        send_rpc_data.store(LINK_LOST, std::memory_order_relaxed);
+        RpcCloseSockets(s_sockets);
+        const SysMutexHold slots(SynchSemLock);
+        RPCFailAllSemaphores();
+    }
+    RPCConnectionChanged(false);
 }
 
 // The daemon that comes back knows nothing of this client, which gets a new application id. The marker of the dead
@@ -194,10 +193,12 @@ void connect_again() {
     const uint8_t app_id = register_until_accepted(sockets);
     RPC_LOG_ERROR("%s: registered again, application id %u\n", __func__, app_id);
     RPCSetClientId(base_context_id(app_id));
-    const SysMutexHold hold(s_send_lock);
-    s_sockets = sockets;
-    send_rpc_data.store(LINK_UP, std::memory_order_relaxed);
-    pthread_cond_broadcast(&s_link_up);
+    {
+        const SysMutexHold hold(s_send_lock);
+        s_sockets = sockets;
+        send_rpc_data.store(LINK_UP, std::memory_order_relaxed);
+    }
+    RPCConnectionChanged(true);
 }
 
 void* AppRecvFromRPCIFTask(void* /*arg*/) {
@@ -279,19 +280,6 @@ uint32_t RegisterRPCClient(void (*handler)(uint32_t event)) {
         RPCSetClientId(base_context_id(0));
     }
     return RPCMakeContextId();
-}
-
-bool RPCWaitForReconnection(uint32_t seconds) {
-    timespec end{};
-    clock_gettime(CLOCK_MONOTONIC, &end);
-    end.tv_sec += static_cast<time_t>(seconds);
-    const SysMutexHold hold(s_send_lock);
-    while (send_rpc_data.load(std::memory_order_relaxed) == LINK_LOST) {
-        if (pthread_cond_clockwait(&s_link_up, &s_send_lock, CLOCK_MONOTONIC, &end) == ETIMEDOUT) {
-            return false;
-        }
-    }
-    return true;
 }
 
 void RPCSetClientId(uint32_t context_id) {

@@ -16,10 +16,6 @@ constexpr int32_t c_rpc_version = 1249;           // generator version of this c
 // good. Runs once per process, on the thread of RIL_Init; blocks until the daemon is there.
 uint32_t RegisterRPCClient(void (*handler)(uint32_t event));
 
-// Waits while the client registers again with a daemon that was gone. True once it is registered, and at once when it
-// is or never was; false when `seconds` are over. Any thread but the RPC threads.
-bool RPCWaitForReconnection(uint32_t seconds);
-
 // The process-wide default context id. It changes when the daemon was gone and gave the client another application id;
 // until then, from the daemon's end on, every synchronous call fails at once. Any thread.
 void RPCSetClientId(uint32_t context_id);
@@ -46,7 +42,12 @@ int RPCSynchronousCall(uint32_t id, uint32_t context_id, std::span<const uint8_t
 // The peer's generator version, or -99. Any thread.
 int32_t RemRpcGetRemoteVerInfo();
 
-// --- Declared here, defined by the stubs -----------------------------------------------------------------------------
+// --- Declared here, defined by the rooms above
+// -----------------------------------------------------------------------------
+
+// The connection to the RPC daemon is gone, or there again with another application id; not told of the first one. RPC
+// receive thread; returns at once.
+void RPCConnectionChanged(bool connected);
 
 // Decodes one response or indication and runs its entry point. `body` starts behind the packet header, at the context
 // id, and is valid until the function returns. 0, also for a packet that was dropped. RPC dispatch thread.

@@ -50,25 +50,13 @@ int sys_rpc_sem_wait(sem_t* sem) {
         return -1;
     }
     deadline.tv_sec += c_call_wait_seconds;
-
-    const ThreadStopWait stop_wait(sem);
-    while (!thread_stop_requested()) {
-        if (sem_timedwait(sem, &deadline) == 0) {
-            // The post may have come from the request to end.
-            return thread_stop_requested() ? -1 : 0;
-        }
-        const int error = errno;
-        if (error == EINTR) {
-            continue;
-        }
-        if (error == ETIMEDOUT) {
-            RPC_LOG_ERROR("sem_timedwait() timed out\n");
-        } else {
-            RPC_LOG_ERROR("sem_timedwait error %d\n", error);
-        }
-        return -1;
+    const wait_end end = thread_stop_wait(sem, &deadline);
+    if (end == WAIT_TIMED_OUT) {
+        RPC_LOG_ERROR("sem_timedwait() timed out\n");
+    } else if (end == WAIT_FAILED) {
+        RPC_LOG_ERROR("sem_timedwait error %d\n", errno);
     }
-    return -1;
+    return end == WAIT_POSTED ? 0 : -1;
 }
 
 int sys_thread_attr_init(pthread_attr_t* attr) {

@@ -12,5 +12,6 @@ int on_supports(int request);     // 1 supported, 0 not
 void on_cancel(RIL_Token token);  // no request can be cancelled
 const char* on_get_version();
 
-// The handler of SIGUSR1, which wakes the RIL thread to end it.
+// The handler of SIGUSR1, which does nothing: a signal with a handler cuts short the system call that the RIL thread
+// may be in when it is told to end.
 void qelril_signal_handler(int signal);

@@ -1,4 +1,4 @@
-#include "ril/core/src/async_ril/gate.h"
+#include "ril/core/src/entry/gate.h"
 
 #include <climits>
 
@@ -6,7 +6,6 @@
 #include "ril/core/src/async_ril/radio_state.h"
 #include "ril/core/src/sim/sim.h"
 #include "ril/core/src/system_manager/system_manager.h"
-#include "ril/utils/thread_stop.h"
 #include "ril/utils/trace.h"
 
 namespace {
@@ -138,22 +137,20 @@ void post(uint32_t sim_id, int request, void* data, size_t datalen, RIL_Token to
 }
 
 // A dial waits for a hold that is on its way to the modem. If that wait ended because the modem went down, the dial is
-// answered without it. The hold's own timer runs on this thread and so cannot end the wait: the same time does, after
-// which the dial goes out and the mark stays the hold's.
+// answered without it. The hold's own timer runs on this thread and so cannot end the wait: the hold's time does.
 void post_dial(uint32_t sim_id, void* data, size_t datalen, RIL_Token token) {
-    const bool taken = sys_mark_lock_for(hold_call_and_dial_mutex_lock, c_hold_seconds);
+    sys_mark_lock(hold_call_and_dial_mutex_lock);
     if (!answered_without_modem(sim_id, RIL_REQUEST_DIAL, data, datalen, token)) {
         post(sim_id, RIL_REQUEST_DIAL, data, datalen, token);
     }
-    if (taken) {
-        sys_mark_unlock(hold_call_and_dial_mutex_lock);
-    }
+    sys_mark_unlock(hold_call_and_dial_mutex_lock);
 }
 
 }  // namespace
 
 void on_request(int request, void* data, size_t datalen, RIL_Token token) {
     const uint32_t sim_id = ril_instance;
+    RIL_TRACE(TRACE_EVENT, "%s: request = %d\n", __func__, request);
     if (answered_without_modem(sim_id, request, data, datalen, token)) {
         return;
     }
@@ -194,5 +191,4 @@ const char* on_get_version() {
 
 void qelril_signal_handler(int signal) {
     (void)signal;
-    thread_stop_signal();
 }

@@ -1,16 +1,15 @@
 // The library's entry: RIL_Init and what it reads on the way.
+#include <atomic>
 #include <csignal>
 #include <cstdio>
 #include <cstring>
 
 #include "ril/config/ril_config.h"
 #include "ril/core/src/async_ril/async_ril.h"
-#include "ril/core/src/async_ril/gate.h"
+#include "ril/core/src/entry/gate.h"
 #include "ril/core/src/system_manager/system_manager.h"
 #include "ril/utils/trace.h"
 #include "rpc/multi-client/rpc-stubs/ril/transport.h"
-
-sys_sem_t s_ril_wait_init_sem = nullptr;
 
 namespace {
 
@@ -56,6 +55,11 @@ void modem_import_kernel_nv(char* word) {
 }  // namespace
 
 const RIL_RadioFunctions* RIL_Init(const RIL_Env* env, int argc, char** argv) {
+    static std::atomic<bool> s_called{false};
+    if (s_called.exchange(true)) {
+        RIL_TRACE(TRACE_ERROR, "%s: called again\n", __func__);
+        return &s_callbacks;  // the same library and the same threads: a second start would take the first one's modem
+    }
     find_instance(argc, argv);
     ril_config_init(argc, argv);
     s_ril_wait_init_sem = sys_sem_new(0);
