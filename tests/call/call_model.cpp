@@ -166,10 +166,8 @@ void CallModel::request(int number, int index, int token, int context) {
             return outcome(control(3, 0, context), 0);
         case RIL_REQUEST_EXPLICIT_CALL_TRANSFER:
             return outcome(control(4, 0, context), 0);
-        default: {
-            const int result = control(2, index, context);
-            return outcome(result, hold_by == context || retrieve_by == context ? 10 : 0);
-        }
+        default:
+            return outcome(control(2, index, context), 0);
     }
 }
 

@@ -342,24 +342,6 @@ TEST_F(CallModelTest, RandomOrders) {
     }
 }
 
-TEST_F(CallModelTest, AMarkIsNotLeftWithoutATimer) {
-    for (const uint32_t state : {CALL_STATE_ACTIVE, CALL_STATE_HELD}) {
-        const UtaCallCsDialingIndCbParams p{{1}, {}, 0};
-        UtaMsCallCsDialingIndCb(0, &p);
-        callmngr_calls(0)[0].call_state = state;
-        begin_step(false);
-        s_failing_alloc = 0;  // the timer is the only block
-        const int context = send_request(RIL_REQUEST_SWITCH_WAITING_OR_HOLDING_AND_ACTIVE, 0);
-        EXPECT_TRUE(s_alloc_refused);
-        EXPECT_NE(context, 0);
-        EXPECT_TRUE(android.completions().empty());
-        EXPECT_FALSE(sys_mark_is_taken(hold_call_and_dial_mutex_lock));
-        EXPECT_FALSE(sys_mark_is_taken(unhold_call_ongoing_mutex_lock));
-        qelril_destroy();
-        qelril_init();
-    }
-}
-
 TEST_F(CallModelTest, TheListTakesOneBlock) {
     begin_step(false);
     send_request(RIL_REQUEST_GET_CURRENT_CALLS, 0);

@@ -83,10 +83,8 @@ std::string ask(CallPhone& phone, int request, int data) {
     return data == c_none ? phone.ask(request) : phone.ask(request, data);
 }
 
-// A separation has a timer only when it is a plain hold.
 bool has_timer(const Row& row) {
-    return row.request != c_conference && row.request != c_explicit_transfer &&
-           (row.request != c_separate || row.data == 0);
+    return row.request != c_conference && row.request != c_explicit_transfer && row.request != c_separate;
 }
 
 PHONE_TEST(CallPhone, Control, EachOperationByTheCallsThatAreThere) {

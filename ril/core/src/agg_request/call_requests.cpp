@@ -11,15 +11,12 @@ constexpr int32_t c_dial_seconds = 25;
 constexpr int32_t c_call_control_seconds = c_hold_seconds;
 constexpr uint32_t c_call_index_mask = 0xFFFF;
 
-// An operation on calls without a response timer, unless it left a mark: that must not wait for good.
+// An operation on calls without a response timer.
 void multi_party(request_context& context, const char* function, uint32_t chld_first, uint32_t chld_second) {
     if (callmngr_multi_party_call_manager(context.sim_id(), chld_first, chld_second, context.uta_id()) != 0) {
         RIL_TRACE(TRACE_ERROR, "%s callmngr_multi_party_call_manager failed, sim_id = %d\n", function,
                   static_cast<int>(context.sim_id()));
         return;
-    }
-    if (callmngr_has_mark(context.id())) {
-        callmngr_arm_response_timer(context.sim_id(), context.id(), c_call_control_seconds);
     }
     context.in_flight();
 }
@@ -55,7 +52,7 @@ void ril_request_answer(request_context& context) {
 void ril_request_hang_up(request_context& context, int32_t index) {
     if (callmngr_multi_party_call_manager(context.sim_id(), CALL_RELEASE_SPECIFIC_ACTIVE_AND_ACCEPT_HELD_OR_WAITING,
                                           static_cast<uint32_t>(index) & c_call_index_mask, context.uta_id()) == 0) {
-        callmngr_arm_response_timer(context.sim_id(), context.id(), c_call_control_seconds);
+        qelril_arm_response_timer(context.sim_id(), context.id(), c_call_control_seconds);
         context.in_flight();
     }
 }
@@ -69,7 +66,7 @@ void ril_request_call_control(request_context& context) {
     }
     switch (callmngr_multi_party_call_manager(context.sim_id(), chld_first, 0, context.uta_id())) {
         case 0:
-            callmngr_arm_response_timer(context.sim_id(), context.id(), c_call_control_seconds);
+            qelril_arm_response_timer(context.sim_id(), context.id(), c_call_control_seconds);
             context.in_flight();
             break;
         case c_call_control_ignored:

@@ -105,14 +105,3 @@ void callmngr_hold_answered() {
 void callmngr_retrieve_answered() {
     s_retrieve.clear();
 }
-
-void callmngr_arm_response_timer(uint32_t sim_id, uint32_t ctxt_id, int32_t seconds) {
-    if (qelril_arm_response_timer(sim_id, ctxt_id, seconds) != 0) {
-        s_hold.clear_of(ctxt_id);
-        s_retrieve.clear_of(ctxt_id);
-    }
-}
-
-bool callmngr_has_mark(uint32_t ctxt_id) {
-    return s_hold.holder == ctxt_id || s_retrieve.holder == ctxt_id;
-}

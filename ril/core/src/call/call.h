@@ -144,16 +144,12 @@ int32_t callmngr_multi_party_call_manager(uint32_t sim_id, uint32_t chld_first, 
 // --- Busy marks ------------------------------------------------------------------------------------------------------
 
 // A hold or retrieve that was sent as the only operation on a lone call carries its mark until its answer, and at the
-// longest until its context is released, by whatever way. hold_call_and_dial_mutex_lock is the engine's.
+// longest for c_hold_seconds or until its context is released, by whatever way. hold_call_and_dial_mutex_lock is the
+// engine's.
 extern sys_mark unhold_call_ongoing_mutex_lock;
 
 void callmngr_hold_answered();      // the hold's mark is free, whoever set it
 void callmngr_retrieve_answered();  // the retrieve's mark is free, whoever set it
-
-// Arms the response timer of an operation. A mark is not left to a request without a timer: it could stay for good.
-void callmngr_arm_response_timer(uint32_t sim_id, uint32_t ctxt_id, int32_t seconds);
-// True if the request of this context carries a mark.
-bool callmngr_has_mark(uint32_t ctxt_id);
 
 // --- To Android ------------------------------------------------------------------------------------------------------
 

@@ -7,10 +7,9 @@
 #include "ril/core/src/async_ril/async_ril.h"
 #include "ril/core/src/async_ril/radio_state.h"
 #include "ril/core/src/system_manager/bring_up.h"
-#include "ril/core/src/system_manager/modules.h"
 #include "ril/core/src/system_manager/system_manager.h"
 #include "ril/utils/mem_util.h"
-#include "ril/utils/trace.h"
+#include "ril/utils/os_util.h"
 
 namespace {
 
