@@ -94,9 +94,14 @@ TEST(GateDoors, RadioUnavailable) {
                     expect_answer(phone, number, unavailable(number));
                 }
             }
-            // The kept one ends with the radio's coming on: no setting asks for its being carried out.
+            // The radio's coming on leaves the kept one open, since no setting asks for its being carried out; the
+            // modem's next start answers it.
             phone.modem.send(with_context(mode_answer(227, 1), stack_off));
-            EXPECT_EQ(phone.answer(kept).error, RIL_E_GENERIC_FAILURE);
+            phone.wait_radio_state(RADIO_STATE_ON);
+            EXPECT_FALSE(phone.is_answered(kept));
+            phone.event(c_event_down);
+            phone.event(c_event_up);
+            EXPECT_EQ(phone.answer(kept).error, RIL_E_RADIO_NOT_AVAILABLE);
         });
     }
 }
