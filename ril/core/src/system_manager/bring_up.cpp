@@ -7,6 +7,7 @@
 #include <array>
 #include <cstdio>
 #include <cstring>
+#include <span>
 
 #include "ril/core/src/async_ril/async_ril.h"
 #include "ril/core/src/async_ril/radio_state.h"
@@ -127,10 +128,7 @@ void check_rpc_version() {
     }
 }
 
-// The RIL thread runs already. A late packet of the modem, or a request that passed the gate before the modem went
-// down, waits for the modules' start values.
-void start_all_modules() {
-    const RunLock lock;
+int32_t start_all_modules() {
     radio_power_start();
     radio_state_start();
     net_pref_start();
@@ -139,10 +137,10 @@ void start_all_modules() {
         start_modules(sim_id);
     }
     sim_module_init_mailbox();
+    return 0;
 }
 
-int32_t module_init() {
-    start_all_modules();
+int32_t start_services() {
     check_rpc_version();
     if (uta_sys_init(ril_instance) == 0) {
         return -1;
@@ -161,6 +159,17 @@ struct start_step {
     int32_t (*run)();
     const char* failure;
 };
+
+int32_t run_steps(std::span<const start_step> steps) {
+    for (const start_step& step : steps) {
+        const int32_t result = step.run();
+        if (result < 0) {
+            RIL_TRACE(TRACE_ERROR, step.failure == nullptr ? "%s failed\n" : step.failure, "modem_init");
+            return result;
+        }
+    }
+    return 0;
+}
 
 // Sends mode "stack off" on one of the ways of stack_power_off.
 int32_t request_stack_off(uint32_t sim_id, uint32_t context_id, const char* failure) {
@@ -196,7 +205,7 @@ bool is_property_set(const char* key) {
 }
 
 int32_t modem_init() {
-    static constexpr start_step c_steps[] = {
+    static constexpr start_step c_state[] = {
         {modem_hardware_init, nullptr},
         {[]() -> int32_t {
              recovery_check_on_ril_init();
@@ -205,18 +214,21 @@ int32_t modem_init() {
          nullptr},
         {modem_firmware_install, "%s: Error in modem_firmware_install\n"},
         {modem_audio_init, nullptr},
-        {module_init, "%s: Error in module_init\n"},
+        {start_all_modules, nullptr},
+    };
+    static constexpr start_step c_services[] = {
+        {start_services, "%s: Error in module_init\n"},
         {modem_nvm_start, "%s: Error in modem_nvm_start\n"},
         {modem_audio_on, "%s: Error in modem_audio_on\n"},
     };
-    for (const start_step& step : c_steps) {
-        const int32_t result = step.run();
-        if (result < 0) {
-            RIL_TRACE(TRACE_ERROR, step.failure == nullptr ? "%s failed\n" : step.failure, __func__);
-            return result;
-        }
+    int32_t result = 0;
+    {
+        // The RIL thread runs already. A late packet of the modem, or a request that passed the gate before the modem
+        // went down, waits for the modules' start values.
+        const RunLock lock;
+        result = run_steps(c_state);
     }
-    return 0;
+    return result < 0 ? result : run_steps(c_services);
 }
 
 int32_t module_exit() {
