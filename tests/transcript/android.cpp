@@ -57,8 +57,8 @@ std::optional<std::string> text_of(const Word& word) {
 
 std::string bytes_of(std::span<const Word> words) {
     std::string hex, bytes;
-    for (const Word& word : words) {
-        hex += word.text;
+    for (const std::string& word : byte_words({words.begin(), words.end()})) {
+        hex += word;
     }
     for (size_t i = 0; i + 1 < hex.size(); i += 2) {
         bytes += static_cast<char>(std::stoul(hex.substr(i, 2), nullptr, 16));

@@ -118,7 +118,7 @@ void Reader::read_file(const std::string& path) {
         source.number = source.text.empty() ? number : source.number;
         source.text += (source.text.empty() ? "" : " ") + without_comment(text);
         if (source.text.ends_with('\\')) {
-            source.text.pop_back();
+            source.text = trimmed(source.text.substr(0, source.text.size() - 1));
             continue;
         }
         if (!source.text.empty()) {
@@ -146,10 +146,13 @@ void Reader::take(const Source& source) {
     } else if (word == "each") {
         names_ = raw_words(rest);
     } else if (word == "+") {
-        rows_.push_back(raw_words(rest));
-        if (rows_.back().size() > names_.size()) {
-            fail("more values than names");
+        // The last name's value is all that is left of the row.
+        std::vector<std::string> row;
+        while (row.size() + 1 < names_.size()) {
+            row.push_back(take_word(rest));
         }
+        row.push_back(rest);
+        rows_.push_back(std::move(row));
     } else {
         (title_.empty() ? common_ : body_).push_back(source);
     }
@@ -235,31 +238,27 @@ std::string Reader::expanded(const std::string& text, int depth) const {  // NOL
     return result;
 }
 
-// $1 to $9 are the words without "=", $* is all of them. Assignments are put behind, unless the definition is a whole
-// line.
-std::string Reader::definition(const std::string& body,
-                               const std::vector<std::string>& words,  // NOLINT(misc-no-recursion)
-                               int depth) const {
+// $1 to $9 are the words without "=", $* is all words. Without a $*, assignments are put behind.
+std::string Reader::definition(const std::string& body,  // NOLINT(misc-no-recursion)
+                               const std::vector<std::string>& words, int depth) const {
     Values values;
-    std::string behind;
+    std::string all, assignments;
     int count = 0;
     for (int i = 1; i <= 9; ++i) {
         values[std::to_string(i)];
     }
-    std::string all;
     for (const std::string& word : words) {
+        all += (all.empty() ? "" : " ") + word;
         if (is_assignment(word)) {
-            behind += " " + word;
+            assignments += " " + word;
         } else {
             values[std::to_string(++count)] = word;
-            all += (all.empty() ? "" : " ") + word;
         }
     }
-    std::string text = body;
-    for (size_t at = text.find("$*"); at != text.npos; at = text.find("$*", at + all.size())) {
-        text.replace(at, 2, all);
-    }
-    return expanded(with_values(with_values(text, values), definitions_) + behind, depth + 1);
+    std::string text = with_values(with_values(body, values), definitions_);
+    const size_t place = text.find("$*");
+    text = place == text.npos ? text + assignments : text.replace(place, 2, all);
+    return expanded(text, depth + 1);
 }
 
 }  // namespace
@@ -302,6 +301,16 @@ std::vector<Word> words_of(std::string_view text) {
         words.push_back({unquoted(word), word.find('"') != word.npos});
     }
     return words;
+}
+
+std::vector<std::string> byte_words(const std::vector<Word>& words) {
+    std::vector<std::string> bytes;
+    for (const Word& word : words) {
+        const size_t star = word.text.find('*');
+        const size_t count = star == word.text.npos ? 1 : std::stoul(word.text.substr(star + 1));
+        bytes.insert(bytes.end(), count, word.text.substr(0, star));
+    }
+    return bytes;
 }
 
 std::vector<std::string> split(std::string_view text, std::string_view separator) {

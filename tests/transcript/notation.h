@@ -34,6 +34,9 @@ struct Word {
 std::vector<Word> words_of(std::string_view text);
 std::string unquoted(std::string_view text);  // of one word
 
+// The words of bytes in hexadecimal, with `00*3` in place of three of them.
+std::vector<std::string> byte_words(const std::vector<Word>& words);
+
 // At the separators that stand outside quotes, without blanks around the pieces.
 std::vector<std::string> split(std::string_view text, std::string_view separator);
 // The first word, taken off the text with the blanks around it.

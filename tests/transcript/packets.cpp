@@ -81,17 +81,17 @@ std::string context_bytes(uint32_t context) {
 // The bytes that the words stand for, each with whether it matters.
 std::vector<std::optional<uint8_t>> bytes_of(const std::vector<Word>& words, uint32_t context) {
     std::vector<std::optional<uint8_t>> bytes;
-    for (const Word& word : words) {
-        if (word.text == c_context_place) {
+    for (const std::string& word : byte_words(words)) {
+        if (word == c_context_place) {
             for (const char byte : context_bytes(context)) {
                 bytes.emplace_back(static_cast<uint8_t>(byte));
             }
-        } else if (word.text == c_any_byte) {
+        } else if (word == c_any_byte) {
             bytes.emplace_back();
-        } else if (is_byte(word.text)) {
-            bytes.emplace_back(static_cast<uint8_t>(std::stoul(word.text, nullptr, 16)));
+        } else if (is_byte(word)) {
+            bytes.emplace_back(static_cast<uint8_t>(std::stoul(word, nullptr, 16)));
         } else {
-            fail("no byte: " + word.text);
+            fail("no byte: " + word);
         }
     }
     return bytes;

@@ -17,7 +17,8 @@
 namespace {
 
 constexpr uint32_t c_waits_for_answer = 0xFF;  // of a context id: 0 where nobody waits
-constexpr auto c_longest_request = std::chrono::seconds(30);
+constexpr std::chrono::milliseconds c_longest_request{30'000};
+constexpr std::chrono::milliseconds c_let_it_wait{50};  // a request that is to wait has come so far
 constexpr int c_fail = RIL_E_GENERIC_FAILURE;
 constexpr int c_first_unsol = RIL_UNSOL_RESPONSE_RADIO_STATE_CHANGED;
 
@@ -257,7 +258,8 @@ void Player::request(std::string text) {
         delete arguments;
         promise.set_value();
     }).detach();
-    if (waits && is_done.wait_for(c_longest_request) != std::future_status::ready) {
+    const bool came_back = is_done.wait_for(waits ? c_longest_request : c_let_it_wait) == std::future_status::ready;
+    if (waits && !came_back) {
         fail("the request does not come back");
     }
 }
