@@ -139,7 +139,7 @@ void Reader::take(const Source& source) {
         read_file((std::filesystem::path(source.file).parent_path() / rest).string());
     } else if (word == "define") {
         const std::string name = take_word(rest);
-        definitions_[name] = rest;
+        definitions_[name] = with_values(rest, definitions_);
     } else if (word == "case") {
         finish();
         title_ = rest;
@@ -186,10 +186,16 @@ void Reader::finish() {
 }
 
 void Reader::put_lines(const Source& source, const Values& row, std::vector<Line>& lines) const {
+    std::string text = with_values(with_values(source.text, row), definitions_);
+    int times = 1;
+    if (text.starts_with("repeat ")) {
+        take_word(text);
+        times = std::atoi(take_word(text).c_str());
+    }
     try {
-        const std::string text = expanded(with_values(with_values(source.text, row), definitions_), 0);
-        for (const std::string& one : split(text, c_new_line)) {
-            const std::vector<std::string> columns = split(one, "|");
+        const std::vector<std::string> parts = split(expanded(text, 0), c_new_line);
+        for (size_t i = 0; i < parts.size() * static_cast<size_t>(times); ++i) {
+            const std::vector<std::string> columns = split(parts[i % parts.size()], "|");
             Line line{source.file, source.number, {}};
             if (columns.size() > line.columns.size()) {
                 fail("more than four columns");

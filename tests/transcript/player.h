@@ -78,6 +78,7 @@ private:
     int line_ = 0;
 
     std::deque<Bytes> packets_;                 // that the modem got and no line has told
+    bool any_packets_ = false;                  // in this exchange
     std::string name_;                          // of the request that lines are about
     std::map<std::string, uint32_t> contexts_;  // by the request's name
     uint32_t client_ = 0x20000100;              // context of an indication
