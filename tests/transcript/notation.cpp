@@ -60,7 +60,7 @@ bool is_of_a_name(char c) {
 
 using Values = std::map<std::string, std::string>;
 
-// Puts the values in place of `$name` and `${name}`. What has no value stays.
+// Puts the values in place of `$name` and `${name}`. What has no value stays, with its braces.
 std::string with_values(const std::string& text, const Values& values) {
     std::string result;
     for (size_t i = 0; i < text.size();) {
@@ -70,12 +70,14 @@ std::string with_values(const std::string& text, const Values& values) {
         while (text[i] == '$' && end < text.size() && is_of_a_name(text[end])) {
             ++end;
         }
-        if (const auto found = values.find(text.substr(start, end - start)); end > start && found != values.end()) {
-            result += found->second;
-            i = end + (braced ? 1 : 0);
-        } else {
+        if (end <= start) {
             result += text[i++];
+            continue;
         }
+        const std::string name = text.substr(start, end - start);
+        const auto found = values.find(name);
+        result += found != values.end() ? found->second : "${" + name + "}";
+        i = end + (braced ? 1 : 0);
     }
     return result;
 }
