@@ -88,7 +88,7 @@ int CallModel::control(int operation, int second, int context) {
             }
             if (waiting) {
                 const bool done = send(accept(last(5)));
-                accepting = done;
+                accepting = accepting || done;
                 accept_by = done ? context : accept_by;
                 return result(done);
             }

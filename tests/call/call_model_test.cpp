@@ -11,6 +11,7 @@
 #include "ril/core/src/async_ril/async_ril.h"
 #include "ril/core/src/call/call.h"
 #include "ril/core/src/call/ecc_list.h"
+#include "ril/core/src/call/follow_up.h"
 #include "ril/core/src/profile/profile.h"
 #include "ril/core/src/sim/sim.h"
 #include "rpc/multi-client/rpc-stubs/ril/entry_points.h"
@@ -284,8 +285,8 @@ protected:
         ASSERT_EQ(completed, model.completed);
         ASSERT_EQ(told, model.told);
         ASSERT_EQ(state_of_table(), state_of_model(model));
-        ASSERT_EQ(callmngr_call_management(0).pending_call_action, static_cast<uint32_t>(model.pending));
-        ASSERT_EQ(callmngr_release_specific_accept_waiting(0) != 0, model.accepting);
+        ASSERT_EQ(static_cast<int>(callmngr_pending(0)), model.pending);
+        ASSERT_EQ(callmngr_accepts_in_place(0), model.accepting);
         ASSERT_EQ(sys_mark_is_taken(hold_call_and_dial_mutex_lock), model.hold_by != 0);
         ASSERT_EQ(sys_mark_is_taken(unhold_call_ongoing_mutex_lock), model.retrieve_by != 0);
         size_t contexts = 0;

@@ -63,26 +63,15 @@ void callmngr_reset_call_data(uint32_t sim_id, int32_t call_id);  // frees the s
 // All slots, for those who walk them.
 std::array<callmngr_call, c_call_slots>& callmngr_calls(uint32_t sim_id);
 
-// --- What has to follow ----------------------------------------------------------------------------------------------
-
-enum callmngr_pending_action : uint32_t {
-    PENDING_NONE = 0,
-    PENDING_RETRIEVE = 1,           // after the disconnection, retrieve the held call
-    PENDING_ACCEPT = 2,             // after the disconnection, accept the waiting call
-    PENDING_ACCEPT_AFTER_HOLD = 3,  // after the answer to the hold, accept the waiting call
-    PENDING_HOLD = 6,               // a plain hold: nothing follows
-};
+// --- What the RIL keeps of a SIM's calls
+// ------------------------------------------------------------------------------
 
 struct callmngr_management {
-    uint32_t pending_call_action;
     uint32_t cmut_n;           // microphone mute, 0 or 1
     uint32_t last_fail_cause;  // RIL_LastCallFailCause of the last call that ended or failed, 65535 with none
 };
 
 callmngr_management& callmngr_call_management(uint32_t sim_id);
-
-// 1 while a waiting call is accepted in place of the active one that is to be released, and there is none.
-uint8_t& callmngr_release_specific_accept_waiting(uint32_t sim_id);
 
 // 1 while the network gives no ringback of its own.
 uint8_t& callmngr_in_band_availability(uint32_t sim_id);
@@ -147,9 +136,6 @@ int32_t callmngr_multi_party_call_manager(uint32_t sim_id, uint32_t chld_first, 
 // longest for c_hold_seconds or until its context is released, by whatever way. hold_call_and_dial_mutex_lock is the
 // engine's.
 extern sys_mark unhold_call_ongoing_mutex_lock;
-
-void callmngr_hold_answered();      // the hold's mark is free, whoever set it
-void callmngr_retrieve_answered();  // the retrieve's mark is free, whoever set it
 
 // --- To Android ------------------------------------------------------------------------------------------------------
 

@@ -1,6 +1,6 @@
 // What an operation on calls means for the calls that are there (3GPP TS 22.030, 6.5.5.1).
-#include "ril/core/src/call/busy_marks.h"
 #include "ril/core/src/call/call.h"
+#include "ril/core/src/call/follow_up.h"
 #include "ril/utils/trace.h"
 #include "rpc/multi-client/rpc-stubs/ril/stubs.h"
 
@@ -38,7 +38,6 @@ struct operation {
     present calls;
 
     uint32_t ctxt_id() const { return context_id & 0xFFU; }
-    uint32_t& pending() const { return callmngr_call_management(sim_id).pending_call_action; }
 };
 
 // Of several calls in one state, the last slot's.
@@ -144,29 +143,25 @@ int32_t release_active_and_accept(const operation& op) {
     if (calls.active_call) {
         // The modem's disconnection starts what follows.
         if (calls.waiting_call) {
-            op.pending() = PENDING_ACCEPT;
+            callmngr_follows_disconnection(op.sim_id, PENDING_ACCEPT);
         } else if (calls.held_call) {
-            op.pending() = PENDING_RETRIEVE;
+            callmngr_follows_disconnection(op.sim_id, PENDING_RETRIEVE);
         }
         const int32_t result = release(op, RELEASE_ALL_ACTIVE, 0, CAUSE_NORMAL_CLEARING);
         if (result != 0) {
-            op.pending() = PENDING_NONE;
+            callmngr_nothing_follows(op.sim_id);
         }
         return result;
     }
     if (calls.waiting_call) {
-        uint8_t& in_place_of_active = callmngr_release_specific_accept_waiting(op.sim_id);
-        in_place_of_active = 1;
         const int32_t result = accept(op, calls.waiting_id);
         if (result == 0) {
-            callmngr_own_accept(op.sim_id, op.ctxt_id());
-        } else {
-            in_place_of_active = 0;  // no answer will clear it
+            callmngr_accept_in_place_sent(op.sim_id, op.ctxt_id());
         }
         return result;
     }
     if (calls.held_call) {
-        op.pending() = PENDING_RETRIEVE;
+        callmngr_follows_disconnection(op.sim_id, PENDING_RETRIEVE);
         return retrieve(op);
     }
     return refuse(op, "%s Unexpected scenario, sim_id = %d\n");
@@ -192,8 +187,7 @@ int32_t separate_or_swap_named(const operation& op, uint32_t chld_second) {
 int32_t hold_and_accept(const operation& op) {
     const int32_t result = hold(op);
     if (result == 0) {
-        op.pending() = PENDING_ACCEPT_AFTER_HOLD;
-        callmngr_own_accept(op.sim_id, op.ctxt_id());
+        callmngr_follows_hold(op.sim_id, op.ctxt_id());
     }
     return result;
 }
@@ -205,8 +199,7 @@ int32_t plain_hold(const operation& op) {
     }
     const int32_t result = hold(op);
     if (result == 0) {
-        op.pending() = PENDING_HOLD;
-        callmngr_mark_hold(op.ctxt_id());
+        callmngr_plain_hold_sent(op.sim_id, op.ctxt_id());
     }
     return result;
 }
@@ -218,7 +211,7 @@ int32_t plain_retrieve(const operation& op) {
     }
     const int32_t result = retrieve(op);
     if (result == 0) {
-        callmngr_mark_retrieve(op.ctxt_id());
+        callmngr_plain_retrieve_sent(op.ctxt_id());
     }
     return result;
 }

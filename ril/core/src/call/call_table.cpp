@@ -3,6 +3,7 @@
 
 #include "ril/core/src/async_ril/async_ril.h"
 #include "ril/core/src/call/call.h"
+#include "ril/core/src/call/follow_up.h"
 #include "ril/utils/trace.h"
 
 namespace {
@@ -26,7 +27,6 @@ constexpr callmngr_call c_free_call = {
 std::array<std::array<callmngr_call, c_call_slots>, c_sims> callmngr_calls_array;
 std::array<std::array<RIL_Call, c_call_slots>, c_sims> callmngr_call_pointers;
 std::array<callmngr_management, c_sims> s_call_management;
-std::array<uint8_t, c_sims> s_release_specific_accept_waiting;
 std::array<uint8_t, c_sims> s_in_band_availability;
 
 // Of a process that serves one SIM of two; what the modem says is cut to that.
@@ -74,11 +74,9 @@ void fill(RIL_Call& out, callmngr_call& call) {
 void callmngr_module_init(uint32_t sim_id) {
     callmngr_calls(sim_id).fill(c_free_call);
     s_in_band_availability[row(sim_id)] = 1;
-    s_call_management[row(sim_id)] = {PENDING_NONE, 0, c_fail_cause_none};
-    s_release_specific_accept_waiting[row(sim_id)] = 0;
+    s_call_management[row(sim_id)] = {0, c_fail_cause_none};
     callmngr_clear_network_ecc_list(sim_id);
-    callmngr_hold_answered();
-    callmngr_retrieve_answered();
+    callmngr_follow_up_start(sim_id);
 }
 
 callmngr_call callmngr_init_call_data() {
@@ -91,10 +89,6 @@ std::array<callmngr_call, c_call_slots>& callmngr_calls(uint32_t sim_id) {
 
 callmngr_management& callmngr_call_management(uint32_t sim_id) {
     return s_call_management[row(sim_id)];
-}
-
-uint8_t& callmngr_release_specific_accept_waiting(uint32_t sim_id) {
-    return s_release_specific_accept_waiting[row(sim_id)];
 }
 
 uint8_t& callmngr_in_band_availability(uint32_t sim_id) {

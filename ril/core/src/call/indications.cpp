@@ -3,6 +3,7 @@
 
 #include "ril/core/src/async_ril/async_ril.h"
 #include "ril/core/src/call/call.h"
+#include "ril/core/src/call/follow_up.h"
 #include "ril/utils/trace.h"
 #include "rpc/multi-client/rpc-stubs/ril/entry_points.h"
 #include "rpc/multi-client/rpc-stubs/ril/records.h"
@@ -149,21 +150,20 @@ void retrieve_held_call(uint32_t sim_id) {
     if (RemUtaMsCallCsRetrieveCallReq(sim_id, context_id_without_request()) != 0) {
         RIL_TRACE(TRACE_ERROR, "%s: Failed to Unhold the held call after disconnecting active call\n",
                   "call_req_trigger_by");
-        callmngr_call_management(sim_id).pending_call_action = PENDING_NONE;
+        callmngr_nothing_follows(sim_id);
         ril_unsol_response_call_state_changed(sim_id);
     }
 }
 
 // What follows a disconnection. An action that was sent stays pending: it acts again at the next disconnection.
 void call_req_trigger_by(uint32_t sim_id) {
-    callmngr_management& management = callmngr_call_management(sim_id);
-    if (management.pending_call_action == PENDING_RETRIEVE) {
+    if (callmngr_pending(sim_id) == PENDING_RETRIEVE) {
         retrieve_held_call(sim_id);
         return;
     }
-    if (management.pending_call_action == PENDING_ACCEPT && accept_waiting_call(sim_id)) {
+    if (callmngr_pending(sim_id) == PENDING_ACCEPT && accept_waiting_call(sim_id)) {
         RIL_TRACE(TRACE_ERROR, "%s failed to answer the waiting call\n", __func__);
-        management.pending_call_action = PENDING_NONE;
+        callmngr_nothing_follows(sim_id);
     }
     ril_unsol_response_call_state_changed(sim_id);
 }

@@ -1,6 +1,7 @@
 // The modem's answers to what was asked about calls.
 #include "ril/core/src/async_ril/async_ril.h"
 #include "ril/core/src/call/call.h"
+#include "ril/core/src/call/follow_up.h"
 #include "ril/utils/trace.h"
 #include "rpc/multi-client/rpc-stubs/ril/entry_points.h"
 #include "rpc/multi-client/rpc-stubs/ril/records.h"
@@ -41,10 +42,7 @@ void callmngr_cs_setup_call_rsp(uint32_t sim_id, const void* p_params, uint32_t 
 void callmngr_cs_release_call_rsp(uint32_t sim_id, const void* p_params, uint32_t ctxt_id) {
     const auto& response = *static_cast<const UtaCallCsReleaseCallRspCbParams*>(p_params);
     if (response.result != 0) {
-        uint32_t& pending = callmngr_call_management(sim_id).pending_call_action;
-        if (pending == PENDING_RETRIEVE || pending == PENDING_ACCEPT) {
-            pending = PENDING_NONE;
-        }
+        callmngr_release_refused(sim_id);
         complete(ctxt_id, RIL_E_GENERIC_FAILURE);
         return;
     }
@@ -74,18 +72,8 @@ void callmngr_cs_accept_call_rsp(uint32_t sim_id, const void* p_params, uint32_t
     const int32_t call_id = response.call.call_id;
     ril_request_complete(rilreq_state_info[ctxt_id].token, result == 0 ? RIL_E_SUCCESS : RIL_E_GENERIC_FAILURE, nullptr,
                          0);
-    if (result == 0) {
+    if (callmngr_accept_answered(sim_id) || result == 0) {
         set_accepted(sim_id, call_id);
-    }
-    uint8_t& in_place_of_active = callmngr_release_specific_accept_waiting(sim_id);
-    if (in_place_of_active == 1) {
-        set_accepted(sim_id, call_id);
-        in_place_of_active = 0;
-    }
-    uint32_t& pending = callmngr_call_management(sim_id).pending_call_action;
-    if (pending == PENDING_ACCEPT_AFTER_HOLD) {
-        set_accepted(sim_id, call_id);
-        pending = PENDING_NONE;
     }
     ril_unsol_response_call_state_changed(sim_id);
     qelril_free_and_return(ctxt_id);
@@ -116,14 +104,13 @@ void set_held(uint32_t sim_id, int32_t call_id) {
 void callmngr_cs_hold_call_rsp(uint32_t sim_id, const void* p_params, uint32_t ctxt_id) {
     const auto& response = *static_cast<const UtaCallCsHoldCallRspCbParams*>(p_params);
     callmngr_hold_answered();
-    uint32_t& pending = callmngr_call_management(sim_id).pending_call_action;
     if (response.result != 0) {
-        pending = PENDING_NONE;
+        callmngr_nothing_follows(sim_id);
         complete(ctxt_id, RIL_E_GENERIC_FAILURE);
         return;
     }
     set_held(sim_id, response.call.call_id);
-    if (pending == PENDING_ACCEPT_AFTER_HOLD) {
+    if (callmngr_pending(sim_id) == PENDING_ACCEPT_AFTER_HOLD) {
         if (accept_after_hold(sim_id, ctxt_id) != 0) {
             complete(ctxt_id, RIL_E_GENERIC_FAILURE);
         }
@@ -136,9 +123,8 @@ void callmngr_cs_hold_call_rsp(uint32_t sim_id, const void* p_params, uint32_t c
 void callmngr_cs_retrieve_call_rsp(uint32_t sim_id, const void* p_params, uint32_t ctxt_id) {
     const auto& response = *static_cast<const UtaCallCsRetrieveCallRspCbParams*>(p_params);
     callmngr_retrieve_answered();
-    uint32_t& pending = callmngr_call_management(sim_id).pending_call_action;
     if (response.result != 0) {
-        pending = PENDING_NONE;
+        callmngr_nothing_follows(sim_id);
         complete(ctxt_id, RIL_E_GENERIC_FAILURE);
         return;
     }
@@ -147,7 +133,7 @@ void callmngr_cs_retrieve_call_rsp(uint32_t sim_id, const void* p_params, uint32
     if (call == nullptr) {
         RIL_TRACE(TRACE_ERROR, "%s There is no Call Data for callid = %d, sim_id = %d\n", __func__, call_id,
                   static_cast<int>(sim_id));
-        pending = PENDING_NONE;
+        callmngr_nothing_follows(sim_id);
     } else {
         if (call->is_multi_party != 0) {
             set_members(sim_id, CALL_STATE_HELD, CALL_STATE_ACTIVE);
@@ -198,7 +184,7 @@ void callmngr_cs_join_calls_rsp(uint32_t sim_id, const void* p_params, uint32_t 
             call.is_multi_party = 1;
         }
     }
-    callmngr_call_management(sim_id).pending_call_action = PENDING_NONE;
+    callmngr_nothing_follows(sim_id);
     ril_unsol_response_call_state_changed(sim_id);
     complete(ctxt_id, RIL_E_SUCCESS);
 }

@@ -6,7 +6,6 @@
 #include "ril/core/src/async_ril/async_ril.h"
 #include "ril/core/src/net/net.h"
 #include "ril/core/src/net/net_state.h"
-#include "ril/core/src/sim/sim.h"
 #include "ril/utils/trace.h"
 #include "rpc/multi-client/rpc-stubs/ril/entry_points.h"
 #include "rpc/multi-client/rpc-stubs/ril/stubs.h"
@@ -103,13 +102,8 @@ void net_is_attach_allowed_ind_cb(uint32_t sim_id, const void* p_params) {
     const auto allowed =
         static_cast<uint32_t>(static_cast<const UtaNetIsAttachAllowedIndParams*>(p_params)->is_attach_allowed);
     net_attach_allowed[sim_id & 1U] = allowed;
-    if (allowed != 1) {
-        return;
-    }
-    if (is_sim_ready_pending(sim_id) == 1) {
-        set_sim_state(sim_id, RADIO_STATE_SIM_READY);
-    } else {
-        ril_unsol_response_sim_status_changed(sim_id);
+    if (allowed == 1) {
+        net_attach_is_allowed_now(sim_id);
     }
 }
 

@@ -72,3 +72,8 @@ bool is_sim_can_register(uint32_t sim_id);
 
 // 1 while data calls are brought down for a scan: packet data takes no new ones then.
 extern uint32_t deactivate_pdp_beforenetscan;
+
+// --- Declared here, defined by the room above (the card) -------------------------------------------------------------
+
+// The modem has permission to attach from now on.
+void net_attach_is_allowed_now(uint32_t sim_id);

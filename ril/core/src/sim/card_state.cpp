@@ -262,6 +262,14 @@ void sim_radio_is_on(uint32_t sim_id) {
     }
 }
 
+void net_attach_is_allowed_now(uint32_t sim_id) {
+    if (is_sim_ready_pending(sim_id) == 1) {
+        set_sim_state(sim_id, RADIO_STATE_SIM_READY);
+    } else {
+        ril_unsol_response_sim_status_changed(sim_id);
+    }
+}
+
 void ril_unsol_response_sim_status_changed(uint32_t sim_id) {
     RIL_UnsolicitedResponse(sim_id, RIL_UNSOL_RESPONSE_SIM_STATUS_CHANGED, nullptr, 0);
 }
