@@ -183,7 +183,9 @@ void ScriptedModem::serve() {
 void ScriptedModem::answer(const Bytes& packet) {
     const std::lock_guard lock(lock_);
     const uint32_t id = word(packet, 8);
-    received_.push_back(packet);
+    if (unseen_.count(id) == 0) {
+        received_.push_back(packet);
+    }
     ++counts_[id];
     changed_.notify_all();
     Return once;
@@ -243,6 +245,11 @@ void ScriptedModem::set_silent(uint32_t id, bool silent) {
     } else {
         silent_.erase(id);
     }
+}
+
+void ScriptedModem::set_unseen(uint32_t id) {
+    const std::lock_guard lock(lock_);
+    unseen_.insert(id);
 }
 
 void ScriptedModem::set_answer(uint32_t id, const std::string& hex) {

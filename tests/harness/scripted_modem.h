@@ -44,6 +44,7 @@ public:
         bool silent = false;
     };
     void set_next_returns(uint32_t id, std::vector<Return> returns);
+    void set_unseen(uint32_t id);  // answered, and not kept as received
     // Bytes that follow the return of `id`: an answer or indication, with the request's context id put in place of
     // "AA AA AA AA".
     void set_answer(uint32_t id, const std::string& hex);
@@ -77,6 +78,7 @@ private:
     std::map<uint32_t, std::vector<Return>> next_returns_;
     std::map<uint32_t, Answer> answers_;
     std::set<uint32_t> silent_;
+    std::set<uint32_t> unseen_;
     std::vector<Bytes> received_;
     std::map<uint32_t, size_t> counts_;
 };

@@ -104,37 +104,4 @@ PHONE_TEST(PhoneWithCalls, Calls, ConflictDuringAnActivation) {
     EXPECT_EQ(phone.ask(c_data), "0: 4|  12|abcd|16|1|2");
 }
 
-PHONE_TEST(PhoneWithCalls, Calls, NamesGiveWayToTheirSuffixes) {
-    const struct {
-        const char* name;
-        Found found;
-        const char* written;
-    } rows[] = {
-        {"123456789012345678901234567890", {262, 1, 0, 9, 0}, "123456789012345678901234567890"},
-        {"1234567890123456789012345678", {262, 1, 0, 1, 0}, "1234567890123456789012345678 2G"},
-        {"123456789012345678901234567890", {262, 1, 0, 2, 0}, "1234567890123456789012345678 3G"},
-        {"123456789012345678901234567890", {262, 1, 0, 0, 1}, "12345678901234567890(forbidden)"},
-        {"123456789012345678901234567890", {262, 1, 0, 3, 1}, "12345678901234567 4G(forbidden)"},
-        // A character of two, three and four octets across the cut, and one that ends there.
-        {"1234567890123456\xC3\xA9 890123456789", {262, 1, 0, 3, 1}, "1234567890123456 4G(forbidden)"},
-        {"123456789012345\xE2\x82\xAC 90123456789", {262, 1, 0, 3, 1}, "123456789012345 4G(forbidden)"},
-        {"12345678901234\xF0\x9F\x98\x80 0123456789", {262, 1, 0, 3, 1}, "12345678901234 4G(forbidden)"},
-        {"123456789012345\xC3\xA9 890123456789", {262, 1, 0, 3, 1}, "123456789012345\xC3\xA9 4G(forbidden)"},
-        {"\x80\x80\x80\x80\x80\x80\x80\x80\x80\x80\x80\x80\x80\x80\x80\x80\x80\x80\x80\x80",
-         {262, 1, 0, 3, 1},
-         " 4G(forbidden)"},
-        {"", {262, 1, 0, 3, 1}, " 4G(forbidden)"},
-        {"%s%n%d", {262, 1, 0, 1, 0}, "%s%n%d 2G"},
-    };
-    for (const auto& row : rows) {
-        snprintf(phone.calls.long_name, sizeof(phone.calls.long_name), "%s", row.name);
-        snprintf(phone.calls.short_name, sizeof(phone.calls.short_name), "%s", row.name);
-        phone.modem.set_answer(c_scan, scan_result({row.found}, 1));
-        const std::string answer = phone.ask(c_query);
-        std::string written = "0: ";
-        written.append(row.written).append("|").append(row.written).append("|26201|");
-        EXPECT_EQ(answer.substr(0, written.size()), written) << row.name;
-    }
-}
-
 }  // namespace

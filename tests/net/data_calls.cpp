@@ -8,12 +8,11 @@
 #include "ril/core/src/async_ril/async_ril.h"
 #include "ril/core/src/net/data_calls.h"
 #include "ril/core/src/net/net.h"
-#include "ril/core/src/net/plmn_names.h"
 #include "rpc/multi-client/rpc-stubs/ril/entry_points.h"
 
 extern "C" __attribute__((visibility("default"))) DataCalls dun_test_data_calls;
 DataCalls dun_test_data_calls = {
-    {}, {}, {}, {}, {}, {}, &pdp_act_nok_flag, &deactivate_pdp_beforenetscan,
+    {}, {}, {}, {}, &pdp_act_nok_flag, &deactivate_pdp_beforenetscan,
 };
 
 namespace {
@@ -57,17 +56,6 @@ void gprs_remove_data_call_list(uint32_t sim_id, uint32_t uta_cid) {
 }
 void gprs_network_deactivate(uint32_t sim_id, uint32_t uta_cid) {
     note("network %u sim %d, ", uta_cid, static_cast<int>(sim_id));
-}
-
-void net_get_plmn_name_by_id(uint32_t sim_id, uint16_t mcc, uint16_t mnc, uint32_t three_digit_mnc,
-                             net_plmn_names& out) {
-    (void)sim_id;
-    (void)three_digit_mnc;
-    out = {};
-    memcpy(out.long_name, calls.long_name, sizeof(out.long_name));
-    memcpy(out.short_name, calls.short_name, sizeof(out.short_name));
-    out.mcc = mcc;
-    out.mnc = mnc;
 }
 
 void UtaMsCallPsDeactivateRspCb(uint32_t sim_id, const UtaCallPsDeactivateRspCbParams* param, uint32_t context_id) {

@@ -11,9 +11,7 @@ struct DataCalls {
     uint32_t active[c_data_calls];
     bool told[c_data_calls];  // has a record in `list`
     RIL_Data_Call_Response_v6 list[c_data_calls];
-    char did[256];       // "remove 31 (1), network 31, ..."; in brackets the record's `active`
-    char long_name[31];  // of every operator
-    char short_name[31];
+    char did[256];               // "remove 31 (1), network 31, ..."; in brackets the record's `active`
     uint32_t* pdp_act_nok_flag;  // the library's
     uint32_t* deactivate_pdp_beforenetscan;
 };

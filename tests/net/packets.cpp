@@ -65,6 +65,8 @@ std::string scan_result(const std::vector<Found>& found, uint32_t count, uint32_
 }
 
 NetPhone::NetPhone(const std::vector<std::string>& arguments, uint8_t sim) : WirePhone(arguments, sim) {
+    modem.set_unseen(c_plmn_names);
+    modem.set_return(c_plmn_names, -1);  // only the library's own table has names
     radio(1);
     forget();
 }

@@ -55,6 +55,7 @@ std::string scan_result(const std::vector<Found>& found, uint32_t count, uint32_
 
 constexpr uint32_t c_attach = 71;
 constexpr uint32_t c_scan = 73;
+constexpr uint32_t c_plmn_names = 287;
 constexpr uint32_t c_ps_attach = 288;
 constexpr uint32_t c_scrambling_code = 350;
 

@@ -139,7 +139,7 @@ const Player::Action Player::c_actions[] = {
     {"return", &Player::set_return, true},   {"silent", &Player::set_silent, true},
     {"answer", &Player::set_answer, true},   {"write", &Player::write_file, true},
     {"file", &Player::look_at_file, true},   {"shell", &Player::shell, true},
-    {"forget", &Player::forget, false},
+    {"unseen", &Player::set_unseen, true},   {"forget", &Player::forget, false},
 };
 
 Player::Player() {
@@ -621,6 +621,11 @@ void Player::set_return(const Words& words, const std::string& rest) {
 void Player::set_silent(const Words& words, const std::string& rest) {
     (void)rest;
     phone().modem.set_silent(find_function_id(at(words, 0).text), words.size() < 2 || words[1].text != "no");
+}
+
+void Player::set_unseen(const Words& words, const std::string& rest) {
+    set_return(words, rest);
+    phone().modem.set_unseen(find_function_id(at(words, 0).text));
 }
 
 void Player::set_answer(const Words& words, const std::string& rest) {

@@ -64,6 +64,7 @@ private:
     void look_at_timers(const Words& words, const std::string& rest);
     void set_return(const Words& words, const std::string& rest);
     void set_silent(const Words& words, const std::string& rest);
+    void set_unseen(const Words& words, const std::string& rest);
     void set_answer(const Words& words, const std::string& rest);
     void write_file(const Words& words, const std::string& rest);
     void look_at_file(const Words& words, const std::string& rest);

@@ -30,8 +30,10 @@ constexpr std::array<request_row, c_requests> make_table() {
     table[RIL_REQUEST_CONFERENCE] = ROW(ril_request_conference);
     table[RIL_REQUEST_UDUB] = ROW(ril_request_call_control);
     table[RIL_REQUEST_LAST_CALL_FAIL_CAUSE] = ROW(ril_request_last_call_fail_cause);
+    table[RIL_REQUEST_SIGNAL_STRENGTH] = ROW(ril_request_signal_strength);
     table[RIL_REQUEST_VOICE_REGISTRATION_STATE] = ROW(ril_request_voice_registration_state);
     table[RIL_REQUEST_DATA_REGISTRATION_STATE] = ROW(ril_request_data_registration_state);
+    table[RIL_REQUEST_OPERATOR] = ROW(ril_request_operator);
     table[RIL_REQUEST_RADIO_POWER] = ROW(ril_request_radio_power);
     table[RIL_REQUEST_DTMF] = ROW(ril_request_dtmf);
     table[RIL_REQUEST_SEND_SMS] = ROW(ril_request_send_sms, "%s: Input paramters are invalid\n");
@@ -64,10 +66,16 @@ constexpr std::array<request_row, c_requests> make_table() {
     table[RIL_REQUEST_SET_MUTE] = ROW(ril_request_set_mute);
     table[RIL_REQUEST_GET_MUTE] = ROW(ril_request_get_mute);
     table[RIL_REQUEST_QUERY_CLIP] = ROW(ril_request_query_clip);
+    table[RIL_REQUEST_SCREEN_STATE] = ROW(ril_request_screen_state, "%s: p_data is NULL, sim_id = %d\n");
     table[RIL_REQUEST_SET_SUPP_SVC_NOTIFICATION] = ROW(ril_request_set_ss_notification);
     table[RIL_REQUEST_WRITE_SMS_TO_SIM] = ROW(ril_request_write_sms_to_sim);
     table[RIL_REQUEST_DELETE_SMS_ON_SIM] = ROW(ril_request_delete_sms_on_sim);
+    table[RIL_REQUEST_SET_BAND_MODE] = ROW(ril_request_set_band_mode);
+    table[RIL_REQUEST_QUERY_AVAILABLE_BAND_MODE] = ROW(ril_request_query_available_band_mode);
     table[RIL_REQUEST_EXPLICIT_CALL_TRANSFER] = ROW(ril_request_explicit_call_transfer);
+    table[RIL_REQUEST_SET_PREFERRED_NETWORK_TYPE] = ROW(ril_request_set_preferred_network_type);
+    table[RIL_REQUEST_GET_PREFERRED_NETWORK_TYPE] = ROW(ril_request_get_preferred_network_type);
+    table[RIL_REQUEST_SET_LOCATION_UPDATES] = ROW(ril_request_set_location_updates);
     table[RIL_REQUEST_SET_TTY_MODE] = ROW(ril_request_set_tty_mode);
     table[RIL_REQUEST_QUERY_TTY_MODE] = ROW(ril_request_query_tty_mode);
     table[RIL_REQUEST_GSM_GET_BROADCAST_SMS_CONFIG] = ROW(ril_request_get_cbs_config);

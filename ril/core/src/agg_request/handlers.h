@@ -32,6 +32,14 @@ void ril_request_query_network_selection_mode(const ril_request& request);
 void ril_request_set_network_selection_automatic(request_context& context);
 void ril_request_set_network_selection_manual(request_context& context, const char* network);
 void ril_request_query_available_networks(request_context& context);
+void ril_request_operator(const ril_request& request);
+void ril_request_signal_strength(const ril_request& request);
+void ril_request_set_preferred_network_type(const ril_request& request, ril_data data);
+void ril_request_get_preferred_network_type(const ril_request& request);
+void ril_request_set_band_mode(request_context& context, int32_t band_mode);
+void ril_request_query_available_band_mode(request_context& context);
+void ril_request_screen_state(const ril_request& request, int32_t on);
+void ril_request_set_location_updates(const ril_request& request, ril_data data);
 
 // Calls. An index is that of RIL_Call, a text telephone mode 0 to 3.
 void ril_request_dial(request_context& context, const RIL_Dial& dial);

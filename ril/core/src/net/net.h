@@ -61,6 +61,9 @@ uint32_t net_attach_is_allowed(uint32_t sim_id);
 // -1 an attach or scan is running or failed, 0 the last one succeeded, 1 the last attach was rejected with cause 1.
 int32_t net_attach_status(uint32_t sim_id);
 
+// How much Android wants to hear of the location, 0 to 2: 0, or -1 for another value.
+int32_t net_location_update_status(uint32_t sim_id, uint32_t value);
+
 // 0 automatic, 1 manual.
 void net_read_operator_selection_mode(uint32_t sim_id, uint32_t* out);
 

@@ -44,7 +44,7 @@ void net_store_network(uint32_t sim_id, const UtaNetRatPlmn& network) {
     const UtaNetPlmn& plmn = network.plmn;
     const auto three_digit_mnc = static_cast<uint32_t>(plmn.three_digit_mnc);
     net_plmn_names names;
-    net_get_plmn_name_by_id(sim_id, plmn.mcc, plmn.mnc, three_digit_mnc, names);
+    net_get_plmn_name_by_id(sim_id, plmn.mcc, plmn.mnc, three_digit_mnc, true, names);
     net_registered_info& info = net_info(sim_id);
     info.rat = static_cast<uint32_t>(network.rat);
     info.mcc = plmn.mcc;
@@ -84,4 +84,13 @@ int32_t net_attach_status(uint32_t sim_id) {
 
 void net_read_operator_selection_mode(uint32_t sim_id, uint32_t* out) {
     *out = net_db(sim_id).operator_selection_mode;
+}
+
+int32_t net_location_update_status(uint32_t sim_id, uint32_t value) {
+    constexpr uint32_t c_modes = 3;
+    if (value >= c_modes) {
+        return -1;
+    }
+    net_db(sim_id).location_update_mode = value;
+    return 0;
 }

@@ -6,6 +6,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "rpc/multi-client/rpc-stubs/ril/records.h"
+
 constexpr uint16_t c_net_unspecified = 0xFFFF;  // an MCC, MNC, LAC or scrambling code that is none
 constexpr uint32_t c_net_status_registered = 0;
 constexpr uint32_t c_net_status_unknown = 3;
@@ -34,10 +36,29 @@ struct net_registered_info {
     uint32_t band = c_net_invalid_band;
 };
 
+// No bands: every row says so.
+constexpr UtaNetBandList net_no_bands() {
+    UtaNetBandList list{};
+    for (UtaNetBand& row : list.bands) {
+        row = {c_net_invalid_band, 1};
+    }
+    return list;
+}
+
 struct net_settings {
     uint16_t operator_selection_mode = 0;  // 0 automatic, 1 manual
     uint32_t location_update_mode = 2;     // 0 off; with 1 and 2 Android hears of a new radio technology
     uint16_t psc = 0;                      // the last primary scrambling code that the modem gave
+    uint8_t rssi = 0;                      // signal of the last report as the modem gave it, as is the next
+    uint8_t ber = 0;
+    uint8_t rsrp = 0;  // copies of the two above
+    uint8_t rsrq = 0;
+    UtaNetRats rats{};              // which technologies are enabled
+    UtaNetRatOrder pref_act{};      // in order of preference
+    uint8_t band_status_valid = 0;  // 1 once the modem has told its bands
+    UtaNetBandList gsm_bands = net_no_bands();
+    UtaNetBandList umts_bands = net_no_bands();
+    UtaNetLteBands lte_bands{};  // as the modem gave them
 };
 
 enum net_attach_result : int32_t { ATTACH_RUNNING_OR_FAILED = -1, ATTACH_SUCCEEDED = 0, ATTACH_ILLEGAL = 1 };
@@ -63,7 +84,6 @@ inline void net_set_attach_status(uint32_t sim_id, net_attach_result result) {
 void net_update_act(uint32_t sim_id);
 
 // The registration is at the network that an attach was confirmed for, with the names of that network.
-struct UtaNetRatPlmn;
 void net_store_network(uint32_t sim_id, const UtaNetRatPlmn& network);
 
 // The modem's starts. A timer that outlived its modem belongs to another number.

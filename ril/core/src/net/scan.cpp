@@ -80,11 +80,12 @@ void write_name(char (&out)[size], const char* name, const char* rat, const char
     snprintf(out, size, "%.*s%s%s", static_cast<int>(length), name, rat, forbidden);
 }
 
-void store_operator(uint32_t sim_id, const UtaNetScanEntry& entry, operator_info& out) {
+// `ask` turns false when a name lookup is not answered at all: a silent modem would hold the RIL thread for each entry.
+void store_operator(uint32_t sim_id, const UtaNetScanEntry& entry, bool& ask, operator_info& out) {
     const UtaNetPlmn& plmn = entry.network.plmn;
     const auto three_digit_mnc = static_cast<uint32_t>(plmn.three_digit_mnc);
     net_plmn_names names;
-    net_get_plmn_name_by_id(sim_id, plmn.mcc, plmn.mnc, three_digit_mnc, names);
+    ask = net_get_plmn_name_by_id(sim_id, plmn.mcc, plmn.mnc, three_digit_mnc, ask, names);
     const bool forbidden = entry.forbidden != 0;
     const net_registered_info& info = net_info(sim_id);
     if (plmn.mcc == info.mcc && plmn.mnc == info.mnc) {
@@ -146,8 +147,9 @@ void answer_with_operators(uint32_t sim_id, const UtaNetScanResParam& result, ui
     }
     // The modem may have found more than a record holds.
     const size_t count = std::min(static_cast<size_t>(result.count), c_operators_max);
+    bool ask = true;
     for (size_t i = 0; i < count; ++i) {
-        store_operator(sim_id, result.entries[i], net_operator_info[sim_id & 1U][i]);
+        store_operator(sim_id, result.entries[i], ask, net_operator_info[sim_id & 1U][i]);
     }
     number_of_available_plmns[sim_id & 1U] = static_cast<uint32_t>(count);
     net_set_attach_status(sim_id, ATTACH_SUCCEEDED);

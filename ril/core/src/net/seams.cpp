@@ -1,9 +1,6 @@
 // Stands in for what is not there yet. Each gives way to the definition of the module it belongs to.
-#include <algorithm>
-
 #include "ril/core/src/async_ril/async_ril.h"
 #include "ril/core/src/net/data_calls.h"
-#include "ril/core/src/net/plmn_names.h"
 
 [[gnu::weak]] uint32_t gprs_is_pdp_active(uint32_t, uint32_t) {
     return 0;
@@ -20,14 +17,4 @@
 // An empty list is told without data.
 [[gnu::weak]] void ril_unsol_data_call_list_change(uint32_t sim_id) {
     RIL_UnsolicitedResponse(sim_id, RIL_UNSOL_DATA_CALL_LIST_CHANGED, nullptr, 0);
-}
-
-// Nobody has a name for anybody.
-[[gnu::weak]] void net_get_plmn_name_by_id(uint32_t, uint16_t mcc, uint16_t mnc, uint32_t three_digit_mnc,
-                                           net_plmn_names& out) {
-    out = {};
-    out.mcc = std::min(mcc, c_net_code_max);
-    out.mnc = std::min(mnc, c_net_code_max);
-    net_write_plmn_digits(out.long_name, sizeof(out.long_name), mcc, mnc, three_digit_mnc);
-    net_write_plmn_digits(out.short_name, sizeof(out.short_name), mcc, mnc, three_digit_mnc);
 }
