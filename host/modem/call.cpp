@@ -62,7 +62,7 @@ Response make_response(int32_t cause, uint8_t call_id) {
 // A setup places the active call on hold (3GPP TS 22.030, 6.5.5.1). An emergency call has its place in any case, that
 // of the active call if need be.
 void set_up_call(const Request& request, const std::string& number, bool is_emergency) {
-    const Cause obstacle = setup_obstacle(request.sim_id, is_emergency);
+    const Cause obstacle = setup_obstacle(request.sim_id, number, is_emergency);
     auto response = make_response<UtaCallCsSetupCallRspCbParams>(obstacle);
     std::vector<uint8_t> held;
     if (obstacle == NO_CAUSE) {

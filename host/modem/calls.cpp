@@ -218,7 +218,7 @@ void dial(Modem& modem, uint32_t sim_id, Call& call) {
     after(modem, c_dialing_time, sim_id, call, start_dialing);
 }
 
-Cause setup_obstacle(uint32_t sim_id, bool is_emergency) {
+Cause setup_obstacle(uint32_t sim_id, const std::string& number, bool is_emergency) {
     if (!s_stacks[sim_id].on || free_id(sim_id) == 0) {
         return NO_RESOURCES;
     }
@@ -228,6 +228,9 @@ Cause setup_obstacle(uint32_t sim_id, bool is_emergency) {
     // Without a card a phone is in limited service (3GPP TS 22.101, 10.1).
     if (!card_is_usable(sim_id)) {
         return NO_RESOURCES;
+    }
+    if (!card_allows_call(sim_id, number)) {
+        return FDN_BLOCKED;
     }
     const bool both = find_state(sim_id, State::ACTIVE) != nullptr && find_state(sim_id, State::HELD) != nullptr;
     const bool calls_already =

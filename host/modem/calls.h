@@ -43,6 +43,7 @@ enum Cause : int32_t {
     TEMPORARY_FAILURE = 41,
     NO_RESOURCES = 47,
     UNKNOWN_CALL = 81,
+    FDN_BLOCKED = 279,  // the modem's own
 };
 
 // What a call status indication says.
@@ -56,7 +57,7 @@ Call* find_state(uint32_t sim_id, State state);
 Call* add_call(uint32_t sim_id, State state, const std::string& number);
 
 // Why the network or the phone has no place for one more outgoing call.
-Cause setup_obstacle(uint32_t sim_id, bool is_emergency);
+Cause setup_obstacle(uint32_t sim_id, const std::string& number, bool is_emergency);
 // The call is dialled, and takes its course.
 void dial(Modem& modem, uint32_t sim_id, Call& call);
 // Does nothing unless the call alerts.

@@ -214,6 +214,11 @@ void Modem::reset() {
 void Modem::shut_down() {
     event(E_MODEM_SHUTDOWN);
     down();
+    for (const Service& service : services_) {
+        if (service.phone_off != nullptr) {
+            service.phone_off();
+        }
+    }
     switch_->set(false);
 }
 

@@ -48,6 +48,7 @@ struct Service {
     // A stack or its card was switched on or off, or found to be so again.
     void (*stack_switched)(Modem& modem, uint32_t sim_id, bool stack_on, bool card_on) = nullptr;
     void (*card_changed)(Modem& modem, uint32_t sim_id) = nullptr;  // it can be used now, or no longer
+    void (*phone_off)() = nullptr;                                  // the phone's own power is gone too
 };
 
 std::vector<Service> modem_services();

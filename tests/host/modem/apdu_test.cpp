@@ -1,0 +1,295 @@
+// Commands to a card and its answers, byte for byte as the standards have them, and cards that are written wrong.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "host/modem/capture_format.h"
+#include "host/modem/card/card.h"
+
+namespace {
+
+using card::Card;
+
+Card make_card(const std::string& text) {
+    std::string error;
+    auto made = card::read_card(text, error);
+    EXPECT_TRUE(made) << error;
+    return made.value_or(Card{});
+}
+
+constexpr const char* c_usim = R"(card 3g
+pin1 1234
+puk1 12345678
+pin2 5678
+puk2 87654321
+ef 2FE2 transparent 10 read=always update=never
+  98 94 20 00 00 21 43 65 87 F0
+df 7FFF A0000000871002
+ef 7FFF/6F07 transparent 9 sfi=07
+  08 29 26 10 21 43 65 87 09
+ef 7FFF/6F3B linear 3x4 update=pin2
+  01 02 03 04
+  11 12 13 14
+ef 7FFF/6F39 cyclic 3x2 update=pin1
+  01 01
+  02 02
+  03 03
+ef 7FFF/6F99 objects update=pin1
+  80 02 AA BB
+)";
+
+constexpr const char* c_sim = R"(card 2g
+pin1 1234
+puk1 12345678
+pin2 5678
+puk2 87654321
+ef 2FE2 transparent 10 read=always update=never
+  98 94 20 00 00 21 43 65 87 F0
+ef 7F20/6F07 transparent 9
+  08 29 26 10 21 43 65 87 09
+ef 7F20/6F7E transparent 11 update=pin1 invalidate=pin1
+ef 7F10/6F3B linear 3x4 update=pin2
+  01 02 03 04
+  11 12 13 14
+ef 7F10/6F44 cyclic 3x2 update=pin1
+  01 01
+  02 02
+  03 03
+)";
+
+struct Exchange {
+    const char* command;
+    const char* answer;
+};
+
+// One after the other, to one card.
+constexpr Exchange c_usim_exchanges[] = {
+    // Selecting: the master file, one in it, by path, by identifier, and what is not there.
+    {"00A40004023F00", "6140"},
+    {"00C0000040",
+     "623E 8202 7821 8302 3F00 A503 800171 8A01 05 AB21 800101 A406830101950108 800102 A40683010A950108"
+     "800118 A40683010A950108 C609 9001C0 830101 830181 9000"},
+    {"00A40004022FE2", "612A"},
+    {"00C0000000",
+     "6228 8202 4121 8302 2FE2 8A0105 AB15 800101 9000 800102 9700 800118 A40683010A950108 8002 000A "
+     "8800 9000"},
+    {"00C0000001", "6986"},
+    {"00A40804047FFF6F07", "6137"},
+    {"00A4080C047FFF6F07", "9000"},
+    {"00A4040C05A000000087", "9000"},
+    {"00A4000C026F07", "9000"},
+    {"00A4000C026F08", "6A82"},
+    {"00A4000C027F10", "6A82"},
+    {"00A4080C047F106F07", "6A82"},
+    {"00A4040C05A000000088", "6A82"},
+    {"00A4030C026F07", "6A86"},
+    // Reading wants the PIN: none given, wrong, right.
+    {"00B0000009", "6982"},
+    {"0020000100", "63C3"},
+    {"002000010831323335FFFFFFFF", "63C2"},
+    {"002000010431323334", "6700"},
+    {"002000020831323334FFFFFFFF", "6A88"},
+    {"002000010831323334FFFFFFFF", "9000"},
+    {"00B0000009", "082926102143658709 9000"},
+    {"00B0000000", "082926102143658709 9000"},
+    {"00B0000702", "8709 9000"},
+    {"00B000070A", "6C02"},
+    {"00B0000901", "6B00"},
+    {"00B0870002", "0829 9000"},
+    {"00B0880001", "6A82"},
+    {"00B2010404", "6981"},
+    {"00D60000010A", "6982"},
+    // Records.
+    {"00A4000C026F3B", "9000"},
+    {"00B2020404", "11121314 9000"},
+    {"00B2020405", "6C04"},
+    {"00B2030404", "FFFFFFFF 9000"},
+    {"00B2040404", "6A83"},
+    {"00B2000204", "01020304 9000"},
+    {"00B2000204", "11121314 9000"},
+    {"00B2000304", "01020304 9000"},
+    {"00B0000004", "6981"},
+    {"00A20104021112", "6101"},
+    {"00C0000001", "02 9000"},
+    {"00A20104021113", "6282"},
+    {"00DC010404A1A2A3A4", "6982"},
+    {"002000810835363738FFFFFFFF", "9000"},
+    {"00DC010404A1A2A3A4", "9000"},
+    {"00DC010403A1A2A3", "6700"},
+    {"00B2010404", "A1A2A3A4 9000"},
+    {"00A4000C026F39", "9000"},
+    {"00DC0003020909", "9000"},
+    {"00B2010402", "0909 9000"},
+    {"00B2030402", "0202 9000"},
+    {"00DC0104020909", "6A86"},
+    // Data objects.
+    {"00A4000C026F99", "9000"},
+    {"80CB00800180", "6104"},
+    {"00C0000004", "8002AABB 9000"},
+    {"80DB008003810177", "9000"},
+    {"80CB00800181", "6103"},
+    {"80CB00800182", "6A88"},
+    // Channels, classes, instructions.
+    {"0070000001", "01 9000"},
+    {"01A4040C05A000000087", "9000"},
+    {"01A4000C026F07", "9000"},
+    {"01B0000001", "08 9000"},
+    {"02B0000001", "6881"},
+    {"0070800100", "9000"},
+    {"01B0000001", "6881"},
+    {"80F2000C00", "9000"},
+    {"80F2000107", "A0000000871002 9000"},
+    {"00F2000C00", "6E00"},
+    {"A0A40000023F00", "6E00"},
+    {"0088000000", "6D00"},
+    {"00B000", "6700"},
+    // PIN1 off and on again, changed, blocked and unblocked.
+    {"002600010831323334FFFFFFFF", "9000"},
+    {"002000010831323334FFFFFFFF", "6984"},
+    {"002800010831323334FFFFFFFF", "9000"},
+    {"002400011031323334FFFFFFFF34333231FFFFFFFF", "9000"},
+    {"002400011034333231FFFFFFFF313233FFFFFFFFFF", "6A80"},
+    {"002000010831323334FFFFFFFF", "63C2"},
+    {"002000010831323334FFFFFFFF", "63C1"},
+    {"002000010831323334FFFFFFFF", "63C0"},
+    {"002000010834333231FFFFFFFF", "6983"},
+    {"002C000100", "63CA"},
+    {"002C000110313233343536373931313131FFFFFFFF", "63C9"},
+    {"002C000110313233343536373831313131FFFFFFFF", "9000"},
+    {"0020000100", "63C3"},
+};
+
+constexpr Exchange c_sim_exchanges[] = {
+    {"A0A40000023F00", "9F16"},
+    {"A0C0000016", "0000 0000 3F00 01 0000000000 09 13 02 01 04 00 83 8A 83 8A 9000"},
+    {"A0A40000022FE2", "9F0F"},
+    {"A0C000000F", "0000 000A 2FE2 04 00 0F F0 44 01 02 00 00 9000"},
+    {"A0A40000027F20", "9F16"},
+    {"A0A40000026F07", "9F0F"},
+    {"A0C0000010", "670F"},
+    {"A0C000000F", "0000 0009 6F07 04 00 14 F0 44 01 02 00 00 9000"},
+    {"A0A40000026F08", "9404"},
+    {"A0B0000009", "9804"},
+    {"A020000108 31323335FFFFFFFF", "9804"},
+    {"A020000108 31323334FFFFFFFF", "9000"},
+    {"A0B0000009", "082926102143658709 9000"},
+    {"A0B000000A", "6709"},
+    {"A0B0000901", "9402"},
+    {"A0B2010404", "9408"},
+    {"A0A40000026F7E", "9F0F"},
+    {"A004000000", "9000"},
+    {"A0B000000B", "9810"},
+    {"A044000000", "9000"},
+    {"A044000000", "9810"},
+    // From one directory straight to the other beside it.
+    {"A0A40000027F10", "9F16"},
+    {"A0B0000001", "9400"},
+    {"A0A40000026F3B", "9F0F"},
+    {"A0C000000F", "0000 000C 6F3B 04 00 12 F0 44 01 02 01 04 9000"},
+    {"A0B2020404", "11121314 9000"},
+    {"A0B2040404", "9402"},
+    {"A0B2010405", "6704"},
+    {"A0A2001002 1112", "9F01"},
+    {"A0C0000001", "02 9000"},
+    {"A0A2000002 1113", "9404"},
+    {"A0DC010404 A1A2A3A4", "9804"},
+    {"A020000208 35363738FFFFFFFF", "9000"},
+    {"A0DC010404 A1A2A3A4", "9000"},
+    {"A0A40000026F44", "9F0F"},
+    {"A0DC000302 0909", "9000"},
+    {"A0B2020402", "0101 9000"},
+    {"A0F2000016", "0000 0000 7F10 02 0000000000 09 13 00 02 04 00 83 8A 83 8A 9000"},
+    {"00A40000023F00", "6E00"},
+    {"A070000001", "6D00"},
+    {"A020000808 31323334FFFFFFFF", "9802"},
+    {"A028000108 31323334FFFFFFFF", "9808"},
+    {"A026000108 31323334FFFFFFFF", "9000"},
+    {"A020000108 31323334FFFFFFFF", "9808"},
+    {"A028000108 31323334FFFFFFFF", "9000"},
+    {"A020000208 31323334FFFFFFFF", "9804"},
+    {"A020000208 31323334FFFFFFFF", "9804"},
+    {"A020000208 31323334FFFFFFFF", "9840"},
+    {"A020000208 35363738FFFFFFFF", "9840"},
+    {"A02C000210 3132333435363738 31313131FFFFFFFF", "9804"},
+    {"A02C000210 3837363534333231 31313131FFFFFFFF", "9000"},
+    {"A02C000010 3132333435363738 31313131FFFFFFFF", "9000"},
+};
+
+void expect_answers(const char* text, std::span<const Exchange> exchanges) {
+    Card card = make_card(text);
+    for (const Exchange& it : exchanges) {
+        const auto without_blanks = [](std::string hex) {
+            std::erase(hex, ' ');
+            return hex;
+        };
+        const auto command = from_hex(without_blanks(it.command));
+        ASSERT_TRUE(command) << it.command;
+        EXPECT_EQ(to_hex(card::transmit(card, *command)), without_blanks(it.answer)) << it.command;
+    }
+}
+
+TEST(Apdu, Usim) {
+    expect_answers(c_usim, c_usim_exchanges);
+}
+
+TEST(Apdu, Sim) {
+    expect_answers(c_sim, c_sim_exchanges);
+}
+
+// What is written stays, what was verified doesn't.
+TEST(Card, Reset) {
+    Card card = make_card(c_usim);
+    EXPECT_EQ(card::verify(card, card.pin2, "5678"), 0x9000);
+    EXPECT_EQ(card::verify(card, card.pin1, "5678"), 0x63C2);
+    card::find_network_file(card, 0x6F07)->content[0] = 0x77;
+    card::reset(card);
+    EXPECT_FALSE(card.pin2.is_known());
+    EXPECT_EQ(card.pin1.attempts, 2);
+    EXPECT_EQ(card::find_network_file(card, 0x6F07)->content[0], 0x77);
+}
+
+TEST(Card, FixedDialling) {
+    for (const char* name : {"3g", "2g"}) {
+        Card card = make_card(card::built_in_card(name));
+        EXPECT_EQ(card::fdn_state(card), card::Fdn::OFF) << name;
+        EXPECT_FALSE(card::set_fdn(card, true));
+        EXPECT_EQ(card::verify(card, card.pin2, "5678"), 0x9000);
+        EXPECT_TRUE(card::set_fdn(card, true));
+        EXPECT_EQ(card::fdn_state(card), card::Fdn::ON) << name;
+    }
+    Card none = make_card(c_usim);
+    EXPECT_EQ(card::fdn_state(none), card::Fdn::NOT_POSSIBLE);
+}
+
+TEST(Card, Text) {
+    Card card = make_card("card 2g\nef 7F10/6F40 linear 2x6 read=always\n  \"Me\":3 01*2 \\\n 07\n  -\n# end\n");
+    EXPECT_EQ(to_hex(card.files.back().content), "4D65FF010107FFFFFFFFFFFF");
+    for (const auto& [text, wrong] : std::vector<std::pair<const char*, const char*>>{
+             {"card 4g", "1: wants 2g or 3g"},
+             {"#\nsim", "2: what is sim?"},
+             {"pin1 123", "1: wants a code of 4 to 8 digits"},
+             {"puk1 1234", "1: wants a code of 8 digits"},
+             {"lock XX on 1", "1: wants PN, PU, PP, PC or PS, on or off, and a code of digits"},
+             {"ef 6F3 transparent 1", "1: no file id: 6F3"},
+             {"ef 2F00 linear 10", "1: bad size: 10, wants one such as 10x176"},
+             {"ef 2F00 transparent 0", "1: bad size: 0"},
+             {"ef 2F00 transparent 99999999999", "1: bad size: 99999999999"},
+             {"ef 2F00 linear 1x256", "1: bad size: 1x256, wants one such as 10x176"},
+             {"ef 2F00 transparent 1\nef 2F00 transparent 1", "2: it is there already"},
+             {"ef 2F00 transparent 1\nef 2F00/6F07 transparent 1", "2: no directory: 2F00/6F07"},
+             {"ef 2F00 transparent 1 read=pin3",
+              "1: wants read=, update= or invalidate= with always, pin1, pin2, adm or never: read=pin3"},
+             {"ef 2F00 transparent 1 sfi=1F", "1: wants sfi=01 to 1E"},
+             {" 00", "1: there is no file that this could be in"},
+             {"ef 2F00 transparent 1\n 00 00", "2: it doesn't fit"},
+             {"ef 2F00 linear 1x2\n 00\n 00", "3: it doesn't fit"},
+             {"ef 2F00 transparent 9\n 0", "2: no bytes: 0"},
+             {"ef 2F00 transparent 9\n \"a", "2: a quote is not closed"},
+             {"ef 2F00 transparent 9\n \"a@b\"", "2: a character that has to be written in hexadecimal"},
+             {"ef 2F00 transparent 9\n 00*x", "2: bad number: *x"}}) {
+        std::string error;
+        EXPECT_FALSE(card::read_card(text, error)) << text;
+        EXPECT_EQ(error, wrong);
+    }
+}
+
+}  // namespace
