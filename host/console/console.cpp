@@ -38,6 +38,9 @@ std::string joined(const std::vector<std::string>& words) {
 const Console::Command Console::c_commands[] = {
     {"raw", &Console::raw, false,
      "REQUEST FORM [WORD...]   any request; FORM is void, string, strings, ints, bytes or items"},
+    {"pin", &Console::pin, false, "PIN [AID] | on PIN | off PIN   enters PIN1; switches it on or off"},
+    {"lock", &Console::lock, false, "FACILITY [on|off [CODE]]   SC, FD, PN and others: asked, or set"},
+    {"file", &Console::file, true, "ID [PATH] [is VALUE]   a file of the card, such as 6F07: all its bytes or records"},
     {"expect", &Console::expect, true,
      "REQUEST ERROR [SECONDS] [VALUE]   a completion; completion is any request's, any any error"},
     {"expect", &Console::expect, true, "unsol NAME [SECONDS] [VALUE]   an unsolicited response"},

@@ -5,6 +5,7 @@
 #include <chrono>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -59,6 +60,12 @@ private:
     Outcome sim_1(const Words& words, const std::string& rest);
     Outcome sim_2(const Words& words, const std::string& rest);
     Outcome quit(const Words& words, const std::string& rest);
+    // card.cpp
+    Outcome pin(const Words& words, const std::string& rest);
+    Outcome lock(const Words& words, const std::string& rest);
+    Outcome file(const Words& words, const std::string& rest);
+    std::optional<std::string> ask_card(int command, int file, const std::string& path, size_t p1, size_t p2,
+                                        size_t p3);
     // expectations.cpp
     Outcome expect(const Words& words, const std::string& rest);
     Outcome wait(const Words& words, const std::string& rest);

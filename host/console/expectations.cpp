@@ -1,6 +1,4 @@
 // What a script waits for, and the traffic that it lets run meanwhile.
-#include <fnmatch.h>
-
 #include <algorithm>
 #include <chrono>
 
@@ -32,22 +30,6 @@ double take_seconds(std::vector<std::string>& words, double otherwise) {
         words.erase(words.begin());
     }
     return seconds.value_or(otherwise);
-}
-
-// Whether a value is one of a|b|c, each of them a pattern with * and ?. Without any, every value is right.
-bool matches(const std::vector<std::string>& words, const std::string& value) {
-    std::string patterns;
-    for (const std::string& word : words) {
-        patterns += patterns.empty() ? word : " " + word;
-    }
-    for (size_t start = 0; start <= patterns.size() && !patterns.empty();) {
-        const size_t end = std::min(patterns.find('|', start), patterns.size());
-        if (fnmatch(patterns.substr(start, end - start).c_str(), value.c_str(), FNM_NOESCAPE) == 0) {
-            return true;
-        }
-        start = end + 1;
-    }
-    return patterns.empty();
 }
 
 // The first event that isn't taken and that `is_it` likes.

@@ -114,7 +114,6 @@ constexpr Shortcut c_shortcuts[] = {
     {"version", RIL_REQUEST_BASEBAND_VERSION, "void", ""},
     {"sim", RIL_REQUEST_GET_SIM_STATUS, "void", ""},
     {"imsi", RIL_REQUEST_GET_IMSI, "strings", "[AID]"},
-    {"pin", RIL_REQUEST_ENTER_SIM_PIN, "strings", "PIN [AID]"},
     {"puk", RIL_REQUEST_ENTER_SIM_PUK, "strings", "PUK PIN [AID]"},
     {"calls", RIL_REQUEST_GET_CURRENT_CALLS, "void", ""},
     {"dial", RIL_REQUEST_DIAL, "dial", "NUMBER [CLIR]"},

@@ -1,5 +1,7 @@
 #include "host/console/words.h"
 
+#include <fnmatch.h>
+
 #include <cmath>
 #include <cstdlib>
 
@@ -47,4 +49,19 @@ std::optional<double> seconds_of(const std::string& word) {
     const double value = std::strtod(word.c_str(), &end);
     const bool good = !word.empty() && *end == '\0' && std::isfinite(value) && value >= 0;
     return good ? std::optional(value) : std::nullopt;
+}
+
+bool matches(const std::vector<std::string>& words, const std::string& value) {
+    std::string patterns;
+    for (const std::string& word : words) {
+        patterns += patterns.empty() ? word : " " + word;
+    }
+    for (size_t start = 0; start <= patterns.size() && !patterns.empty();) {
+        const size_t end = std::min(patterns.find('|', start), patterns.size());
+        if (fnmatch(patterns.substr(start, end - start).c_str(), value.c_str(), FNM_NOESCAPE) == 0) {
+            return true;
+        }
+        start = end + 1;
+    }
+    return patterns.empty();
 }

@@ -15,3 +15,6 @@ std::string behind(std::string_view line, size_t words);
 
 // Seconds, as "10" or "0.5".
 std::optional<double> seconds_of(const std::string& word);
+
+// Whether a value is one of a|b|c, each of them a pattern with * and ?. Without any, every value is right.
+bool matches(const std::vector<std::string>& words, const std::string& value);

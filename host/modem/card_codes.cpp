@@ -93,13 +93,18 @@ int32_t enter_pin(Modem& modem, const Caller& caller, uint32_t sim_id, const Uta
                                             .attempts = secret.attempts,
                                             .unblock_attempts = secret.unblock_attempts};
         modem.send<uta::row::UtaMsSimGenPinRspCb>(caller.client, caller.context_id, sim_id, &response, context_id);
+        // The caller has his response; the others hear of it.
         const UtaSimGenPinIndParam indication{.field_1 = 0,
                                               .activity = entry->activity,
                                               .pin = entry->pin,
                                               .status = status,
                                               .attempts = secret.attempts,
                                               .unblock_attempts = secret.unblock_attempts};
-        modem.indicate<uta::row::UtaMsSimGenPinIndCb>(sim_id, &indication);
+        for (const ClientState& other : modem.clients()) {
+            if (other.id != caller.client) {
+                modem.send<uta::row::UtaMsSimGenPinIndCb>(other.id, Modem::base_context(other.id), sim_id, &indication);
+            }
+        }
         if (!was_usable) {
             card_was_unlocked(modem, sim_id);
         }
