@@ -53,6 +53,8 @@ const Console::Command Console::c_commands[] = {
     {"traffic", &Console::traffic, false, "on [MILLISECONDS] [REQUEST...] | off   harmless requests in the background"},
     {"modem", &Console::modem, true,
      "COMMAND   to the modem's control socket; card and network need no modem in front"},
+    {"sms", &Console::sms, false, c_sms_help},
+    {"broadcast", &Console::broadcast, false, c_broadcast_help},
     {"shell", &Console::shell, true, "COMMAND   holds if its exit status is 0"},
     {"sim1", &Console::sim_1, false, "COMMAND   at the first instance, as without it"},
     {"sim2", &Console::sim_2, false, "COMMAND   at the second instance"},
@@ -276,6 +278,30 @@ Console::Outcome Console::fails(const Words& words, const std::string& rest) {
     const Outcome outcome = carry_out(rest);
     is_step_ = true;
     return words.empty() ? "wants a command" : outcome.empty() ? "it didn't" : "";
+}
+
+Console::Outcome Console::ask_all(const std::optional<std::vector<MessageRequest>>& requests) {
+    if (!requests) {
+        return "these arguments don't suit";
+    }
+    for (const MessageRequest& request : *requests) {
+        if (const Outcome outcome = ask(request.request, request.form, request.words); !outcome.empty()) {
+            return outcome;
+        }
+    }
+    return "";
+}
+
+Console::Outcome Console::sms(const Words& words, const std::string&) {
+    return ask_all(message_requests(words));
+}
+
+Console::Outcome Console::broadcast(const Words& words, const std::string& rest) {
+    if (const auto requests = broadcast_requests(words)) {
+        return ask_all(requests);
+    }
+    is_step_ = true;
+    return modem(words, "broadcast " + rest);
 }
 
 Console::Outcome Console::sim_1(const Words&, const std::string& rest) {

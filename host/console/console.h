@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "host/console/messages.h"
 #include "host/console/modem_control.h"
 #include "host/console/screen.h"
 #include "host/console/session.h"
@@ -57,6 +58,9 @@ private:
     Outcome modem(const Words& words, const std::string& rest);
     Outcome shell(const Words& words, const std::string& rest);
     Outcome fails(const Words& words, const std::string& rest);
+    Outcome sms(const Words& words, const std::string& rest);
+    Outcome broadcast(const Words& words, const std::string& rest);
+    Outcome ask_all(const std::optional<std::vector<MessageRequest>>& requests);
     Outcome sim_1(const Words& words, const std::string& rest);
     Outcome sim_2(const Words& words, const std::string& rest);
     Outcome quit(const Words& words, const std::string& rest);

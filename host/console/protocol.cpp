@@ -134,7 +134,6 @@ constexpr Shortcut c_shortcuts[] = {
     {"cells", RIL_REQUEST_GET_CELL_INFO_LIST, "void", ""},
     {"network-type", RIL_REQUEST_SET_PREFERRED_NETWORK_TYPE, "ints", "TYPE"},
     {"ussd", RIL_REQUEST_SEND_USSD, "string", "TEXT"},
-    {"sms", RIL_REQUEST_SEND_SMS, "strings", "SMSC|null PDU"},
 };
 
 template <typename Table>

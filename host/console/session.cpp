@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <utility>
 
+#include "host/console/messages.h"
 #include "host/console/parcel_text.h"
 #include "host/console/protocol.h"
 
@@ -213,7 +214,8 @@ void Session::take_completion(int32_t serial, std::string_view data) {
         count(asked, error);
         return;
     }
-    const std::string value = parcel.left() != 0 ? text_of(response_layout(asked.request), parcel) : "";
+    std::string value = parcel.left() != 0 ? text_of(response_layout(asked.request), parcel) : "";
+    value += message_in_answer(asked.request, value);
     say("< " + request_name(asked.request) + " " + error_name(error) + before(" ", value) + " (" +
         time_text(Clock::now() - asked.when) + ")");
     add({true, asked.request, error, value});
@@ -227,7 +229,8 @@ void Session::count(const Asked& asked, int error) {
 
 void Session::take_unsol(int32_t number, std::string_view data) {
     ParcelCursor parcel(data);
-    const std::string value = text_of(unsol_layout(number), parcel);
+    std::string value = text_of(unsol_layout(number), parcel);
+    value += message_in_unsol(number, value);
     say("* " + unsol_name(number) + before(" ", value));
     greeted_ = greeted_ || number == c_connected;
     add({false, number, 0, value});

@@ -11,8 +11,8 @@ namespace {
 using Milliseconds = Loop::Milliseconds;
 
 constexpr Milliseconds c_delivery_time{20};
-constexpr Milliseconds c_patience{5000};  // for an acknowledgement
-constexpr Milliseconds c_next_try{1000};  // after a refusal, or to a stack that cannot be reached
+constexpr Milliseconds c_patience{5000};      // for an acknowledgement
+constexpr Milliseconds c_next_try{1000};      // after a refusal, or to a stack that cannot be reached
 constexpr Milliseconds c_memory_try{20'000};  // to a stack that has no memory and does not say that it has again
 constexpr size_t c_kept_outside = 1000;
 

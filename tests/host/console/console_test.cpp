@@ -151,7 +151,7 @@ TEST(Console, SendsTheBytesOfItsRequests) {
         {"radio off", request(23, 1, "1 0")},
         {"dial +49 1", request(10, 2, "'+49' 1 0")},
         {"pin 1234", request(2, 3, "1 '1234'")},
-        {"sms null 00", request(25, 4, "2 n '00'")},
+        {"raw SEND_SMS strings null 00", request(25, 4, "2 n '00'")},
         {"raw 59 bytes 0102ff", request(59, 5, "x0102ff")},
         {"raw 28 items i:-1 s:null r:null r: s:", request(28, 6, "-1 n n x ''")},
         {"ussd \"\xC3\xBC \xF0\x9F\x98\x80\"",
