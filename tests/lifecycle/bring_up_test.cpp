@@ -5,6 +5,7 @@
 #include <sys/file.h>
 
 #include <algorithm>
+#include <fstream>
 
 #include "tests/lifecycle/lifecycle.h"
 
@@ -193,6 +194,34 @@ TEST(BringUp, PacketsWaitForTheModules) {
         ASSERT_TRUE(soon([&] { return phone.android.unsolicited().size() == 6; }));
         const std::vector<int> numbers = phone.android.unsolicited_numbers();
         EXPECT_EQ(std::count(numbers.begin(), numbers.end(), RIL_UNSOL_RESPONSE_SIM_STATUS_CHANGED), 2);
+    });
+}
+
+// The answer comes on the RIL thread while the start's thread learns that its call has failed: only the answer ends the
+// context.
+TEST(BringUp, AnswerOfASettingThatFailed) {
+    in_own_process([] {
+        Phone phone;
+        phone.modem.set_return(341, -1);
+        phone.modem.set_answer(341,
+                               "02 04 00 00 00 29 02 04 00 00 01 54 AA AA AA AA 7F 82 54 15 7F 06 06 02 04 AA AA AA AA"
+                               " 02 04 00 00 00 00 02 04 00 00 00 00");
+        phone.bring_up();
+        EXPECT_NE(radio_log().find("Not able to set Diversity state"), std::string::npos);
+        EXPECT_EQ(radio_log().find("entry_in_use"), std::string::npos) << "the answer found its context gone";
+    });
+}
+
+TEST(BringUp, TheModemsOwnStartIsOnlyLogged) {
+    in_own_process([] {
+        std::ofstream("/system/etc/dun-ril/repository.txt") << "[trace]\nril_log_level = 16\n";
+        Phone phone;
+        phone.bring_up();
+        phone.modem.send(
+            "02 04 00 00 00 2A 02 04 00 00 00 EA 20 00 01 00 7F 81 6A 16"
+            " 7F 84 6A 0C 02 04 00 00 00 01 02 04 00 00 00 02 02 04 00 00 00 00");
+        EXPECT_TRUE(soon([] { return radio_log().find("UtaMsCpsStartupIndCb--") != std::string::npos; }));
+        EXPECT_NE(radio_log().find("UtaMsCpsStartupIndCb++"), std::string::npos);
     });
 }
 

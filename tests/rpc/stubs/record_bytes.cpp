@@ -322,6 +322,8 @@ const std::vector<RecordBytes>& record_bytes() {
         7F 01 06  02 04 00 00 00 01)"),
     record<UtaRPCPsDeviceName>({"dev"}, R"(
         55 64 02 04 00 00 00 64 02 04 00 00 00 00  64 65 76 00*97)"),
+    record<UtaCpsStartupIndParam>({2, 1}, R"(
+        7F 84 6A 0C  02 04 00 00 00 01  02 04 00 00 00 02)"),
     record<UtaCpsSetModeParams>({3, 2, 1}, R"(
         7F 84 6B 12
           02 04 00 00 00 01  02 04 00 00 00 02  02 04 00 00 00 03)"),
