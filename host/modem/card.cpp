@@ -155,7 +155,11 @@ std::string remove_card(Modem& modem, uint32_t sim_id) {
     slot.inserted = false;
     card::reset(slot.card);
     report_card(modem, sim_id, c_reset_removal, c_indicator_gone);
-    modem.later(c_reset_time, [&modem, sim_id] { report_info(modem, sim_id); });
+    modem.later(c_reset_time, [&modem, sim_id] {
+        if (!slots()[sim_id].inserted) {  // else the new card tells of itself
+            report_info(modem, sim_id);
+        }
+    });
     modem.card_changed(sim_id);
     return "";
 }

@@ -235,7 +235,8 @@ def watch():
         print(name, *client.ask(number, [], form))
 
 
-if len(sys.argv) == 3:
-    check(*sys.argv[1:])
-else:
-    watch()
+if __name__ == "__main__":
+    if len(sys.argv) == 3:
+        check(*sys.argv[1:])
+    else:
+        watch()
