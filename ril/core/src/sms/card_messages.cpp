@@ -192,7 +192,13 @@ void finish_incoming(uint32_t sim_id, uint32_t ctxt_id, bool succeeded) {
     const bool is_over = succeeded || record.is_refused;
     if (succeeded && !record.card_full) {
         ril_unsol_response_new_sms_on_sim(sim_id, record.slot);
-        sms_set_incoming_ind_ctxt_id(sim_id, ctxt_id);
+        if (sms_get_incoming_ind_ctxt_id(sim_id) < 0) {
+            sms_set_incoming_ind_ctxt_id(sim_id, ctxt_id);
+        } else {
+            // Another message came meanwhile and waits for Android. This one is safe on the card.
+            sms_agg_request_ack(sim_id, 1, 0, ctxt_id);
+            qelril_free_and_return(ctxt_id);
+        }
     } else {
         if (record.cause != 0) {
             refuse_write(sim_id, ctxt_id);

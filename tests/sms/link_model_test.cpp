@@ -1,0 +1,489 @@
+// Messages between a network that keeps what is not acknowledged and an Android that answers when it likes, over random
+// orders of deliveries, acknowledgements, the card's and the modem's answers, refusals, lost memory and crashes.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <bit>
+#include <cstring>
+#include <deque>
+#include <map>
+#include <random>
+
+#include "ril/core/src/agg_request/handlers.h"
+#include "ril/core/src/async_ril/async_ril.h"
+#include "ril/core/src/profile/profile.h"
+#include "ril/core/src/sim/apdu.h"
+#include "ril/core/src/sim/pin.h"
+#include "ril/core/src/sms/sms.h"
+#include "rpc/multi-client/rpc-stubs/ril/entry_points.h"
+#include "rpc/multi-client/rpc-stubs/ril/mem_table.h"
+#include "rpc/multi-client/rpc-stubs/ril/stubs.h"
+#include "tests/harness/failing_alloc.h"
+#include "tests/harness/fake_android.h"
+#include "tests/harness/stood_in_rooms.h"
+
+std::array<agg_profile, 2> pAggprofileDB;
+
+namespace {
+
+constexpr int32_t c_ack_success = 39;
+constexpr int32_t c_ack_replaced = 0;
+constexpr int32_t c_sent = 541;
+
+enum Kind { PLAIN, REPORT, FOR_CARD, DOWNLOAD, REPLACES, SHOWN_REPLACES, NONSENSE, KINDS };
+
+struct Message {
+    uint32_t number;
+    Kind kind;
+    int sent = 0;
+    int told = 0;
+    bool acknowledged = false;
+};
+
+// What the library asked for and is owed.
+struct Owed {
+    int function;  // 0 for a command to the card
+    uint32_t ctxt_id;
+    rilreq_rspcb callback;
+    uint8_t id = 0;  // of the message that is downloaded
+};
+
+// The network, the modem and the card, and what they saw.
+struct World {
+    std::deque<Message> messages;
+    Message* under_way = nullptr;
+    uint8_t id = 0;                 // the modem's, of the one that was delivered last
+    bool waits = false;             // Android was told of one and has not said a word
+    uint8_t waiting_id = 0;         // of that one, 0 for one on the card
+    bool android_says_yes = false;  // its acknowledgement is being carried out
+    bool stored = false;            // the card has taken one just now
+    bool refuses_next = false;      // the next call
+    std::deque<Owed> owed;
+    std::string wrong;
+    std::map<uintptr_t, int> answers;
+    uintptr_t tokens = 0;
+
+    bool refuses() { return std::exchange(refuses_next, false); }
+    void expect(bool holds, const char* what) {
+        if (!holds && wrong.empty()) {
+            wrong = what;
+        }
+    }
+};
+World s_world;
+
+void take_ack(const UtaSmsIncSmsAckParam& ack) {
+    World& w = s_world;
+    if (ack.id == 0) {
+        w.expect(ack.ack_type == 47, "an acknowledgement of no message");
+        return;
+    }
+    if (ack.ack_type == c_ack_success) {
+        const bool is_told = w.waits && w.android_says_yes && (w.waiting_id == 0 || w.waiting_id == ack.id);
+        w.expect(is_told || w.stored, "acknowledged, and Android did not say so");
+    }
+    if (w.under_way == nullptr || ack.id != w.id) {
+        return;  // the network has given up waiting for it
+    }
+    if (ack.ack_type == c_ack_replaced) {
+        w.expect(w.under_way->kind == SHOWN_REPLACES, "acknowledged as replaced");
+    }
+    w.under_way->acknowledged = ack.ack_type == c_ack_success || ack.ack_type == c_ack_replaced;
+    w.under_way = nullptr;
+}
+
+void take_download_ack(const UtaSmsDataDownloadAckParam& ack) {
+    World& w = s_world;
+    if (w.under_way != nullptr && ack.id == w.id) {
+        w.expect(w.under_way->kind == DOWNLOAD, "acknowledged as a download");
+        w.under_way->acknowledged = ack.ack_result == c_sent;
+        w.under_way = nullptr;
+    }
+}
+
+}  // namespace
+
+int32_t uta::call(uint16_t id, const uta::Word* words) {
+    World& w = s_world;
+    if (w.refuses()) {
+        return -1;
+    }
+    const auto context = static_cast<uint32_t>(words[2]) & 0xFFU;
+    switch (id) {
+        case uta::row::UtaMsSmsIncomingSmsAck::id:
+            take_ack(*reinterpret_cast<const UtaSmsIncSmsAckParam*>(words[1]));
+            break;
+        case uta::row::UtaMsSmsDataDownloadAck::id:
+            take_download_ack(*reinterpret_cast<const UtaSmsDataDownloadAckParam*>(words[1]));
+            break;
+        case uta::row::UtaMsSmsSendReq::id:
+        case uta::row::UtaMsSmsSimMsgCountReq::id:
+            w.owed.push_back({id, context, nullptr});
+            break;
+        case uta::row::UtaMsSmsDataDownloadReq::id:
+            w.owed.push_back({id, context, nullptr, reinterpret_cast<const UtaSmsDataDownloadParam*>(words[1])->id});
+            break;
+        case uta::row::UtaMsSmsSetMemoryAvailableReq::id:
+            w.owed.push_back({id, static_cast<uint32_t>(words[1]) & 0xFFU, nullptr});
+            break;
+        case uta::row::UtaMsSimAnalyseReadResult::id: {
+            auto& read = *reinterpret_cast<UtaSimReadResult*>(words[2]);
+            read.status.sw1 = 0x90;
+            read.length = 2;
+            read.data = static_cast<uint8_t*>(RPC_MemAlloc(2));
+            read.data[0] = read.data[1] = 0xFE;
+            break;
+        }
+        case uta::row::UtaMsSimAnalyseSimApduResult::id:
+            reinterpret_cast<UtaSimApduResult*>(words[2])->sw1 = 0x90;
+            break;
+        default:
+            break;
+    }
+    return 0;
+}
+
+// The card.
+int32_t sim_apdu_cmd_req(uint32_t, const UtaSimApduCmdReqParam&, rilreq_rspcb callback, uint32_t ctxt_id) {
+    if (s_world.refuses()) {
+        return -1;
+    }
+    s_world.owed.push_back({0, ctxt_id, callback});
+    return 0;
+}
+UtaSimApduPath sim_file_path(uint32_t, uint16_t, uint16_t) {
+    return {};
+}
+uint8_t getClaByte(uint32_t) {
+    return 0;
+}
+void sms_sim_create_read_record_apdu(uint32_t, uint8_t, uint8_t, UtaSimApduData& apdu) {
+    apdu = {};
+}
+int32_t sim_analyse_apdu_result(const UtaSimApduCmdRspParam& answer, sim_apdu_status& out) {
+    out.sw1 = answer.result == 0 ? 0x90 : 0x6F;
+    return answer.result;
+}
+int32_t AGGSimAnalyseFilePropertyResult(const UtaSimApduCmdRspParam*, sim_file_properties* out) {
+    out->record_len = 28;
+    return 0;
+}
+int32_t sms_sim_analyse_read_result(const UtaSimApduCmdRspParam& answer, sim_read_result& out) {
+    static constexpr std::array<uint8_t, 28> c_record = {0xFD, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 3, 0x91, 0x94, 0x71};
+    out.data = c_record;
+    return answer.result;
+}
+int32_t sim_is_fdn_enabled(uint32_t) {
+    return 0;
+}
+
+namespace {
+
+// With the number of the message at its end.
+std::vector<uint8_t> octets_of(const Message& message) {
+    const auto number = message.number;
+    std::vector<uint8_t> octets = {3, 0x91, 0x94, 0x71};
+    const auto add = [&octets](std::initializer_list<uint8_t> more) { octets.insert(octets.end(), more); };
+    if (message.kind == NONSENSE) {
+        add({3});
+        return octets;
+    }
+    if (message.kind == REPORT) {
+        add({6, 1, 4, 0x91, 0x21, 0x43, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 0});
+    } else {
+        const bool replaces = message.kind == REPLACES || message.kind == SHOWN_REPLACES;
+        const uint8_t pid = message.kind == DOWNLOAD ? 0x7F : replaces ? 0x41 : 0;
+        const uint8_t dcs = message.kind == DOWNLOAD || message.kind == FOR_CARD ? 0xF2
+                            : message.kind == SHOWN_REPLACES                     ? 0xF0
+                                                                                 : 0;
+        add({4, 4, 0x91, 0x21, 0x43, pid, dcs, 1, 1, 1, 1, 1, 1, 1, 4});
+    }
+    add({static_cast<uint8_t>(number >> 24), static_cast<uint8_t>(number >> 16), static_cast<uint8_t>(number >> 8),
+         static_cast<uint8_t>(number)});
+    return octets;
+}
+
+void handle(int32_t request, void* data, size_t length, RIL_Token token) {
+    static const std::map<int, request_row> c_rows = {
+        {RIL_REQUEST_SEND_SMS, ROW(ril_request_send_sms)},
+        {RIL_REQUEST_SMS_ACKNOWLEDGE, ROW(ril_request_sms_acknowledge)},
+        {RIL_REQUEST_ACKNOWLEDGE_INCOMING_GSM_SMS_WITH_PDU, ROW(ril_request_acknowledge_incoming_gsm_sms_with_pdu)},
+        {RIL_REQUEST_WRITE_SMS_TO_SIM, ROW(ril_request_write_sms_to_sim)},
+        {RIL_REQUEST_DELETE_SMS_ON_SIM, ROW(ril_request_delete_sms_on_sim)},
+        {RIL_REQUEST_GET_SMSC_ADDRESS, ROW(ril_request_get_smsc_address)},
+        {RIL_REQUEST_REPORT_SMS_MEMORY_STATUS, ROW(ril_request_report_sms_memory_status)},
+    };
+    const request_row& row = c_rows.at(request);
+    row.run(row, {0, request, token}, {data, length});
+}
+
+class LinkModelTest : public testing::Test {
+protected:
+    void SetUp() override {
+        s_world = {};
+        android.reset();
+        android.set_observer({[](RIL_Token token, RIL_Errno, const void*, size_t) {
+                                  ++s_world.answers[reinterpret_cast<uintptr_t>(token)];
+                              },
+                              [](int number, const void* data, size_t length) { told(number, data, length); }});
+        stood_in.handler = handle;
+        stood_in.modem_init = [] {
+            const RunLock lock;
+            sms_mngr_init(0);
+            return 0;
+        };
+        start_engine(FakeAndroid::env());
+    }
+    void TearDown() override {
+        stop_engine();
+        android.set_observer({});
+    }
+
+    static void told(int number, const void* data, size_t length) {
+        World& w = s_world;
+        if (number != RIL_UNSOL_RESPONSE_NEW_SMS && number != RIL_UNSOL_RESPONSE_NEW_SMS_STATUS_REPORT &&
+            number != RIL_UNSOL_RESPONSE_NEW_SMS_ON_SIM) {
+            return;
+        }
+        if (number == RIL_UNSOL_RESPONSE_NEW_SMS_ON_SIM) {
+            w.stored = w.waits;  // acknowledged by itself when another one waits
+            w.waiting_id = w.waits ? w.waiting_id : 0;
+            w.waits = true;
+            return;
+        }
+        w.expect(!w.waits, "told while another one waits");
+        w.waits = true;
+        w.waiting_id = w.id;
+        const std::string text(static_cast<const char*>(data), length);
+        Message& message = w.messages[std::stoul(text.substr(text.size() - 8), nullptr, 16)];
+        w.expect(message.kind == (number == RIL_UNSOL_RESPONSE_NEW_SMS ? PLAIN : REPORT), "told as something else");
+        ++message.told;
+        w.expect(message.told <= message.sent, "told more often than it was sent");
+    }
+
+    // --- The network
+
+    void deliver() {
+        World& w = s_world;
+        if (w.under_way != nullptr) {
+            return;
+        }
+        const auto missing = std::find_if(w.messages.begin(), w.messages.end(),
+                                          [](const Message& m) { return !m.acknowledged && m.kind < REPLACES; });
+        if (missing != w.messages.end() && chance(2)) {
+            w.under_way = &*missing;
+        } else {
+            w.messages.push_back({static_cast<uint32_t>(w.messages.size()), static_cast<Kind>(random(KINDS))});
+            w.under_way = &w.messages.back();
+        }
+        ++w.under_way->sent;
+        w.id = static_cast<uint8_t>(w.id % 255 + 1);
+        UtaSmsIncomingParam param{};
+        param.id = w.id;
+        const auto octets = octets_of(*w.under_way);
+        param.message.pdu.length = static_cast<uint8_t>(octets.size());
+        std::copy(octets.begin(), octets.end(), param.message.pdu.data);
+        w.refuses_next = chance(8);
+        UtaMsSmsIncomingIndCb(0, &param);
+        w.refuses_next = false;
+    }
+
+    // --- Answers of the modem and the card, in any order
+
+    void answer() {
+        World& w = s_world;
+        if (w.owed.empty()) {
+            return;
+        }
+        const size_t at = random(w.owed.size());
+        const Owed owed = w.owed[at];
+        w.owed.erase(w.owed.begin() + static_cast<std::ptrdiff_t>(at));
+        const bool good = !chance(4);
+        w.refuses_next = chance(8);
+        w.stored = false;
+        switch (owed.function) {
+            case uta::row::UtaMsSmsSendReq::id: {
+                UtaSmsSendRspParam param{};
+                param.result = good ? c_sent : 41;
+                param.reference.mr = static_cast<int16_t>(random(3));
+                UtaMsSmsSendRspCb(0, &param, owed.ctxt_id);
+                break;
+            }
+            case uta::row::UtaMsSmsSimMsgCountReq::id: {
+                uint8_t bitmap = static_cast<uint8_t>(random(8));
+                UtaSmsSimMsgCountRspParams param{good ? 0 : 1, 3, static_cast<uint32_t>(std::popcount(bitmap)), 1,
+                                                 &bitmap};
+                UtaMsSmsSimMsgCountRspCb(0, &param, owed.ctxt_id);
+                break;
+            }
+            case uta::row::UtaMsSmsDataDownloadReq::id: {
+                UtaSmsDataDownloadResParam param{owed.id, 0, good ? c_sent : 17, {}};
+                UtaMsSmsDataDownloadRspCb(0, &param, owed.ctxt_id);
+                break;
+            }
+            case uta::row::UtaMsSmsSetMemoryAvailableReq::id:
+                UtaMsSmsSetMemoryAvailableRspCb(0, 0, owed.ctxt_id);
+                break;
+            default: {
+                UtaSimApduCmdRspParam param{};
+                param.result = good ? 0 : 1;
+                qelril_post_utamsrspcb(0, &param, owed.ctxt_id, owed.callback);
+            }
+        }
+        w.refuses_next = false;
+    }
+
+    // --- Android
+
+    void ask(int number, void* data, size_t length) {
+        qelril_post_request(0, number, data, length, FakeAndroid::token(++s_world.tokens));
+    }
+
+    void acknowledge() {
+        World& w = s_world;
+        const bool waited = w.waits;
+        int answer[] = {static_cast<int>(random(3)), 211};
+        char text[] = "0100";
+        char status[] = {static_cast<char>('0' + answer[0]), '\0'};
+        char* texts[] = {status, text};
+        w.android_says_yes = answer[0] == 1;
+        w.refuses_next = chance(8);
+        const Message* const before = w.under_way;
+        if (chance(2)) {
+            ask(RIL_REQUEST_SMS_ACKNOWLEDGE, answer, sizeof(answer));
+        } else {
+            ask(RIL_REQUEST_ACKNOWLEDGE_INCOMING_GSM_SMS_WITH_PDU, texts, sizeof(texts));
+        }
+        w.refuses_next = w.android_says_yes = false;
+        w.expect(waited || before == w.under_way, "acknowledged what nobody was told");
+        w.waits = false;
+    }
+
+    void work() {
+        int values[] = {static_cast<int>(random(2))};
+        int record[] = {2};
+        char pdu[] = "0100039121F3000003C1E010";
+        char* texts[] = {nullptr, pdu};
+        RIL_SMS_WriteArgs args = {1, pdu, nullptr};
+        s_world.refuses_next = chance(8);
+        switch (random(5)) {
+            case 0:
+                ask(RIL_REQUEST_SEND_SMS, texts, sizeof(texts));
+                break;
+            case 1:
+                ask(RIL_REQUEST_WRITE_SMS_TO_SIM, &args, sizeof(args));
+                break;
+            case 2:
+                ask(RIL_REQUEST_DELETE_SMS_ON_SIM, record, sizeof(record));
+                break;
+            case 3:
+                ask(RIL_REQUEST_GET_SMSC_ADDRESS, nullptr, 0);
+                break;
+            default:
+                ask(RIL_REQUEST_REPORT_SMS_MEMORY_STATUS, values, sizeof(values));
+                break;
+        }
+        s_world.refuses_next = false;
+    }
+
+    // --- Accidents
+
+    void crash() {
+        stop_engine();
+        s_world.owed.clear();
+        s_world.under_way = nullptr;
+        s_world.waits = false;
+        start_engine(FakeAndroid::env());
+    }
+
+    void restart_stack() {
+        const RunLock lock;
+        sms_mngr_init(0);
+        s_world.waits = false;
+    }
+
+    void step() {
+        switch (random(20)) {
+            case 0:
+                s_world.under_way = nullptr;  // the network's patience ends
+                break;
+            case 1:
+                if (chance(5)) {
+                    crash();
+                }
+                break;
+            case 2:
+                if (chance(5)) {
+                    restart_stack();
+                }
+                break;
+            case 3:
+                UtaMsSmsSimMsgCacheFinishedIndCb(0, static_cast<int32_t>(random(2)));
+                break;
+            case 4:
+            case 5:
+                work();
+                break;
+            case 6:
+            case 7:
+            case 8:
+            case 9:
+                acknowledge();
+                break;
+            case 10:
+            case 11:
+            case 12:
+            case 13:
+                deliver();
+                break;
+            default:
+                answer();
+                break;
+        }
+    }
+
+    static size_t contexts_in_use() {
+        return static_cast<size_t>(std::count_if(rilreq_state_info.begin(), rilreq_state_info.end(),
+                                                 [](const rilreq_state& entry) { return entry.entry_in_use != 0; }));
+    }
+
+    void settle() {
+        while (!s_world.owed.empty()) {
+            answer();
+        }
+        acknowledge();
+    }
+
+    size_t random(size_t below) { return std::uniform_int_distribution<size_t>(0, below - 1)(generator); }
+    bool chance(size_t one_in) { return random(one_in) == 0; }
+
+    FakeAndroid& android = FakeAndroid::instance();
+    std::mt19937 generator;
+};
+
+TEST_F(LinkModelTest, RandomWalk) {
+    constexpr unsigned c_walks = 60;
+    constexpr int c_steps = 600;
+    for (unsigned walk = 0; walk < c_walks; ++walk) {
+        generator.seed(walk);
+        for (int i = 0; i < c_steps && s_world.wrong.empty(); ++i) {
+            step();
+        }
+        settle();
+        ASSERT_EQ(s_world.wrong, "") << "walk " << walk;
+        EXPECT_EQ(contexts_in_use(), 0U) << "walk " << walk;
+        for (uintptr_t token = 1; token <= s_world.tokens; ++token) {
+            ASSERT_EQ(s_world.answers[token], 1) << "walk " << walk << ", request " << token;
+        }
+        // Those that were acknowledged to the network have been told, stored or carried out.
+        for (const Message& message : s_world.messages) {
+            if (message.acknowledged && (message.kind == PLAIN || message.kind == REPORT)) {
+                EXPECT_GE(message.told, 1) << "walk " << walk << ", message " << message.number;
+            }
+        }
+        crash();
+        s_world = {};
+    }
+}
+
+}  // namespace
