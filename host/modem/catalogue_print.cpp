@@ -53,7 +53,7 @@ std::string counting_field(const uta::Record& record, const uta::Field& field) {
     const auto fields = uta::fields_of(record);
     for (size_t i = 0; i < fields.size(); ++i) {
         if (uta::is_number(fields[i].type) && fields[i].offset == field.aux) {
-            return std::string(":") + uta::field_name(record, i);
+            return std::string(":") + uta::field_name(record, fields[i]);
         }
     }
     return ":?";
@@ -66,11 +66,11 @@ std::string print_field(const uta::Record& record, const uta::Field& field, size
         field.type == uta::Type::union_) {
         type += counting_field(record, field);
     }
-    std::string text = "field " + name + " " + type + " " + uta::field_name(record, index) + "\n";
+    std::string text = "field " + name + " " + type + " " + uta::field_name(record, field) + "\n";
     const auto fields = uta::fields_of(record);
     for (size_t i = index + 1; i < fields.size() && fields[i].type == uta::Type::case_; ++i) {
         text += "case " + name + " " + std::to_string(fields[i].aux) + " " +
-                uta::record_name(uta::c_records[fields[i].record]) + " " + uta::field_name(record, i) + "\n";
+                uta::record_name(uta::c_records[fields[i].record]) + " " + uta::field_name(record, fields[i]) + "\n";
     }
     return text;
 }
@@ -82,8 +82,12 @@ std::string print_record(const uta::Record& record) {
         " " + (record.size_i386 == 0 ? "-" : std::to_string(record.size_i386)) + " " +
         (plain ? "-" : "7F" + to_hex({record.tag.bytes, record.tag.count})) + (record.live ? " live\n" : " pending\n");
     if (record.live) {
-        uta::visit_wire_order(
-            record, [&](const uta::Field& field, size_t index) { text += print_field(record, field, index); });
+        const auto fields = uta::fields_of(record);
+        for (size_t i = fields.size(); i-- > 0;) {
+            if (fields[i].type != uta::Type::case_ && fields[i].type != uta::Type::memory) {
+                text += print_field(record, fields[i], i);
+            }
+        }
     }
     return text;
 }

@@ -92,13 +92,11 @@ void add_row(const Field& field, const uint8_t* at, uint64_t count, const std::s
 }
 
 void add_case(const Record& record, size_t index, const uint8_t* memory, const std::string& path, Fields& fields) {
-    const auto all = uta::fields_of(record);
-    const Field& field = all[index];
-    const uint64_t chosen = uta::load_number(memory + field.aux, field.width);
-    for (size_t i = index + 1; i < all.size() && all[i].type == Type::case_; ++i) {
-        if (all[i].aux == chosen) {
-            add_record(record_of(all[i]), memory + field.offset, path + "." + uta::field_name(record, i), fields);
-        }
+    const Field& field = uta::fields_of(record)[index];
+    const Field* chosen =
+        uta::case_of(uta::fields_of(record), index, uta::load_number(memory + field.aux, field.width));
+    if (chosen != nullptr) {
+        add_record(record_of(*chosen), memory + field.offset, path + "." + uta::field_name(record, *chosen), fields);
     }
 }
 
@@ -155,14 +153,19 @@ void add_field(const Record& record, size_t index, const uint8_t* memory, const 
             return;
         default:
             fields.push_back({path, field_type(field),
-                              numbers_text(field, at, uta::record_name(record), uta::field_name(record, index))});
+                              numbers_text(field, at, uta::record_name(record), uta::field_name(record, field))});
             return;
     }
 }
 
 void add_record(const Record& record, const uint8_t* memory, const std::string& path, Fields& fields) {
-    for (size_t i = 0; i < record.n_fields; ++i) {
-        add_field(record, i, memory, path + "." + uta::field_name(record, i), fields);
+    const auto all = uta::fields_of(record);
+    std::vector<Fields> declared(all.size());
+    for (size_t i = 0; i < all.size(); ++i) {
+        add_field(record, i, memory, path + "." + uta::field_name(record, all[i]), declared[all[i].place]);
+    }
+    for (const Fields& part : declared) {
+        fields.insert(fields.end(), part.begin(), part.end());
     }
 }
 

@@ -106,8 +106,9 @@ Bytes parse_hex(std::string_view text, size_t most, std::string_view field) {
 }
 
 size_t find_field(const Record& record, std::string_view name) {
+    const auto fields = uta::fields_of(record);
     for (size_t i = 0; i < record.n_fields; ++i) {
-        if (name == uta::field_name(record, i) && uta::fields_of(record)[i].type != Type::case_) {
+        if (name == uta::field_name(record, fields[i]) && fields[i].type != Type::case_) {
             return i;
         }
     }
@@ -118,7 +119,7 @@ size_t find_field(const Record& record, std::string_view name) {
 const Field* find_case(const Record& record, size_t at, std::string_view name) {
     const auto fields = uta::fields_of(record);
     for (size_t i = at + 1; i < fields.size() && fields[i].type == Type::case_; ++i) {
-        if (name == uta::field_name(record, i)) {
+        if (name == uta::field_name(record, fields[i])) {
             return &fields[i];
         }
     }
@@ -160,14 +161,14 @@ void collect(const Record& record, const Path& prefix, const Path& path, std::ve
 void collect_below(const Record& record, size_t index, const Path& prefix, const Path& path, std::vector<Path>& found) {
     const auto fields = uta::fields_of(record);
     Path deeper = prefix;
-    deeper.push_back({uta::field_name(record, index), std::nullopt});
+    deeper.push_back({uta::field_name(record, fields[index]), std::nullopt});
     if (fields[index].type == Type::union_) {
         for (size_t i = index + 1; i < fields.size() && fields[i].type == Type::case_; ++i) {
             const Record& member = uta::c_records[fields[i].record];
-            if (path[0].name == uta::field_name(record, i) && (path.size() == 1 || reaches(member, path, 1))) {
+            if (path[0].name == uta::field_name(record, fields[i]) && (path.size() == 1 || reaches(member, path, 1))) {
                 found.push_back(joined(deeper, path));
             }
-            collect(member, joined(deeper, {{uta::field_name(record, i), std::nullopt}}), path, found);
+            collect(member, joined(deeper, {{uta::field_name(record, fields[i]), std::nullopt}}), path, found);
         }
     } else if (fields[index].type == Type::record || fields[index].type == Type::optional) {
         collect(uta::c_records[fields[index].record], deeper, path, found);
@@ -379,7 +380,7 @@ void Assembly::assign_numbers(const Record& record, size_t index, uint8_t* memor
 
 void Assembly::assign_octets(const Record& record, size_t index, uint8_t* memory, std::string_view value) {
     const Field& field = uta::fields_of(record)[index];
-    const char* name = uta::field_name(record, index);
+    const char* name = uta::field_name(record, field);
     uint8_t* place = memory + field.offset;
     switch (field.type) {
         case Type::text:

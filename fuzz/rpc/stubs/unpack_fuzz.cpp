@@ -66,11 +66,9 @@ void free_blocks(const uta::Record& record, uint8_t* memory) {
                 free_blocks(nested, at + element * nested.size);
             }
         } else if (field.type == uta::Type::union_) {
-            const uint64_t chosen = uta::load_number(memory + field.aux, field.width);
-            for (size_t c = i + 1; c < fields.size() && fields[c].type == uta::Type::case_; ++c) {
-                if (fields[c].aux == chosen) {
-                    free_blocks(uta::c_records[fields[c].record], at);
-                }
+            const uta::Field* chosen = uta::case_of(fields, i, uta::load_number(memory + field.aux, field.width));
+            if (chosen != nullptr) {
+                free_blocks(uta::c_records[chosen->record], at);
             }
         } else if (field.type == uta::Type::optional || field.type == uta::Type::elements ||
                    field.type == uta::Type::counted_octets) {

@@ -15,12 +15,14 @@ namespace uta {
 
 constexpr uint16_t c_no_record = 0xFFFF;
 
-// A field of a record, in declaration order.
+// A field of a record. They stand in the order of packing: elements and unions first, the cases of a union behind it,
+// then all others, each as declared. On the wire they stand in reverse.
 struct Field {
     uint16_t offset;  // in the record's memory; 0 in a case_
     uint16_t count;   // elements of an array or row, else 1
     uint16_t record;  // RecordId of a nested record, a pointed-to record, a case; else c_no_record
     uint16_t aux;     // offset of the count or discriminant field; value of a case_; function id of a callback
+    uint16_t place;   // in declaration order
     Type type;
     uint8_t width;  // bytes of the count or discriminant field; of one element otherwise; 0 for records
 };
@@ -34,9 +36,8 @@ struct Record {
     uint16_t n_fields;
     uint16_t min_wire;  // bytes of the shortest packed form
     uint8_t align_i386;
-    bool live;          // spelled out
-    bool packed_early;  // has elements or unions, which are packed before all other fields
-    bool has_counted;   // has counted octets
+    bool live;         // spelled out
+    bool has_counted;  // has counted octets
     bool has_callback;
 };
 
@@ -64,6 +65,10 @@ struct Function {
 
 constexpr bool is_outgoing(Kind kind) {
     return kind == Kind::CALL || kind == Kind::REQUEST || kind == Kind::ONE_WAY;
+}
+
+constexpr bool is_plain_number(Type type) {
+    return type <= Type::enumeration;
 }
 
 constexpr bool is_number(Type type) {
@@ -111,7 +116,7 @@ constexpr size_t wire_width(Type type) {
 namespace detail {
 
 constexpr Field number(Type type, size_t offset, size_t count = 1, uint16_t aux = 0) {
-    return {static_cast<uint16_t>(offset),           static_cast<uint16_t>(count), c_no_record, aux, type,
+    return {static_cast<uint16_t>(offset),           static_cast<uint16_t>(count), c_no_record, aux, 0, type,
             static_cast<uint8_t>(memory_width(type))};
 }
 
@@ -121,13 +126,14 @@ constexpr Field nested(Type type, size_t offset, size_t count = 1, size_t aux = 
             static_cast<uint16_t>(count),
             static_cast<uint16_t>(RecordTraits<T>::id),
             static_cast<uint16_t>(aux),
+            0,
             type,
             static_cast<uint8_t>(width)};
 }
 
 constexpr Field counted(Type type, size_t offset, size_t aux, size_t width) {
-    return {static_cast<uint16_t>(offset), 1,    c_no_record,
-            static_cast<uint16_t>(aux),    type, static_cast<uint8_t>(width)};
+    return {static_cast<uint16_t>(offset), 1, c_no_record, static_cast<uint16_t>(aux), 0, type,
+            static_cast<uint8_t>(width)};
 }
 
 template <typename T>
@@ -178,6 +184,10 @@ constexpr size_t c_field_count = [] {
 #include "rpc/multi-client/rpc-stubs/ril/records.def"
     return count;
 }();
+
+constexpr bool is_early(Type type) {
+    return type == Type::elements || type == Type::union_ || type == Type::case_;
+}
 
 struct Layout {
     size_t size;
@@ -246,10 +256,16 @@ struct RecordTables {
             end = align_up(end, it.align) + it.size;
             align = it.align > align ? it.align : align;
             min_wire += it.min_wire;
-            record.packed_early |= field.type == Type::elements || field.type == Type::union_;
             record.has_counted |= field.type == Type::counted_octets;
             record.has_callback |= field.type == Type::callback;
-            fields[n_fields++] = field;
+        }
+        for (const bool early : {true, false}) {
+            for (size_t i = 0; i < all.size(); ++i) {
+                if (is_early(all[i].type) == early) {
+                    fields[n_fields] = all[i];
+                    fields[n_fields++].place = static_cast<uint16_t>(i);
+                }
+            }
         }
         record.size_i386 = static_cast<uint16_t>(align_up(end, align));
         record.align_i386 = static_cast<uint8_t>(align);
@@ -292,20 +308,14 @@ constexpr std::span<const Field> fields_of(const Record& record) {
     static_assert((size) == 0 || record_of<name>().size_i386 == (size), "i386 layout of " #name);
 #include "rpc/multi-client/rpc-stubs/ril/records.def"
 
-// Calls visit(field, index in declaration order) in wire order. A case_ is not visited: for a union_ look at the fields
-// behind it.
-template <typename Visit>
-constexpr void visit_wire_order(const Record& record, Visit&& visit) {
-    const std::span<const Field> fields = fields_of(record);
-    for (const bool early : {false, true}) {
-        for (size_t i = fields.size(); i-- > 0;) {
-            const Type type = fields[i].type;
-            if (type != Type::case_ && type != Type::memory &&
-                (type == Type::elements || type == Type::union_) == early) {
-                visit(fields[i], i);
-            }
+// Of the cases behind the union at `index` the one for this value of its discriminant, or null.
+constexpr const Field* case_of(std::span<const Field> fields, size_t index, uint64_t value) {
+    for (size_t i = index + 1; i < fields.size() && fields[i].type == Type::case_; ++i) {
+        if (fields[i].aux == value) {
+            return &fields[i];
         }
     }
+    return nullptr;
 }
 
 // --- Functions -------------------------------------------------------------------------------------------------------

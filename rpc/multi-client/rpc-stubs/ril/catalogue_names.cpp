@@ -84,8 +84,8 @@ const char* record_name(const Record& record) {
     return c_record_names[&record - c_records.data()];
 }
 
-const char* field_name(const Record& record, size_t index) {
-    return c_field_names[record.first_field + index];
+const char* field_name(const Record& record, const Field& field) {
+    return c_field_names[record.first_field + field.place];
 }
 
 const char* kind_name(Kind kind) {
@@ -103,8 +103,8 @@ const char* kind_name(Kind kind) {
 
 const char* type_name(Type type) {
     static constexpr const char* c_names[] = {
-        "flag",  "u8",     "i8",       "u16",      "i16",      "u32",    "i32",  "u64",      "i64",
-        "enum",  "enum8",  "enum16",   "callback", "ctx",      "octets", "text", "octets16", "octets32",
+        "u8",    "i8",     "u16",      "i16",      "u32",      "i32",    "enum", "flag",     "u64",
+        "i64",   "enum8",  "enum16",   "callback", "ctx",      "octets", "text", "octets16", "octets32",
         "array", "record", "optional", "counted",  "elements", "union",  "case", "memory"};
     static_assert(std::size(c_names) == static_cast<size_t>(Type::memory) + 1);
     return c_names[static_cast<size_t>(type)];

@@ -11,7 +11,7 @@ namespace uta {
 const char* function_name(const Function& function);
 const char* parameter_name(const Function& function, size_t index);
 const char* record_name(const Record& record);
-const char* field_name(const Record& record, size_t index);  // index in declaration order; of a case_, its member
+const char* field_name(const Record& record, const Field& field);  // of a case_, its member
 
 const char* kind_name(Kind kind);  // as in functions.def
 const char* type_name(Type type);  // "u8", "enum", "octets", "record", ...

@@ -57,14 +57,11 @@ static uint32_t octet_type(Type type) {
 
 // --- Packing ---------------------------------------------------------------------------------------------------------
 
-static void pack_case(std::span<const Field> fields, size_t at, const uint8_t* memory, ExWriteCursor& cursor) {
-    const Field& field = fields[at];
-    const uint64_t chosen = load_number(memory + field.aux, field.width);
-    for (size_t i = at + 1; i < fields.size() && fields[i].type == Type::case_; ++i) {
-        if (fields[i].aux == chosen) {
-            pack_record(record_at(fields[i].record), memory + field.offset, cursor);
-            return;
-        }
+static void pack_case(std::span<const Field> fields, size_t index, const uint8_t* memory, ExWriteCursor& cursor) {
+    const Field& field = fields[index];
+    const Field* chosen = case_of(fields, index, load_number(memory + field.aux, field.width));
+    if (chosen != nullptr) {
+        pack_record(record_at(chosen->record), memory + field.offset, cursor);
     }
 }
 
@@ -78,38 +75,19 @@ static void pack_elements(const Field& field, const uint8_t* memory, ExWriteCurs
     }
 }
 
-static void pack_early(const Record& record, const uint8_t* memory, ExWriteCursor& cursor) {
-    const std::span<const Field> fields = fields_of(record);
-    for (size_t i = 0; i < fields.size(); ++i) {
-        if (fields[i].type == Type::elements) {
-            pack_elements(fields[i], memory, cursor);
-        } else if (fields[i].type == Type::union_) {
-            pack_case(fields, i, memory, cursor);
-        }
-    }
-}
-
-static void pack_field(const Field& field, const uint8_t* memory, ExWriteCursor& cursor, size_t array_count) {
+static void pack_field(std::span<const Field> fields, size_t index, const uint8_t* memory, ExWriteCursor& cursor,
+                       size_t array_count) {
+    const Field& field = fields[index];
     const uint8_t* at = memory + field.offset;
     switch (field.type) {
-        case Type::enumeration:
-        case Type::u32:
-        case Type::i32:
-            for (size_t i = 0; i < field.count; ++i) {
-                put_number(load<uint32_t>(at + i * sizeof(uint32_t)), cursor);
-            }
-            break;
-        case Type::u16:
-        case Type::i16:
-            for (size_t i = 0; i < field.count; ++i) {
-                put_number(load<uint16_t>(at + i * sizeof(uint16_t)), cursor);
-            }
-            break;
         case Type::u8:
         case Type::i8:
-            for (size_t i = 0; i < field.count; ++i) {
-                put_number(at[i], cursor);
-            }
+        case Type::u16:
+        case Type::i16:
+        case Type::u32:
+        case Type::i32:
+        case Type::enumeration:
+            ExFail(cursor);  // pack_numbers() found no room
             break;
         case Type::flag:
             EXPackBOOLEAN(at, cursor);
@@ -154,12 +132,44 @@ static void pack_field(const Field& field, const uint8_t* memory, ExWriteCursor&
             }
             break;
         case Type::elements:
+            pack_elements(field, memory, cursor);
+            break;
         case Type::union_:
+            pack_case(fields, index, memory, cursor);
+            break;
         case Type::case_:
         case Type::memory:
         case Type::context_id:
             break;
     }
+}
+
+template <typename Unsigned>
+static uint8_t* write_row(uint8_t* at, const uint8_t* memory, size_t count) {
+    for (size_t i = 0; i < count; ++i) {
+        at -= 2 + sizeof(Unsigned);
+        wire::write_number(at, load<Unsigned>(memory + i * sizeof(Unsigned)));
+    }
+    return at;
+}
+
+// The plain numbers from `index` on, as far as there is room; the field behind them. Most of a record are such, and
+// they are written through a pointer of our own: the cursor's would be loaded and stored for each.
+static size_t pack_numbers(std::span<const Field> fields, size_t index, const uint8_t* memory, ExWriteCursor& cursor) {
+    uint8_t* at = cursor.next + 1;
+    const uint8_t* base = cursor.base;
+    for (; index < fields.size() && is_plain_number(fields[index].type); ++index) {
+        const Field& field = fields[index];
+        const uint8_t* from = memory + field.offset;
+        if (static_cast<size_t>(at - base) < field.count * (size_t{2} + field.width)) {
+            break;
+        }
+        at = field.width == sizeof(uint32_t)   ? write_row<uint32_t>(at, from, field.count)
+             : field.width == sizeof(uint16_t) ? write_row<uint16_t>(at, from, field.count)
+                                               : write_row<uint8_t>(at, from, field.count);
+    }
+    cursor.next = at - 1;
+    return index;
 }
 
 size_t pack_record(const Record& record, const void* memory, ExWriteCursor& cursor, size_t array_count) {
@@ -173,14 +183,12 @@ size_t pack_record(const Record& record, const void* memory, ExWriteCursor& curs
         return plan.size;
     }
     const uint8_t* end = cursor.next;
-    if (record.packed_early) {
-        pack_early(record, bytes, cursor);
-    }
-    for (const Field& field : fields_of(record)) {
-        pack_field(field, bytes, cursor, array_count);
+    const std::span<const Field> fields = fields_of(record);
+    for (size_t i = 0; (i = pack_numbers(fields, i, bytes, cursor)) < fields.size(); ++i) {
+        pack_field(fields, i, bytes, cursor, array_count);
     }
     if (record.tag.count != 0) {
-        EXWriteBERHeader(record.tag, cursor, static_cast<size_t>(end - cursor.next));
+        wire::put_header(record.tag, cursor, static_cast<size_t>(end - cursor.next));
     }
     return static_cast<size_t>(end - cursor.next);
 }
@@ -192,7 +200,7 @@ size_t pack_record(const Record& record, const void* memory, ExWriteCursor& curs
 static bool enter(ExReadCursor& cursor, const uint8_t*& outer_end) {
     outer_end = cursor.end;
     ExBerHeader header;
-    EXReadBERHeader(cursor, header);
+    wire::take_header(cursor, header);
     if (header.length > left(cursor)) {
         ExFail(cursor, "a record is longer than what is left");
     }
@@ -222,15 +230,12 @@ static bool take_null(ExReadCursor& cursor) {
     return true;
 }
 
-static void unpack_case(std::span<const Field> fields, size_t at, uint8_t* memory, ExReadCursor& cursor,
+static void unpack_case(std::span<const Field> fields, size_t index, uint8_t* memory, ExReadCursor& cursor,
                         MemTable& mem_table) {
-    const Field& field = fields[at];
-    const uint64_t chosen = load_number(memory + field.aux, field.width);
-    for (size_t i = at + 1; i < fields.size() && fields[i].type == Type::case_; ++i) {
-        if (fields[i].aux == chosen) {
-            unpack_record(record_at(fields[i].record), memory + field.offset, cursor, mem_table);
-            return;
-        }
+    const Field& field = fields[index];
+    const Field* chosen = case_of(fields, index, load_number(memory + field.aux, field.width));
+    if (chosen != nullptr) {
+        unpack_record(record_at(chosen->record), memory + field.offset, cursor, mem_table);
     }
 }
 
@@ -257,17 +262,6 @@ static void unpack_elements(const Field& field, uint8_t* memory, ExReadCursor& c
         unpack_record(element, block + i * element.size, cursor, mem_table);
     }
     store(memory + field.offset, block);
-}
-
-static void unpack_early(const Record& record, uint8_t* memory, ExReadCursor& cursor, MemTable& mem_table) {
-    const std::span<const Field> fields = fields_of(record);
-    for (size_t i = fields.size(); i-- > 0;) {
-        if (fields[i].type == Type::elements) {
-            unpack_elements(fields[i], memory, cursor, mem_table);
-        } else if (fields[i].type == Type::union_) {
-            unpack_case(fields, i, memory, cursor, mem_table);
-        }
-    }
 }
 
 template <typename Wire, typename Memory>
@@ -297,8 +291,9 @@ static void unpack_optional(const Field& field, uint8_t* at, ExReadCursor& curso
     }
 }
 
-static void unpack_field(const Field& field, uint8_t* memory, ExReadCursor& cursor, MemTable& mem_table,
-                         size_t array_count) {
+static void unpack_field(std::span<const Field> fields, size_t index, uint8_t* memory, ExReadCursor& cursor,
+                         MemTable& mem_table, size_t array_count) {
+    const Field& field = fields[index];
     uint8_t* at = memory + field.offset;
     switch (field.type) {
         case Type::enumeration:
@@ -350,9 +345,13 @@ static void unpack_field(const Field& field, uint8_t* memory, ExReadCursor& curs
         case Type::optional:
             unpack_optional(field, at, cursor, mem_table);
             break;
-        case Type::counted_octets:  // in unpack_counted()
         case Type::elements:
+            unpack_elements(field, memory, cursor, mem_table);
+            break;
         case Type::union_:
+            unpack_case(fields, index, memory, cursor, mem_table);
+            break;
+        case Type::counted_octets:  // in unpack_counted()
         case Type::case_:
         case Type::memory:
         case Type::context_id:
@@ -389,7 +388,7 @@ static void unpack_counted(const Record& record, uint8_t* memory, ExReadCursor& 
             EXUnpackOCTETSTRINGMalloc(&block, length++, cursor, mem_table);
             store(memory + fields[i].offset, block);
         } else {
-            unpack_field(fields[i], memory, cursor, mem_table, 1);
+            unpack_field(fields, i, memory, cursor, mem_table, 1);
         }
     }
     length = lengths;
@@ -404,6 +403,41 @@ static void unpack_counted(const Record& record, uint8_t* memory, ExReadCursor& 
         }
         ++length;
     }
+}
+
+template <typename Unsigned>
+static const uint8_t* read_row(const uint8_t* next, uint8_t* memory, size_t count) {
+    constexpr unsigned c_header = 0x02U | static_cast<unsigned>(sizeof(Unsigned)) << 8;
+    for (size_t i = count; i-- > 0; next += 2 + sizeof(Unsigned)) {
+        if (load<uint16_t>(next) != c_header) {
+            return nullptr;
+        }
+        store(memory + i * sizeof(Unsigned), wire::big_endian(load<Unsigned>(next + 2)));
+    }
+    return next;
+}
+
+// The plain numbers in front of field `end`, as far as they are there in our own form; the end of those in front of
+// them. As in pack_numbers(), with a pointer of our own.
+static size_t unpack_numbers(std::span<const Field> fields, size_t end, uint8_t* memory, ExReadCursor& cursor) {
+    const uint8_t* next = cursor.next;
+    const uint8_t* packet_end = cursor.end;
+    for (; end > 0 && is_plain_number(fields[end - 1].type); --end) {
+        const Field& field = fields[end - 1];
+        uint8_t* to = memory + field.offset;
+        if (static_cast<size_t>(packet_end - next) < field.count * (size_t{2} + field.width)) {
+            break;
+        }
+        const uint8_t* behind = field.width == sizeof(uint32_t)   ? read_row<uint32_t>(next, to, field.count)
+                                : field.width == sizeof(uint16_t) ? read_row<uint16_t>(next, to, field.count)
+                                                                  : read_row<uint8_t>(next, to, field.count);
+        if (behind == nullptr) {
+            break;
+        }
+        next = behind;
+    }
+    cursor.next = next;
+    return end;
 }
 
 bool unpack_record(const Record& record, void* memory, ExReadCursor& cursor, MemTable& mem_table, size_t array_count) {
@@ -422,12 +456,9 @@ bool unpack_record(const Record& record, void* memory, ExReadCursor& cursor, Mem
         unpack_counted(record, bytes, cursor, mem_table);
     } else {
         const std::span<const Field> fields = fields_of(record);
-        for (size_t i = fields.size(); i-- > 0;) {
-            unpack_field(fields[i], bytes, cursor, mem_table, array_count);
+        for (size_t i = fields.size(); (i = unpack_numbers(fields, i, bytes, cursor)) > 0; --i) {
+            unpack_field(fields, i - 1, bytes, cursor, mem_table, array_count);
         }
-    }
-    if (record.packed_early) {
-        unpack_early(record, bytes, cursor, mem_table);
     }
     return header ? leave(cursor, outer_end) : !cursor.failed;
 }

@@ -54,16 +54,16 @@ enum Variation : uint8_t { PLAIN = 0, NO_HEADER = 1, PRESENCE = 2, ENUM_RESULT =
 
 // What a field of a record or a parameter of a function is.
 enum class Type : uint8_t {
-    flag,
     u8,
     i8,
     u16,
     i16,
     u32,
     i32,
+    enumeration,  // up to here numbers of 8, 16 and 32 bits, in memory as on the wire
+    flag,
     u64,
     i64,
-    enumeration,
     enum8,   // 8 bits in memory, 32 on the wire
     enum16,  // 16 bits in memory, 32 on the wire
     callback,

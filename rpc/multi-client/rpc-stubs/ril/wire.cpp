@@ -10,6 +10,7 @@ using wire::put_number;
 using wire::take_number;
 
 static constexpr uint8_t c_null_form[2] = {0x05, 0x00};
+static constexpr uint64_t c_octets_max = INT32_MAX - 64;  // what a size can count on i386
 
 void ExFail(ExWriteCursor& cursor) {
     cursor.failed = true;
@@ -24,97 +25,12 @@ void ExFail(ExReadCursor& cursor, const char* why) {
 
 // --- Headers ---------------------------------------------------------------------------------------------------------
 
-// Up to 127 in one byte; above that 80|n and n little-endian bytes, where X.690 would have them big-endian.
-static size_t put_length(size_t length, ExWriteCursor& cursor) {
-    if (length < 0x80) {
-        uint8_t* byte = claim(cursor, 1);
-        if (byte == nullptr) {
-            return 0;
-        }
-        *byte = static_cast<uint8_t>(length);
-        return 1;
-    }
-    if (length > UINT32_MAX) {
-        ExFail(cursor);
-        return 0;
-    }
-    size_t count = 1;
-    while (count < 4 && length >> (8 * count) != 0) {
-        ++count;
-    }
-    uint8_t* bytes = claim(cursor, 1 + count);
-    if (bytes == nullptr) {
-        return 0;
-    }
-    bytes[0] = static_cast<uint8_t>(0x80U | count);
-    for (size_t i = 0; i < count; ++i) {
-        bytes[1 + i] = static_cast<uint8_t>(length >> (8 * i));
-    }
-    return 1 + count;
-}
-
-static bool take_length(ExReadCursor& cursor, uint32_t& length) {
-    const uint8_t* first = consume(cursor, 1);
-    if (first == nullptr) {
-        return false;
-    }
-    if (*first < 0x80) {
-        length = *first;
-        return true;
-    }
-    const size_t count = *first & 0x7FU;
-    if (count == 0 || count > 4) {
-        ExFail(cursor, "a length has too many bytes or none");
-        return false;
-    }
-    const uint8_t* bytes = consume(cursor, count);
-    if (bytes == nullptr) {
-        return false;
-    }
-    length = 0;
-    for (size_t i = 0; i < count; ++i) {
-        length |= static_cast<uint32_t>(bytes[i]) << (8 * i);
-    }
-    return true;
-}
-
 size_t EXWriteBERHeader(const ExTag& tag, ExWriteCursor& cursor, size_t length) {
-    const size_t length_size = put_length(length, cursor);
-    uint8_t* bytes = claim(cursor, 1 + size_t{tag.count});
-    if (bytes == nullptr) {
-        return 0;
-    }
-    bytes[0] = 0x7F;
-    memcpy(bytes + 1, tag.bytes, tag.count);
-    return 1 + size_t{tag.count} + length_size;
+    return wire::put_header(tag, cursor, length);
 }
 
 size_t EXReadBERHeader(ExReadCursor& cursor, ExBerHeader& header) {
-    header = {};
-    const uint8_t* start = cursor.next;
-    const uint8_t* byte = consume(cursor, 1);
-    if (byte == nullptr) {
-        return 0;
-    }
-    header.tag_class = *byte & 0xC0U;
-    header.constructed = (*byte & 0x20U) != 0 ? 1 : 0;
-    header.tag = *byte & 0x1FU;
-    if (header.tag == 0x1F) {
-        header.tag = 0;
-        do {
-            byte = consume(cursor, 1);
-            if (byte == nullptr || header.tag >= (1U << 21)) {
-                ExFail(cursor, "a tag is too large");
-                return 0;
-            }
-            header.tag = (header.tag << 7) | (*byte & 0x7FU);
-        } while ((*byte & 0x80U) != 0);
-    }
-    if (!take_length(cursor, header.length)) {
-        return 0;
-    }
-    header.header_size = static_cast<uint32_t>(cursor.next - start);
-    return header.header_size;
+    return wire::take_header(cursor, header);
 }
 
 size_t ExWriteBufferHeader(ExWriteCursor& cursor, uint32_t index, size_t body_length) {
@@ -313,37 +229,35 @@ size_t EXUnpackVoid(ExReadCursor&) {
 
 // --- Octet strings ---------------------------------------------------------------------------------------------------
 
-// The identifier and the count, which has the form of a length but counts elements.
-static size_t put_octet_header(ExWriteCursor& cursor, uint32_t count, uint32_t type) {
-    const size_t count_size = put_length(count, cursor);
-    uint8_t* byte = claim(cursor, 1);
-    if (byte == nullptr) {
-        return 0;
-    }
-    *byte = static_cast<uint8_t>(type | 0x40U);
-    return count_size + 1;
-}
-
-// Everything of a string: data, padding, the two integers and the header. `static_form` says whether `total` is told.
+// Everything of a string; `static_form` says whether `total` is told.
 static size_t put_octets(const void* source, ExWriteCursor& cursor, uint32_t count, uint32_t type, bool static_form) {
     const uint64_t length = uint64_t{count} << ExOctetShift(type);
-    const uint8_t* end = cursor.next + 1;
-    uint32_t pad = 0;
-    if (length != 0) {
-        // The data is to start at an address of the sender's buffer that is a multiple of 4.
-        pad = static_cast<uint32_t>((reinterpret_cast<uintptr_t>(end) - static_cast<uintptr_t>(length)) & 3U);
-        uint8_t* bytes = length > SIZE_MAX - 3 ? nullptr : claim(cursor, static_cast<size_t>(length) + pad);
-        if (bytes == nullptr) {
-            ExFail(cursor);
-            return 0;
-        }
-        memcpy(bytes, source, static_cast<size_t>(length));
-        memset(bytes + length, 0, pad);
+    if (length > c_octets_max) {
+        ExFail(cursor);
+        return 0;
     }
-    put_number<uint32_t>(pad, cursor);
-    put_number<uint32_t>(static_form ? static_cast<uint32_t>(length) + pad : 0, cursor);
-    put_octet_header(cursor, count, type);
-    return cursor.failed ? 0 : static_cast<size_t>(end - (cursor.next + 1));
+    // The data is to start at an address of the sender's buffer that is a multiple of 4.
+    const uint8_t* end = cursor.next + 1;
+    const uint32_t pad =
+        length == 0 ? 0
+                    : static_cast<uint32_t>((reinterpret_cast<uintptr_t>(end) - static_cast<uintptr_t>(length)) & 3U);
+    const auto padded = static_cast<uint32_t>(length) + pad;
+    const size_t size = 1 + wire::length_size(count) + 2 * wire::c_number32 + padded;
+    uint8_t* at = claim(cursor, size);
+    if (at == nullptr) {
+        return 0;
+    }
+    *at++ = static_cast<uint8_t>(type | 0x40U);
+    at = wire::write_length(at, count);
+    at = wire::write_number<uint32_t>(at, static_form ? padded : 0);
+    at = wire::write_number<uint32_t>(at, pad);
+    if (length != 0) {
+        memcpy(at, source, static_cast<size_t>(length));
+    }
+    for (uint32_t i = 0; i < pad; ++i) {
+        at[length + i] = 0;
+    }
+    return size;
 }
 
 size_t EXPackOCTETSTRINGStatic(const void* source, ExWriteCursor& cursor, uint32_t count, uint32_t type) {
