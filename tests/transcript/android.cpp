@@ -178,5 +178,9 @@ std::string response_text(int request, const void* data, size_t length) {
 }
 
 std::string unsol_text(int number, const void* data, size_t length) {
-    return data_text(form_of_unsol(number), unsol_layout(number), data, length);
+    const Form form = form_of_unsol(number);
+    if (form == Form::nitz) {  // rild adds the time at which it came
+        return data_text(Form::string, "s", data, length);
+    }
+    return data_text(form, unsol_layout(number), data, length);
 }
