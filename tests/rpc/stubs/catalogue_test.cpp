@@ -2,16 +2,12 @@
 
 #include <gtest/gtest.h>
 
-#include <map>
 #include <set>
 
 #include "rpc/multi-client/rpc-stubs/ril/catalogue_names.h"
 #include "rpc/multi-client/rpc-stubs/ril/transport.h"
 
 namespace {
-
-using uta::Kind;
-using uta::Type;
 
 TEST(Catalogue, IdsAreThosePublished) {
     std::set<uint32_t> absent;
@@ -29,87 +25,6 @@ TEST(Catalogue, IdsAreThosePublished) {
             EXPECT_EQ(uta::find_function(uta::function_name(*function)), function);
         }
     }
-}
-
-// Rows, parameters, ids and record parameters of each kind, and the tags, counted in the published list. In the calls
-// the name of a data device is a record of 100 bytes in place of a u8, and the indications have one that is not listed.
-TEST(Catalogue, KindsAndParametersAddUp) {
-    struct Sum {
-        uint32_t rows;
-        uint32_t parameters;
-        uint32_t ids;
-        uint32_t records;
-        uint32_t record_sizes;
-
-        bool operator==(const Sum&) const = default;
-    };
-    const std::map<Kind, Sum> c_published = {
-        {Kind::CALL, {96, 194, 19292, 75 + 1, 4783 + 100}},
-        {Kind::REQUEST, {74, 208, 10745, 43, 2803}},
-        {Kind::ONE_WAY, {9, 16, 3300, 6, 882}},
-        {Kind::RESPONSE, {63, 184, 9415, 57, 6567}},
-        {Kind::INDICATION, {53 + 1, 104 + 2, 8185 + 293, 50 + 1, 6076 + 4}},
-        {Kind::IGNORED_RESPONSE, {13, 47, 2145, 10, 296}},
-        {Kind::IGNORED_INDICATION, {5, 10, 1087, 3, 28}},
-        {Kind::DYNAMIC_RESPONSE, {4, 13, 1055, 0, 0}},
-        {Kind::DYNAMIC_INDICATION, {4, 12, 1254, 3, 24}},
-    };
-    std::map<Kind, Sum> sums;
-    std::map<Type, int> types;
-    uint32_t tags = 0;  // other than the function's id
-    uint32_t tags_by_id = 0;
-    for (const uta::Function& function : uta::c_functions) {
-        tags += function.tag != function.id ? 1 : 0;
-        tags_by_id += function.tag != function.id ? function.tag * function.id : 0;
-        Sum& sum = sums[function.kind];
-        ++sum.rows;
-        sum.parameters += function.n_parameters;
-        sum.ids += function.id;
-        EXPECT_LE(function.n_parameters, uta::c_max_parameters);
-        for (const uta::Parameter& parameter : uta::parameters_of(function)) {
-            ++types[parameter.type];
-            if (parameter.type == Type::record || parameter.type == Type::array) {
-                ++sum.records;
-                sum.record_sizes += uta::c_records[parameter.aux].size_i386;
-                EXPECT_NE(uta::c_records[parameter.aux].size_i386, 0) << uta::function_name(function);
-            }
-        }
-    }
-    for (const auto& [kind, published] : c_published) {
-        EXPECT_EQ(sums[kind], published) << uta::kind_name(kind);
-    }
-    EXPECT_EQ(tags, 43U);
-    EXPECT_EQ(tags_by_id, 194654U);
-    EXPECT_EQ(types[Type::context_id], 154);
-    EXPECT_EQ(types[Type::i32] + types[Type::callback], 295 + 1);
-    EXPECT_EQ(types[Type::enumeration], 68);
-    EXPECT_EQ(types[Type::u8], 19 - 1);
-    EXPECT_EQ(types[Type::i16], 5);
-}
-
-TEST(Catalogue, VariationsHaveTheirMembers) {
-    int without_context = 0;
-    int no_header = 0;
-    int presence = 0;
-    int enum_result = 0;
-    int outputs = 0;
-    int callbacks = 0;
-    for (const uta::Function& function : uta::c_functions) {
-        without_context += uta::is_outgoing(function.kind) && !function.has_context ? 1 : 0;
-        no_header += (function.variation & uta::NO_HEADER) != 0 ? 1 : 0;
-        presence += (function.variation & uta::PRESENCE) != 0 ? 1 : 0;
-        enum_result += (function.variation & uta::ENUM_RESULT) != 0 ? 1 : 0;
-        outputs += function.has_output ? 1 : 0;
-        callbacks += function.has_callback ? 1 : 0;
-        EXPECT_TRUE(uta::is_outgoing(function.kind) || !function.has_output) << uta::function_name(function);
-    }
-    EXPECT_EQ(without_context, 104);
-    EXPECT_EQ(no_header, 9 + 8 + 7);  // calls, one-way functions, responses and indications
-    EXPECT_EQ(presence, 9 + 7);
-    EXPECT_EQ(enum_result, 13 + 6);
-    EXPECT_EQ(outputs, 23 + 3);  // the published ones, CsiUtaMsTpcGetState, UtaSensorTbatOpen and UtaMsCpsNvmRead
-    EXPECT_GE(callbacks, 4);     // and those in records, once they are spelled out
-    EXPECT_EQ(uta::find_function("UtaSensorSrvClose")->variation, uta::PLAIN);
 }
 
 TEST(Catalogue, RecordTagsAreThosePublished) {
