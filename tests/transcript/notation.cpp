@@ -9,6 +9,8 @@
 
 namespace {
 
+using Values = std::map<std::string, std::string>;
+
 constexpr int c_deepest = 16;  // definitions in definitions
 constexpr std::string_view c_blanks = " \t";
 constexpr std::string_view c_new_line = " // ";
@@ -58,8 +60,6 @@ bool is_of_a_name(char c) {
     return std::isalnum(static_cast<unsigned char>(c)) != 0 || c == '_';
 }
 
-using Values = std::map<std::string, std::string>;
-
 // Puts the values in place of `$name` and `${name}`. What has no value stays, with its braces.
 std::string with_values(const std::string& text, const Values& values) {
     std::string result;
@@ -95,7 +95,13 @@ private:
         std::string text;
     };
 
+    struct Table {
+        std::vector<std::string> names;
+        std::vector<std::vector<std::string>> rows;
+    };
+
     void take(const Source& source);
+    static Values row_values(const Table& table, const std::vector<std::string>& row);
     std::string expanded(const std::string& text, int depth) const;
     std::string definition(const std::string& body, const std::vector<std::string>& words, int depth) const;
     void put_lines(const Source& source, const Values& row, std::vector<Line>& lines) const;
@@ -104,8 +110,9 @@ private:
     std::vector<Source> common_;  // in front of the first case
     std::vector<Source> body_;
     std::string title_;
-    std::vector<std::string> names_;              // of the table's columns
-    std::vector<std::vector<std::string>> rows_;  // of the table
+    Table each_;                           // of the case
+    std::map<std::string, Table> tables_;  // with a name
+    Table* filled_ = &each_;               // by the rows that come
 };
 
 void Reader::read_file(const std::string& path) {
@@ -146,15 +153,21 @@ void Reader::take(const Source& source) {
         finish();
         title_ = rest;
     } else if (word == "each") {
-        names_ = raw_words(rest);
+        each_.names = raw_words(rest);
+        filled_ = &each_;
+    } else if (word == "table") {
+        const std::string name = take_word(rest);
+        filled_ = &tables_[name];
+        filled_->names = raw_words(rest);
     } else if (word == "+") {
-        // The last name's value is all that is left of the row.
+        // A value in quotes loses them; the last name's value is all that is left of the row.
         std::vector<std::string> row;
-        while (row.size() + 1 < names_.size()) {
-            row.push_back(take_word(rest));
+        while (row.size() + 1 < filled_->names.size()) {
+            const std::string value = take_word(rest);
+            row.push_back(value.starts_with('"') && value.ends_with('"') ? value.substr(1, value.size() - 2) : value);
         }
         row.push_back(rest);
-        rows_.push_back(std::move(row));
+        filled_->rows.push_back(std::move(row));
     } else {
         (title_.empty() ? common_ : body_).push_back(source);
     }
@@ -165,15 +178,14 @@ void Reader::finish() {
     if (title_.empty()) {
         return;
     }
-    if (rows_.empty()) {
-        rows_.push_back({});
+    if (each_.rows.empty()) {
+        each_.rows.push_back({});
     }
-    for (const std::vector<std::string>& row : rows_) {
+    for (const std::vector<std::string>& row : each_.rows) {
         Case one{title_, {}};
-        Values values;
-        for (size_t i = 0; i < names_.size(); ++i) {
-            values[names_[i]] = i < row.size() ? row[i] : "";
-            one.title += (i == 0 ? ": " : " ") + values[names_[i]];
+        const Values values = row_values(each_, row);
+        for (const std::string& name : each_.names) {
+            one.title += (name == each_.names[0] ? ": " : " ") + values.at(name);
         }
         for (const auto* sources : {&common_, &body_}) {
             for (const Source& source : *sources) {
@@ -183,11 +195,27 @@ void Reader::finish() {
         cases.push_back(std::move(one));
     }
     body_.clear();
-    names_.clear();
-    rows_.clear();
+    each_ = {};
+}
+
+Values Reader::row_values(const Table& table, const std::vector<std::string>& row) {
+    Values values;
+    for (size_t i = 0; i < table.names.size(); ++i) {
+        values[table.names[i]] = i < row.size() ? row[i] : "";
+    }
+    return values;
 }
 
 void Reader::put_lines(const Source& source, const Values& row, std::vector<Line>& lines) const {
+    std::string rest = source.text;
+    if (take_word(rest) == "rows") {
+        const auto table = tables_.find(take_word(rest));
+        for (size_t i = 0; table != tables_.end() && i < table->second.rows.size(); ++i) {
+            put_lines({source.file, source.number, with_values(rest, row_values(table->second, table->second.rows[i]))},
+                      row, lines);
+        }
+        return;
+    }
     std::string text = with_values(with_values(source.text, row), definitions_);
     int times = 1;
     if (text.starts_with("repeat ")) {

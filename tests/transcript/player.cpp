@@ -136,7 +136,8 @@ const Player::Action Player::c_actions[] = {
     {"set", &Player::set_property, false},   {"prop", &Player::look_at_property, true},
     {"log", &Player::look_for_log, true},    {"nolog", &Player::look_for_no_log, true},
     {"state", &Player::look_at_state, true}, {"timers", &Player::look_at_timers, true},
-    {"return", &Player::set_return, true},   {"silent", &Player::set_silent, true},
+    {"return", &Player::set_return, true},   {"slept", &Player::look_at_sleep, true},
+    {"open", &Player::look_at_open, true},   {"silent", &Player::set_silent, true},
     {"answer", &Player::set_answer, true},   {"write", &Player::write_file, true},
     {"file", &Player::look_at_file, true},   {"shell", &Player::shell, true},
     {"unseen", &Player::set_unseen, true},   {"forget", &Player::forget, false},
@@ -265,7 +266,7 @@ void Player::request(std::string text) {
         const std::lock_guard lock(lock_);
         requests_[token] = {name_, *number};
     }
-    const RIL_RadioFunctions* ril = phone().ril();
+    const RIL_RadioFunctions* ril = functions();
     std::promise<void> done;
     std::future<void> is_done = done.get_future();
     std::thread([=, promise = std::move(done), number = *number]() mutable {
@@ -337,15 +338,19 @@ void Player::answer(const Line& line) {
 
 void Player::see_events(const Line& line) {
     for (const std::string& item : items_of(line.columns[3])) {
-        std::string complaint;
-        const bool came = soon([&] {
-            const std::lock_guard lock(lock_);
-            return !events_.empty();
-        });
-        if (!came) {
-            fail("wanted: " + item + "\n  seen: nothing");
+        if (item == c_any) {
+            any_events_ = true;
+            continue;
         }
-        if (const std::string seen = see_event(item); !seen.empty()) {
+        std::string seen;
+        do {
+            const bool came = soon([&] {
+                const std::lock_guard lock(lock_);
+                return !events_.empty();
+            });
+            seen = came ? see_event(item) : "nothing";
+        } while (any_events_ && !seen.empty() && seen != "nothing");
+        if (!seen.empty()) {
             fail("wanted: " + item + "\n  seen: " + seen);
         }
     }
@@ -402,6 +407,10 @@ void Player::settle() {
         left += "  also: " + packet_text(packet, sim_id_) + "\n";
     }
     const std::lock_guard lock(lock_);
+    if (any_events_) {
+        events_.clear();
+        any_events_ = false;
+    }
     for (const Event& event : events_) {
         left += "  also: " + text_of(event) + "\n";
     }
@@ -412,7 +421,7 @@ void Player::settle() {
 
 // What the modem sent before a fence has been handled when the fence comes out.
 void Player::pass_fence() {
-    if (!modem_is_up_) {
+    if (!modem_is_up_ || !daemon_is_there_) {
         return;
     }
     size_t passed = 0;
@@ -434,6 +443,7 @@ void Player::pass_fence() {
 // Behind a start of the modem the library spoofs answers for a moment.
 void Player::wait_until_served() {
     may_be_away_ = false;
+    functions();
     const bool served = soon([this] {
         FakeAndroid& android = phone().android;
         RIL_Token token = phone().request(RIL_REQUEST_DEVICE_IDENTITY, nullptr, 0);
@@ -467,6 +477,9 @@ void Player::add_completion(RIL_Token token, RIL_Errno error, const void* data, 
             return;  // of the player's own
         }
         request = found->second;
+        if (!completed_.insert(token).second) {
+            request.first += " again";
+        }
     }
     add_event({true, request.first, error, response_text(request.second, data, length)});
 }
@@ -478,6 +491,14 @@ Phone& Player::phone() {
     return *phone_;
 }
 
+// What RIL_Init gave, once it has.
+const RIL_RadioFunctions* Player::functions() {
+    if (!soon([this] { return phone().initialised(); })) {
+        fail("RIL_Init does not return");
+    }
+    return phone().ril();
+}
+
 // --- What is done to the phone ---------------------------------------------------------------------------------------
 
 void Player::start_phone(const Words& words, const std::string& rest) {
@@ -485,19 +506,18 @@ void Player::start_phone(const Words& words, const std::string& rest) {
     const std::string state = at(words, 0).text;
     const std::vector<std::string> arguments = texts_of(words, 1);
     sim_id_ = !arguments.empty() && arguments.back() == "2" ? 1 : 0;
-    phone_ = std::make_unique<Phone>(arguments);
+    daemon_is_there_ = state != "alone";
+    phone_ = std::make_unique<Phone>(arguments, daemon_is_there_);
     phone_->sim_id = static_cast<uint8_t>(sim_id_);
-    if (!phone_->modem.wait_registered()) {
+    if (daemon_is_there_ && !phone_->modem.wait_registered()) {
         fail("the library does not register");
     }
-    if (state == "new") {
+    if (!daemon_is_there_ || state == "new") {
         return;
     }
     if (state == "unavailable") {
         phone_->event(c_modem_events.at("up"));
-        if (!soon([this] { return phone_->initialised(); })) {
-            fail("RIL_Init does not return");
-        }
+        functions();
     } else {
         phone_->bring_up();
     }
@@ -522,33 +542,38 @@ void Player::advance_clock(const Words& words, const std::string& rest) {
     phone().android.advance(std::stoll(at(words, 0).text));
 }
 
+// `&` behind it: the library will not serve then.
 void Player::modem_event(const Words& words, const std::string& rest) {
     (void)rest;
     const std::string& word = at(words, 0).text;
     const auto known = c_modem_events.find(word);
-    {
-        const std::lock_guard lock(lock_);
-        fences_.clear();
-    }
     if (word == "down" || word == "up") {
-        modem_is_up_ = may_be_away_ = word == "up";
+        modem_is_up_ = word == "up" && words.back().text != "&";
+        changed_modem();
     }
     phone().event(known != c_modem_events.end() ? known->second : static_cast<uint32_t>(std::stoul(word, nullptr, 0)));
 }
 
+void Player::changed_modem() {
+    const std::lock_guard lock(lock_);
+    fences_.clear();
+    may_be_away_ = modem_is_up_ && daemon_is_there_;
+}
+
 void Player::daemon(const Words& words, const std::string& rest) {
     (void)rest;
-    if (at(words, 0).text == "start") {
+    daemon_is_there_ = at(words, 0).text == "start";
+    changed_modem();
+    if (daemon_is_there_) {
         phone().modem.start();
     } else {
         phone().modem.stop();
-        modem_is_up_ = false;
     }
 }
 
 void Player::set_property(const Words& words, const std::string& rest) {
     (void)rest;
-    property_set(at(words, 0).text.c_str(), at(words, 1).text.c_str());
+    property_set(at(words, 0).text.c_str(), words.size() > 1 ? words[1].text.c_str() : "");
 }
 
 void Player::look_at_property(const Words& words, const std::string& rest) {
@@ -584,7 +609,7 @@ void Player::look_at_state(const Words& words, const std::string& rest) {
     const std::string& word = at(words, 0).text;
     std::string state;
     const bool has = soon([&] {
-        state = value_name("radio", phone().ril()->onStateRequest());
+        state = value_name("radio", functions()->onStateRequest());
         return state == word;
     });
     if (!has) {
@@ -596,6 +621,23 @@ void Player::look_at_timers(const Words& words, const std::string& rest) {
     (void)rest;
     if (const size_t timers = phone().android.timers(); std::to_string(timers) != at(words, 0).text) {
         fail("  seen: " + std::to_string(timers));
+    }
+}
+
+// Requests that are not completed.
+void Player::look_at_open(const Words& words, const std::string& rest) {
+    (void)rest;
+    const std::lock_guard lock(lock_);
+    if (const std::string open = std::to_string(requests_.size() - completed_.size()); open != at(words, 0).text) {
+        fail("  seen: " + open);
+    }
+}
+
+void Player::look_at_sleep(const Words& words, const std::string& rest) {
+    (void)rest;
+    const std::string slept = std::to_string(harness_take_slept());
+    if (!words.empty() && slept != words[0].text) {
+        fail("  seen: " + slept);
     }
 }
 

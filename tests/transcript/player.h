@@ -5,6 +5,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -44,6 +45,7 @@ private:
     void settle();
     void pass_fence();
     void wait_until_served();
+    void changed_modem();
 
     void take_packets();
     std::string see_event(const std::string& item);
@@ -51,6 +53,7 @@ private:
     void add_event(Event event);
     void add_completion(RIL_Token token, RIL_Errno error, const void* data, size_t length);
     Phone& phone();
+    const RIL_RadioFunctions* functions();
 
     void start_phone(const Words& words, const std::string& rest);
     void advance_clock(const Words& words, const std::string& rest);
@@ -62,6 +65,8 @@ private:
     void look_for_no_log(const Words& words, const std::string& rest);
     void look_at_state(const Words& words, const std::string& rest);
     void look_at_timers(const Words& words, const std::string& rest);
+    void look_at_open(const Words& words, const std::string& rest);
+    void look_at_sleep(const Words& words, const std::string& rest);
     void set_return(const Words& words, const std::string& rest);
     void set_silent(const Words& words, const std::string& rest);
     void set_unseen(const Words& words, const std::string& rest);
@@ -74,11 +79,13 @@ private:
     std::unique_ptr<Phone> phone_;
     uint32_t sim_id_ = 0;
     bool modem_is_up_ = false;
+    bool daemon_is_there_ = false;
     bool may_be_away_ = false;  // the library may not serve requests yet
     size_t log_start_ = 0;      // of what the last action left in the log
     int line_ = 0;
 
-    std::deque<Bytes> packets_;                 // that the modem got and no line has told
+    std::deque<Bytes> packets_;  // that the modem got and no line has told
+    bool any_events_ = false;
     bool any_packets_ = false;                  // in this exchange
     std::string name_;                          // of the request that lines are about
     std::map<std::string, uint32_t> contexts_;  // by the request's name
@@ -87,6 +94,7 @@ private:
     std::mutex lock_;  // of what is below
     std::deque<Event> events_;
     std::map<RIL_Token, std::pair<std::string, int>> requests_;  // name and number by token
+    std::set<RIL_Token> completed_;
     std::deque<bool> fences_;  // indications on their way that look like a fence: whether they are one
     size_t passed_ = 0;        // fences
 };
