@@ -44,5 +44,18 @@ inline const char* trace_tag() {
         }                                                                                               \
     } while (0)
 
-#define RIL_TRACE_ENTER() RIL_TRACE(TRACE_FUNCTION, "%s++\n", __func__)
-#define RIL_TRACE_EXIT() RIL_TRACE(TRACE_FUNCTION, "%s--\n", __func__)
+// Logs the entry and, where it goes out of scope, the exit of a function.
+class FunctionTrace {
+public:
+    explicit FunctionTrace(const char* function) : function_(function) {
+        RIL_TRACE(TRACE_FUNCTION, "%s++\n", function_);
+    }
+    ~FunctionTrace() { RIL_TRACE(TRACE_FUNCTION, "%s--\n", function_); }
+    FunctionTrace(const FunctionTrace&) = delete;
+    FunctionTrace& operator=(const FunctionTrace&) = delete;
+
+private:
+    const char* function_;
+};
+
+#define RIL_TRACE_FUNCTION() const FunctionTrace function_trace(__func__)

@@ -201,6 +201,7 @@ int32_t qelril_post_utamsindcb(uint32_t sim_id, const void* p_params, rilreq_ind
 }
 
 int32_t qelril_init() {
+    RIL_TRACE_FUNCTION();
     context_table_start();
     thread_stop_arm();
     s_ril_mbox = sys_mbox_new();
@@ -218,6 +219,7 @@ int32_t qelril_init() {
 }
 
 int32_t qelril_destroy() {
+    RIL_TRACE_FUNCTION();
     set_running(false);
     if (s_ril_task_exists) {
         thread_stop_request(s_ril_task);

@@ -149,6 +149,7 @@ void post_dial(uint32_t sim_id, void* data, size_t datalen, RIL_Token token) {
 }  // namespace
 
 void on_request(int request, void* data, size_t datalen, RIL_Token token) {
+    RIL_TRACE_FUNCTION();
     const uint32_t sim_id = ril_instance;
     RIL_TRACE(TRACE_EVENT, "%s: request = %d\n", __func__, request);
     if (answered_without_modem(sim_id, request, data, datalen, token)) {

@@ -205,6 +205,7 @@ bool is_property_set(const char* key) {
 }
 
 int32_t modem_init() {
+    RIL_TRACE_FUNCTION();
     static constexpr start_step c_state[] = {
         {modem_hardware_init, nullptr},
         {[]() -> int32_t {

@@ -37,12 +37,14 @@ void changeInState(uint32_t sim_id) {
 }
 
 void resetInternalState() {
+    RIL_TRACE_FUNCTION();
     modem_exit();
     qelril_destroy();
 }
 
 // Starts everything, and lets RIL_Init return the first time.
 void mehInit() {
+    RIL_TRACE_FUNCTION();
     usleep(1000);
     if (qelril_init() < 0) {
         RIL_TRACE(TRACE_ERROR, "%s: qelril_init failed\n", __func__);
@@ -193,6 +195,7 @@ void answer_sim_status(uint32_t sim_id, RIL_Token token) {
 }  // namespace
 
 void mehHandler(uint32_t event) {
+    RIL_TRACE_FUNCTION();
     switch (event) {
         case E_MODEM_UP:
             modem_up();

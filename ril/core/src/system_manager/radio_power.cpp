@@ -223,6 +223,5 @@ void UtaMsCpsSetModeIndCb(uint32_t sim_id, const UtaCpsSetModeParams* param) {
 void UtaMsCpsStartupIndCb(uint32_t sim_id, const UtaCpsStartupIndParam* param) {
     (void)sim_id;
     (void)param;
-    RIL_TRACE_ENTER();
-    RIL_TRACE_EXIT();
+    RIL_TRACE_FUNCTION();
 }
