@@ -65,7 +65,8 @@ struct Header {
 
 std::optional<Header> read_header(const std::string& hex) {
     const auto byte = [&](size_t at) { return static_cast<size_t>(hex_number(hex.substr(2 * at, 2)).value_or(0)); };
-    if (hex.size() < 2 * 15) {
+    constexpr size_t c_header_digits = 30;
+    if (hex.size() < c_header_digits) {
         return std::nullopt;
     }
     const Header header = {byte(2) << 8 | byte(3), byte(13) != 0, byte(14)};

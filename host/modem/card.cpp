@@ -184,7 +184,7 @@ std::string insert_card(Modem& modem, uint32_t sim_id, const std::vector<std::st
             std::string error;
             card = card::read_card(text.str(), error);
             if (!card) {
-                return word + ":" + error;
+                return error.insert(0, word + ":");
             }
         }
     }

@@ -46,10 +46,9 @@ bool select_path(uint32_t sim_id, const Wanted& wanted, UtaSimFileData& file) {
         }
         const Bytes answer = card::select(card, wanted.channel, id);
         const bool is_found = card::status_words(answer) == card::c_done;
-        if (is_found && card.channels[wanted.channel].file) {
-            file.ef_id = static_cast<int16_t>(id);
-            file.ef_len = fill_part(file.ef.data, answer);
-        } else if (is_found || i + 1 < wanted.path.size()) {
+        const bool is_directory =
+            is_found ? !card.channels[wanted.channel].file.has_value() : i + 1 < wanted.path.size();
+        if (is_directory) {
             file.df_id = static_cast<int16_t>(id);
             file.df_len = fill_part(file.df.data, answer);
         } else {

@@ -183,7 +183,7 @@ private:
             return "wants a path such as 7F10/5F3A, and for an application its identifier of 5 to 16 bytes";
         }
         size_t file = 0;
-        const std::string wrong = make_file(words[1], file);
+        std::string wrong = make_file(words[1], file);
         if (!wrong.empty()) {
             return wrong;
         }
@@ -251,7 +251,7 @@ private:
         }
         const size_t files = card_.files.size();
         size_t index = 0;
-        const std::string wrong = make_file(words[1], index);
+        std::string wrong = make_file(words[1], index);
         if (!wrong.empty()) {
             return wrong;
         }
@@ -332,7 +332,7 @@ private:
         }
         File& file = card_.files[current_];
         Bytes bytes;
-        const std::string wrong = split(line) == Words{"-"} ? "" : parse_content(line, bytes);
+        std::string wrong = split(line) == Words{"-"} ? "" : parse_content(line, bytes);
         if (!wrong.empty()) {
             return wrong;
         }

@@ -152,6 +152,24 @@ TEST(Control, SeveralCallersAndExpect) {
     EXPECT_EQ(Control()("expect UtaMsCallCsAlertingIndCb 0"), "error no UtaMsCallCsAlertingIndCb came");
 }
 
+// Without a card a stack is there for emergency calls only, and nobody can call it. The band is the network's.
+TEST(Network, WantsACard) {
+    const ModemProcess modem;
+    const Client client;
+    const Control control;
+    EXPECT_EQ(control("call incoming 1"), "error the stack is not registered");
+    EXPECT_EQ(control("card remove"), "ok");
+    EXPECT_EQ(control("stack 0 on"), "ok");
+    EXPECT_THAT(client.packet("UtaMsNetRegistrationInfoIndCb"), testing::EndsWith("020400000001020400000000"));
+    EXPECT_THAT(control("status"), HasSubstr("net: stack 0 not registered"));
+    EXPECT_EQ(control("network 26201"), "error the stack is off, or its card can't be used");
+    EXPECT_EQ(control("card insert"), "ok");
+    EXPECT_THAT(client.packet("UtaMsNetRegistrationInfoIndCb"), HasSubstr("020400000032"));
+    EXPECT_EQ(control("network 310260"), "ok");
+    EXPECT_THAT(client.packet("UtaMsNetRegistrationInfoIndCb"), HasSubstr("020400000035"));
+    EXPECT_EQ(control("call incoming 1"), "ok");
+}
+
 TEST(Script, PlaysWithTheClient) {
     write_file("/data/script",
                "# a comment\n"
