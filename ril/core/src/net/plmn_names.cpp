@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstring>
 
 #include "ril/core/src/net/net.h"
 #include "ril/core/src/net/operator_table.h"
@@ -14,7 +15,9 @@ namespace {
 
 template <size_t size>
 void copy_name(char (&out)[size], const char* name, size_t length) {
-    snprintf(out, size, "%.*s", static_cast<int>(length), name);
+    const size_t copied = strnlen(name, std::min(length, size - 1));
+    memcpy(out, name, copied);
+    out[copied] = '\0';
 }
 
 template <size_t size, size_t length>
