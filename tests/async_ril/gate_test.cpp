@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <climits>
 #include <csignal>
 #include <set>
 #include <thread>
@@ -19,10 +18,6 @@ namespace {
 
 using Numbers = std::set<int>;
 
-const Numbers c_with_card = {1, 2, 3, 4, 5, 6, 7, 42, 43};
-const Numbers c_with_ready_card = {11, 63, 64, 69, 70, 100, 101, 103, 105, 107};
-const Numbers c_always = {23, 61};
-const Numbers c_with_modem = {38, 39, 51, 80, 81};
 const Numbers c_refused = {58, 77, 78, 79, 82, 83, 84, 85, 86, 87, 88, 92, 93, 94, 95, 96, 97, 98, 99, 104, 105};
 
 FakeAndroid& android() {
@@ -51,86 +46,9 @@ protected:
         on_request(number, &type, sizeof(type), token(number));
     }
     bool reached(int number) const { return handled_.count(number) == 1 && android().completions().empty(); }
-    static void expect_answer(int number, RIL_Errno error) {
-        const auto completions = android().completions();
-        ASSERT_EQ(completions.size(), 1U) << number;
-        EXPECT_EQ(completions[0].token, token(number));
-        EXPECT_EQ(completions[0].error, error) << number;
-        EXPECT_FALSE(completions[0].has_data) << number;
-    }
 
     Numbers handled_;
 };
-
-TEST_F(Gate, RadioOffAndOnPassAllButTheRefused) {
-    for (const RIL_RadioState state : {RADIO_STATE_OFF, RADIO_STATE_ON}) {
-        set_radio_state(0, state);
-        for (const int number : {INT_MIN, -1, 111, 1000, INT_MAX}) {
-            request(number);
-            EXPECT_TRUE(reached(number)) << number;  // the dispatch table refuses these
-        }
-        for (int number = 0; number <= 110; ++number) {
-            request(number);
-            if (c_refused.count(number) != 0) {
-                expect_answer(number, RIL_E_REQUEST_NOT_SUPPORTED);
-            } else {
-                EXPECT_TRUE(reached(number)) << number;
-            }
-        }
-    }
-}
-
-TEST_F(Gate, RadioUnavailable) {
-    for (const int32_t sim :
-         {SIM_STATUS_SIM_ABSENT, SIM_STATUS_SIM_NOT_READY, SIM_STATUS_SIM_READY, SIM_STATUS_SIM_PIN}) {
-        for (const uint32_t event : {uint32_t{E_MODEM_NONE}, uint32_t{E_MODEM_UP}, uint32_t{E_MODEM_DOWN}}) {
-            stood_in.sim_status = sim;
-            stood_in.last_event = event;
-            for (int number = -1; number <= 120; ++number) {
-                const bool allowed = (c_with_card.count(number) != 0 && sim != 0) ||
-                                     (c_with_ready_card.count(number) != 0 && sim == 2) ||
-                                     c_always.count(number) != 0 ||
-                                     (c_with_modem.count(number) != 0 && event == E_MODEM_UP);
-                request(number);
-                switch (number) {
-                    case 9:
-                    case 41:
-                        expect_answer(number, RIL_E_SUCCESS);
-                        break;
-                    case 20:
-                    case 21:
-                    case 22:
-                    case 45:
-                        expect_answer(number, RIL_E_RADIO_NOT_AVAILABLE);
-                        break;
-                    case 73:
-                        EXPECT_TRUE(android().completions().empty());
-                        EXPECT_EQ(stood_in.saved_net_pref, token(73));
-                        break;
-                    case 27:
-                        break;  // its answer is a record: held at rild's socket
-                    default:
-                        if (!allowed) {
-                            expect_answer(number, RIL_E_GENERIC_FAILURE);
-                        } else if (c_refused.count(number) != 0) {
-                            expect_answer(number, RIL_E_REQUEST_NOT_SUPPORTED);
-                        } else {
-                            EXPECT_TRUE(reached(number)) << number;
-                        }
-                }
-            }
-        }
-    }
-}
-
-TEST_F(Gate, SpoofingComesFirst) {
-    set_radio_state(0, RADIO_STATE_ON);
-    stood_in.spoofing = 1;
-    for (const int number : {1, 10, 58, 73, 111}) {
-        request(number);
-        expect_answer(number, RIL_E_RADIO_NOT_AVAILABLE);
-    }
-}
 
 TEST_F(Gate, SupportsHasAListOfItsOwn) {
     const Numbers differs = {15, 51, 98};

@@ -1,0 +1,143 @@
+// Threads that meet while the modem goes away or comes: what no transcript can say.
+#include <cutils/properties.h>
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/file.h>
+
+#include <algorithm>
+#include <filesystem>
+
+#include "tests/lifecycle/lifecycle.h"
+
+namespace {
+
+size_t entries_of(const char* folder) {
+    return static_cast<size_t>(std::distance(std::filesystem::directory_iterator(folder), {}));
+}
+
+void modem_down(Phone& phone) {
+    phone.android.reset();
+    phone.event(c_event_down);
+    ASSERT_TRUE(soon([&] { return phone.android.unsolicited().size() >= 4; }));
+    phone.wait_radio_state(RADIO_STATE_UNAVAILABLE);
+}
+
+// The RIL thread sits in a call that the modem never answers, rild's event thread behind it and the RPC dispatch thread
+// behind both.
+TEST(ModemDown, ReleasesThreadsThatAreParked) {
+    in_own_process([] {
+        Phone phone;
+        phone.bring_up();
+        const size_t threads = entries_of("/proc/self/task");
+        phone.leave_mode_requests_open();
+        RIL_Token open = phone.request(RIL_REQUEST_RADIO_POWER, 1);
+        const Bytes request = phone.modem.take_received().back();
+        phone.modem.set_silent(c_set_sim_configuration, true);
+        RIL_Token parked = nullptr;
+        std::thread event_thread([&] { parked = phone.request(RIL_REQUEST_RADIO_POWER, 0); });
+        ASSERT_TRUE(phone.modem.wait_for(c_set_sim_configuration, 3));
+        phone.modem.send(with_context(mode_answer(227, 1), request));
+        phone.event(c_event_down);
+        event_thread.join();
+        EXPECT_EQ(phone.answer(parked).error, RIL_E_RADIO_NOT_AVAILABLE);
+        EXPECT_EQ(phone.answer(open).error, RIL_E_RADIO_NOT_AVAILABLE);
+
+        phone.modem.set_silent(c_set_sim_configuration, false);
+        phone.answer_mode_requests_as_asked();
+        phone.event(c_event_up);
+        phone.wait_radio_state(RADIO_STATE_OFF);
+        EXPECT_EQ(phone.answer(phone.request(RIL_REQUEST_RADIO_POWER, 1)).error, RIL_E_SUCCESS);
+        EXPECT_EQ(phone.android.completed(parked), 1);
+        EXPECT_EQ(phone.android.completed(open), 1);
+        EXPECT_EQ(entries_of("/proc/self/task"), threads);
+    });
+}
+
+// The same of a timer that went on with a request: the wait for the other SIM is over, and the modem owes the attach
+// its return.
+TEST(ModemDown, ReleasesATimerThatIsParked) {
+    constexpr uint32_t c_attach = 71;
+    in_own_process([] {
+        Phone phone;
+        phone.bring_up();
+        property_set("gsm.sim2.state", "READY");
+        RIL_Token token = phone.request(RIL_REQUEST_SET_NETWORK_SELECTION_AUTOMATIC, nullptr, 0);
+        phone.modem.set_silent(c_attach, true);
+        property_set("gsm.nondatasim.registered", "true");
+        std::thread event_thread([&] { phone.android.advance(1000); });
+        EXPECT_TRUE(phone.modem.wait_for(c_attach));
+        phone.event(c_event_down);
+        EXPECT_EQ(phone.answer(token).error, RIL_E_RADIO_NOT_AVAILABLE);
+        event_thread.join();
+        EXPECT_EQ(phone.android.timers(), 0U);
+        EXPECT_EQ(phone.android.completed(token), 1);
+    });
+}
+
+// The modem's answer to a mode request overtakes its own end: the radio is unavailable all the same.
+TEST(ModemDown, LateAnswerDoesNotBringTheRadioBack) {
+    in_own_process([] {
+        Phone phone;
+        phone.bring_up();
+        phone.leave_mode_requests_open();
+        RIL_Token token = phone.request(RIL_REQUEST_RADIO_POWER, 1);
+        const Bytes request = phone.modem.take_received().back();
+        phone.android.reset();
+        std::atomic<bool> first{true};
+        phone.android.set_unsolicited_hook([&](int number) {
+            if (number == RIL_UNSOL_RESPONSE_RADIO_STATE_CHANGED && first.exchange(false)) {
+                phone.modem.send(with_context(mode_answer(227, 1), request));
+                phone.wait_radio_state(RADIO_STATE_ON);
+            }
+        });
+        phone.event(c_event_down);
+        EXPECT_EQ(phone.answer(token).error, RIL_E_SUCCESS);
+        phone.wait_radio_state(RADIO_STATE_UNAVAILABLE);
+        ASSERT_TRUE(soon([&] { return phone.android.unsolicited().size() == 8; }));
+        EXPECT_EQ(phone.android.unsolicited_numbers().back(), RIL_UNSOL_RESPONSE_RADIO_STATE_CHANGED);
+    });
+}
+
+// A request of the first instance only, and only with the modem up.
+TEST(ModemDown, ResetIsAskedForByTheFirstInstance) {
+    for (const bool second_instance : {false, true}) {
+        in_own_process([&] {
+            Phone phone(second_instance ? std::vector<std::string>{"--client", "2"} : std::vector<std::string>{});
+            phone.sim_id = second_instance ? 1 : 0;
+            const auto shut_down = reinterpret_cast<void (*)()>(phone.symbol("ShutdownCb"));
+            phone.bring_up();
+            shut_down();
+            EXPECT_TRUE(second_instance || soon([&] { return phone.manager_requests == 1; }));
+            EXPECT_EQ(phone.last_manager_request, second_instance ? 0 : 0xA1000000U);
+            modem_down(phone);
+            std::this_thread::sleep_for(std::chrono::milliseconds(20));
+            shut_down();
+            std::this_thread::sleep_for(std::chrono::milliseconds(20));
+            EXPECT_EQ(phone.manager_requests, second_instance ? 0U : 1U);
+        });
+    }
+}
+
+// The start stands still in the middle of the modules, at a property that it cannot write: what the modem sends
+// meanwhile reaches no module before all have their start values.
+TEST(BringUp, PacketsWaitForTheModules) {
+    in_own_process([] {
+        Phone phone;
+        phone.answer_mode_requests(0);
+        ASSERT_TRUE(phone.modem.wait_registered());
+        const int properties = open("/dev/__properties__", O_RDWR);
+        ASSERT_EQ(flock(properties, LOCK_EX), 0);
+        phone.event(c_event_up);
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        phone.modem.send(c_card_removed);
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        EXPECT_TRUE(phone.android.unsolicited().empty());
+        EXPECT_TRUE(phone.modem.received_ids().empty());
+        ASSERT_EQ(flock(properties, LOCK_UN), 0);
+        ASSERT_TRUE(soon([&] { return phone.android.unsolicited().size() == 6; }));
+        const std::vector<int> numbers = phone.android.unsolicited_numbers();
+        EXPECT_EQ(std::count(numbers.begin(), numbers.end(), RIL_UNSOL_RESPONSE_SIM_STATUS_CHANGED), 2);
+    });
+}
+
+}  // namespace
