@@ -9,6 +9,7 @@
 
 #include "host/modem/card.h"
 #include "host/modem/modem.h"
+#include "host/modem/radio.h"
 
 namespace {
 
@@ -105,21 +106,25 @@ void go_to(Modem& modem, uint32_t sim_id, size_t network) {
     s_stacks[sim_id].registered = true;
     report_cell(modem, sim_id);
     report_registration(modem, sim_id, c_registered, c_no_cause);
+    radio_registered(modem, sim_id, c_networks[network].mcc, c_networks[network].mnc);
 }
 
 bool may_register(uint32_t sim_id) {
     return s_stacks[sim_id].on && card_is_usable(sim_id);
 }
 
-// The index of a network that may be used; the number of networks for none. MCC 0xFFFF leaves the choice to the modem.
-size_t find_network(const UtaNetPlmn& wanted) {
-    if (wanted.mcc == 0xFFFF) {
-        return c_home;
-    }
-    const auto it = std::find_if(c_networks.begin(), c_networks.end(), [&](const Network& network) {
-        return network.mcc == wanted.mcc && network.mnc == wanted.mnc && !network.forbidden;
+// The network's cell of a technology that the stack may use; the number of networks for none.
+size_t find_cell(uint32_t sim_id, uint16_t mcc, uint16_t mnc) {
+    const auto* const found = std::find_if(c_networks.begin(), c_networks.end(), [&](const Network& network) {
+        return network.mcc == mcc && network.mnc == mnc && !network.forbidden && radio_allows(sim_id, network.rat);
     });
-    return static_cast<size_t>(it - c_networks.begin());
+    return static_cast<size_t>(found - c_networks.begin());
+}
+
+// The index of a network that may be used; the number of networks for none. MCC 0xFFFF leaves the choice to the modem.
+size_t find_network(uint32_t sim_id, const UtaNetPlmn& wanted) {
+    const bool any = wanted.mcc == 0xFFFF;
+    return find_cell(sim_id, any ? c_networks[c_home].mcc : wanted.mcc, any ? c_networks[c_home].mnc : wanted.mnc);
 }
 
 int32_t attach(Modem& modem, const Caller& caller, uint32_t sim_id, const UtaNetAttachReqParam* param,
@@ -127,7 +132,7 @@ int32_t attach(Modem& modem, const Caller& caller, uint32_t sim_id, const UtaNet
     if (param == nullptr) {
         return c_refused;
     }
-    const size_t network = find_network(param->network.plmn);
+    const size_t network = find_network(sim_id, param->network.plmn);
     modem.later(c_search_time, [&modem, caller, sim_id, network, context_id] {
         if (network == c_networks.size() || !may_register(sim_id)) {
             UtaNetAttachRejParam rejection{};
@@ -191,7 +196,12 @@ void search(Modem& modem, uint32_t sim_id) {
             stack.registered = false;
             report_registration(modem, sim_id, c_limited_service, c_no_cause);
         } else if (stack.on && !stack.registered) {
-            go_to(modem, sim_id, c_home);
+            const size_t home = find_cell(sim_id, c_networks[c_home].mcc, c_networks[c_home].mnc);
+            if (home == c_networks.size()) {
+                report_registration(modem, sim_id, c_no_service, c_no_cause);
+            } else {
+                go_to(modem, sim_id, home);
+            }
         }
     });
 }
@@ -250,6 +260,25 @@ std::string describe() {
 
 bool stack_is_registered(uint32_t sim_id) {
     return s_stacks[sim_id].registered;
+}
+
+void network_settings_changed(Modem& modem, uint32_t sim_id) {
+    Stack& stack = s_stacks[sim_id];
+    const Network& network = c_networks[stack.network];
+    if (!stack.registered) {
+        search(modem, sim_id);
+        return;
+    }
+    if (radio_allows(sim_id, network.rat)) {
+        return;
+    }
+    const size_t other = find_cell(sim_id, network.mcc, network.mnc);
+    if (other != c_networks.size()) {
+        go_to(modem, sim_id, other);
+        return;
+    }
+    stack.registered = false;
+    report_registration(modem, sim_id, c_no_service, c_no_cause);
 }
 
 Service net_service() {

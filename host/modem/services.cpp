@@ -9,10 +9,12 @@ Service cbs_service();
 Service cps_service();
 Service net_service();
 Service nvm_service();
+Service radio_service();
 Service sms_service();
 Service sys_service();
 
 std::vector<Service> modem_services() {
-    return {cps_service(), sys_service(),  nvm_service(), card_service(), card_commands_service(), card_codes_service(),
-            net_service(), call_service(), sms_service(), cbs_service(),  apdus_service()};
+    return {cps_service(),           sys_service(),        nvm_service(), card_service(),
+            card_commands_service(), card_codes_service(), net_service(), radio_service(),
+            call_service(),          sms_service(),        cbs_service(), apdus_service()};
 }
