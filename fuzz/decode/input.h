@@ -2,6 +2,7 @@
 // element too many; a broken promise of a contract ends the run.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
@@ -29,6 +30,15 @@ public:
         const uint8_t octet = rest_.front();
         rest_ = rest_.subspan(1);
         return octet;
+    }
+
+    bool is_empty() const { return rest_.empty(); }
+
+    // At most so many octets.
+    std::vector<uint8_t> take(size_t count) {
+        const auto taken = rest_.first(std::min(count, rest_.size()));
+        rest_ = rest_.subspan(taken.size());
+        return {taken.begin(), taken.end()};
     }
 
     template <typename T = uint8_t>
