@@ -12,7 +12,7 @@ using Words = std::vector<std::string>;
 using Requests = std::vector<MessageRequest>;
 
 constexpr size_t c_card_records = 10;
-constexpr size_t c_record_digits = 2 * 176;
+constexpr size_t c_record_digits = size_t{2} * 176;
 
 std::string described(const std::optional<sms::Octets>& octets) {
     const auto message = octets ? sms::read(*octets) : std::nullopt;

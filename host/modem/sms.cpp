@@ -233,7 +233,7 @@ std::string from(Modem& modem, const std::vector<std::string>& arguments) {
         message.data = data;
         message.time = sms::time_now();
         uint32_t sim_id = 0;
-        if (const std::string error = apply(options, message, sim_id); !error.empty()) {
+        if (std::string error = apply(options, message, sim_id); !error.empty()) {
             return error;
         }
         message_centre::deliver(modem, sim_id, message);

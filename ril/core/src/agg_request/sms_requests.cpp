@@ -176,14 +176,14 @@ void ril_request_get_cbs_config(const ril_request& request) {
         return;
     }
     ril_request_complete(request.token, RIL_E_SUCCESS, static_cast<void*>(config.pointers.data()),
-                         config.count * sizeof(config.pointers[0]));
+                         config.count * sizeof(char*));
 }
 
 // What the modem says of the filter does not reach Android, but for -1.
 void ril_request_set_cbs_config(const ril_request& request, ril_data data) {
     using record = const RIL_GSM_BroadcastSmsConfigInfo* const;
-    const std::span<record> records(static_cast<record*>(data.p_data), data.length / sizeof(record));
-    const bool is_list = data.length % sizeof(record) == 0 && (data.p_data != nullptr || records.empty());
+    const std::span<record> records(static_cast<record*>(data.p_data), data.length / sizeof(char*));
+    const bool is_list = data.length % sizeof(char*) == 0 && (data.p_data != nullptr || records.empty());
     if (!is_list || cbs_select_message_type(request.sim_id, records) == -1) {
         RIL_TRACE(TRACE_ERROR, "%s set filter failed\n", __func__);
         request.complete(RIL_E_GENERIC_FAILURE);
