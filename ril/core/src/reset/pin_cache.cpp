@@ -52,13 +52,12 @@ void enter_cached_pin(uint32_t sim_id, const void*) {
     const auto& octets = sim_read_uicc_id(sim_id);
     std::copy(octets.begin(), octets.end(), uicc);
     char pin[PROPERTY_VALUE_MAX] = {};
-    void* nothing = nullptr;
-    if (get_cached_pin(sim_id, uicc, pin) != 0) {
-        qelril_free_and_return(ctxt_id);
-    } else if (qelril_create_multi_mod_priv(ctxt_id, silent.number, 0, &nothing) != 0) {
+    bool enter = get_cached_pin(sim_id, uicc, pin) == 0;
+    if (void* nothing = nullptr; enter && qelril_create_multi_mod_priv(ctxt_id, silent.number, 0, &nothing) != 0) {
         RIL_TRACE(TRACE_ERROR, "%s: mem alloc failed\n", "silent_pin_entry");
-        qelril_free_and_return(ctxt_id);
-    } else if (sim_handle_pin_activities(sim_id, SIM_ENTER_PIN, pin, nullptr, ctxt_id) != 0) {
+        enter = false;
+    }
+    if (!enter || sim_handle_pin_activities(sim_id, SIM_ENTER_PIN, pin, nullptr, ctxt_id) != 0) {
         qelril_free_and_return(ctxt_id);
     }
 }

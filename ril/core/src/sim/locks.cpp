@@ -28,7 +28,7 @@ std::array<UtaSimLockStates, 2> s_sim_lock_states{};
 // The lock that the modem was asked about; it is asked about one at a time.
 const UtaSimLock& take_lock(uint32_t sim_id, const UtaSimLockStates& states) {
     int8_t& lock_index = s_sim_ms_data[sim_id].lock_index;
-    const UtaSimLock& lock = states.locks[static_cast<size_t>(lock_index)];
+    const UtaSimLock& lock = states.locks[static_cast<uint8_t>(lock_index)];
     lock_index = 0;
     return lock;
 }
@@ -66,7 +66,7 @@ void ril_request_enter_network_depersonalization_onrequest_complete(int32_t erro
 
 void sim_modify_lock_rsp_cb(uint32_t sim_id, const void* p_params, uint32_t ctxt_id) {
     const UtaSimLockStates& states = static_cast<const UtaSimModifyLockRspParam*>(p_params)->states;
-    const int32_t lock_index = s_sim_ms_data[sim_id].lock_index;
+    const int32_t lock_index = static_cast<uint8_t>(s_sim_ms_data[sim_id].lock_index);
     switch (sim_request_number(ctxt_id)) {
         case RIL_REQUEST_QUERY_FACILITY_LOCK:
             finish_query(take_lock(sim_id, states), ctxt_id);

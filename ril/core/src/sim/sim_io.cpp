@@ -34,15 +34,15 @@ enum sim_io_data { NO_DATA, EXACTLY_P3, UP_TO_P3, UP_TO_P3_AND_ONE };
 
 struct sim_io_command {
     sim_instruction instruction;
-    sim_io_data data;
     uint8_t cla_3g;
+    sim_io_data data;
 };
 
 constexpr sim_io_command c_commands[] = {
-    {SIM_READ_BINARY, NO_DATA, 0x00},      {SIM_READ_RECORD, NO_DATA, 0x00},
-    {SIM_GET_RESPONSE, NO_DATA, 0x00},     {SIM_RETRIEVE_DATA, UP_TO_P3_AND_ONE, 0x80},
-    {SIM_UPDATE_BINARY, EXACTLY_P3, 0x00}, {SIM_UPDATE_RECORD, EXACTLY_P3, 0x00},
-    {SIM_SET_DATA, UP_TO_P3, 0x80},        {SIM_STATUS, NO_DATA, 0x80},
+    {SIM_READ_BINARY, 0x00, NO_DATA},      {SIM_READ_RECORD, 0x00, NO_DATA},
+    {SIM_GET_RESPONSE, 0x00, NO_DATA},     {SIM_RETRIEVE_DATA, 0x80, UP_TO_P3_AND_ONE},
+    {SIM_UPDATE_BINARY, 0x00, EXACTLY_P3}, {SIM_UPDATE_RECORD, 0x00, EXACTLY_P3},
+    {SIM_SET_DATA, 0x80, UP_TO_P3},        {SIM_STATUS, 0x80, NO_DATA},
 };
 
 const sim_io_command* find_command(int command) {
