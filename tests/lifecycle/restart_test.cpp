@@ -77,6 +77,13 @@ const std::string c_registration =
     " 02 04 00 00 00 00 02 04 00 00 00 00 02 04 00 00 00 00 02 04 00 00 00 00 02 04 00 00 00 FF 02 04 00 00 00 00"
     " 02 04 00 00 00 00 02 04 00 00 00 00 02 04 00 00 00 00";
 
+// A card that wants no PIN.
+std::string card_info() {
+    const std::string zeros = u32(0) + u32(0) + u32(0) + u32(0) + u32(0) + u32(0) + u32(0) + u32(0);
+    return indication(148, record("82 29", zeros + u8(10) + u8(3) + u8(10) + u8(3) + u32(1) + u32(2) + u8(255) +
+                                               octets("1234567890", 10) + u32(3)));
+}
+
 // The card's answer to a command, without data.
 std::string card_answer() {
     const std::string none = octets("", 255);
@@ -92,7 +99,7 @@ void send_from_modem(Phone& phone, const std::atomic<bool>& ending) {
     while (!ending) {
         request[15] = static_cast<uint8_t>(random());
         const auto mode = static_cast<uint8_t>(random() % 3);
-        phone.modem.send(c_card_removed + c_registration + card_info("02"));
+        phone.modem.send(c_card_removed + c_registration + card_info());
         phone.modem.send(with_context(mode_answer(random() % 2 == 0 ? 227 : 229, mode), request));
         std::this_thread::sleep_for(std::chrono::microseconds(500));
     }
