@@ -47,7 +47,7 @@ std::string number_of(uint8_t type, std::span<const uint8_t> digits, size_t coun
         return text_of({0, false, static_cast<uint8_t>(count * 4 / 7), {digits.begin(), digits.end()}});
     }
     std::string number = (type & 0x70) == 0x10 ? "+" : "";
-    for (size_t i = 0; i < count; ++i) {
+    for (size_t i = 0; i < std::min(count, 2 * digits.size()); ++i) {
         const size_t digit = digits[i / 2] >> 4 * (i % 2) & 15;
         if (digit == 15) {
             break;
