@@ -1,5 +1,7 @@
 #include "tests/transcript/notation.h"
 
+#include <fnmatch.h>
+
 #include <algorithm>
 #include <cctype>
 #include <cstdlib>
@@ -337,6 +339,33 @@ std::vector<Word> words_of(std::string_view text) {
         words.push_back({unquoted(word), word.find('"') != word.npos});
     }
     return words;
+}
+
+std::vector<std::string> texts_of(const std::vector<Word>& words, size_t from) {
+    std::vector<std::string> texts;
+    for (size_t i = from; i < words.size(); ++i) {
+        texts.push_back(words[i].text);
+    }
+    return texts;
+}
+
+bool fits(const std::string& pattern, const std::string& text) {
+    if (pattern.find('*') == pattern.npos) {
+        return pattern == text;
+    }
+    std::string escaped;
+    for (const char c : pattern) {
+        escaped += (std::string_view("?[]\\").find(c) != std::string_view::npos ? "\\" : "") + std::string(1, c);
+    }
+    return fnmatch(escaped.c_str(), text.c_str(), 0) == 0;
+}
+
+std::string on_one_line(const std::string& text) {
+    std::string line;
+    for (const char c : text) {
+        line += c == '\n' ? "\\n" : std::string(1, c);
+    }
+    return line;
 }
 
 std::vector<std::string> byte_words(const std::vector<Word>& words) {

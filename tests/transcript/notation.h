@@ -37,6 +37,12 @@ std::string unquoted(std::string_view text);  // of one word
 // The words of bytes in hexadecimal, with `00*3` in place of three of them.
 std::vector<std::string> byte_words(const std::vector<Word>& words);
 
+std::vector<std::string> texts_of(const std::vector<Word>& words, size_t from);
+
+// `*` in the pattern fits anything.
+bool fits(const std::string& pattern, const std::string& text);
+std::string on_one_line(const std::string& text);
+
 // At the separators that stand outside quotes, without blanks around the pieces.
 std::vector<std::string> split(std::string_view text, std::string_view separator);
 // The first word, taken off the text with the blanks around it.

@@ -6,7 +6,6 @@
 #include "host/modem/packet_print.h"
 #include "host/modem/packet_text.h"
 #include "rpc/multi-client/rpc-stubs/ril/catalogue_names.h"
-#include "tests/transcript/notation.h"
 
 namespace {
 
@@ -141,8 +140,7 @@ uint32_t find_function_id(const std::string& name) {
     return find_function(name).id;
 }
 
-Bytes packet_of(const std::string& item, uint32_t context, uint32_t client, uint32_t sim_id) {
-    const std::vector<Word> words = words_of(item);
+Bytes packet_of(const std::vector<Word>& words, uint32_t context, uint32_t client, uint32_t sim_id) {
     if (is_byte(words.at(0).text)) {
         Bytes packet;
         for (const auto& byte : bytes_of(words, context)) {
@@ -154,14 +152,6 @@ Bytes packet_of(const std::string& item, uint32_t context, uint32_t client, uint
     const uta::Function& function = find_function(words[0].text);
     return made_packet(function, assignments_of(words, any), answers_a_request(function.kind) ? context : client,
                        sim_id);
-}
-
-uint32_t id_of_item(const std::string& item) {
-    const std::vector<Word> words = words_of(item);
-    if (!is_byte(words.at(0).text)) {
-        return find_function_id(words[0].text);
-    }
-    return id_of(packet_of(item, 0, 0, 0));
 }
 
 bool is_packet(const std::string& item, const Bytes& packet, uint32_t sim_id) {

@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "tests/transcript/notation.h"
+
 using Bytes = std::vector<uint8_t>;
 
 uint32_t id_of(const Bytes& packet);
@@ -13,9 +15,7 @@ uint32_t find_function_id(const std::string& name);  // fails when there is none
 
 // What a transcript writes for a packet that the modem sends. `context` is that of what it answers, `client` that of an
 // indication.
-Bytes packet_of(const std::string& item, uint32_t context, uint32_t client, uint32_t sim_id);
-// The function of a packet that the modem is to get; 0 when only its bytes tell.
-uint32_t id_of_item(const std::string& item);
+Bytes packet_of(const std::vector<Word>& words, uint32_t context, uint32_t client, uint32_t sim_id);
 // True when `packet` is the one that `item` describes.
 bool is_packet(const std::string& item, const Bytes& packet, uint32_t sim_id);
 // `packet` as a transcript would write it.

@@ -1,13 +1,8 @@
 #include "tests/transcript/player.h"
 
-#include <cutils/properties.h>
-#include <fnmatch.h>
 #include <gtest/gtest.h>
 
-#include <cstring>
-#include <fstream>
 #include <future>
-#include <sstream>
 
 #include "host/console/protocol.h"
 #include "tests/harness/sleeps.h"
@@ -36,33 +31,6 @@ constexpr int c_first_unsol = RIL_UNSOL_RESPONSE_RADIO_STATE_CHANGED;
 // An indication that every part of the library lets through to Android, in the order of all others.
 constexpr const char* c_fence = "NetDualSimServiceIndCb service_state=1";
 constexpr const char* c_fence_seen = "<D1000000>";
-
-const std::map<std::string, uint32_t> c_modem_events = {
-    {"down", 0xB1000000}, {"up", 0xB2000000}, {"reset", 0xB3000000}, {"shutdown", 0xB4000000}};
-
-std::string read_file(const std::string& path) {
-    std::ostringstream text;
-    text << std::ifstream(path).rdbuf();
-    return text.str();
-}
-
-bool fits(const std::string& pattern, const std::string& text) {
-    if (pattern.find('*') == pattern.npos) {
-        return pattern == text;
-    }
-    std::string escaped;
-    for (const char c : pattern) {
-        escaped += (strchr("?[]\\", c) != nullptr ? "\\" : "") + std::string(1, c);
-    }
-    return fnmatch(escaped.c_str(), text.c_str(), 0) == 0;
-}
-
-std::string on_one_line(std::string text) {
-    for (size_t at = 0; (at = text.find('\n', at)) != text.npos;) {
-        text.replace(at, 1, "\\n");
-    }
-    return text;
-}
 
 std::vector<std::string> items_of(const std::string& column) {
     return column.empty() ? std::vector<std::string>{} : split(column, ";");
@@ -97,14 +65,6 @@ bool continues(const Line& line) {
     return what.empty() || (what.ends_with(':') && what.find(' ') == what.npos);
 }
 
-std::vector<std::string> texts_of(const std::vector<Word>& words, size_t from) {
-    std::vector<std::string> texts;
-    for (size_t i = from; i < words.size(); ++i) {
-        texts.push_back(words[i].text);
-    }
-    return texts;
-}
-
 // `return VALUE ASSIGNMENT...` or `silent`, without its first word.
 ScriptedModem::Return return_of(const std::string& function, const std::string& item) {
     if (first_word(item) == "silent") {
@@ -121,27 +81,7 @@ bool is_return(const std::string& item) {
     return word == "return" || word == "silent";
 }
 
-const Word& at(const std::vector<Word>& words, size_t index) {
-    if (index >= words.size()) {
-        fail("a word is missing");
-    }
-    return words[index];
-}
-
 }  // namespace
-
-const Player::Action Player::c_actions[] = {
-    {"phone", &Player::start_phone, false},  {"clock", &Player::advance_clock, false},
-    {"event", &Player::modem_event, false},  {"daemon", &Player::daemon, false},
-    {"set", &Player::set_property, false},   {"prop", &Player::look_at_property, true},
-    {"log", &Player::look_for_log, true},    {"nolog", &Player::look_for_no_log, true},
-    {"state", &Player::look_at_state, true}, {"timers", &Player::look_at_timers, true},
-    {"return", &Player::set_return, true},   {"slept", &Player::look_at_sleep, true},
-    {"open", &Player::look_at_open, true},   {"silent", &Player::set_silent, true},
-    {"answer", &Player::set_answer, true},   {"write", &Player::write_file, true},
-    {"file", &Player::look_at_file, true},   {"shell", &Player::shell, true},
-    {"unseen", &Player::set_unseen, true},   {"forget", &Player::forget, false},
-};
 
 Player::Player() {
     harness_take_slept();  // has the library's sleeps take no time
@@ -157,16 +97,20 @@ void Player::play(const Case& one) {
     const Line* line = nullptr;
     try {
         for (size_t i = 0; i < one.lines.size(); ++i) {
-            if (!continues(one.lines[i])) {
-                if (line != nullptr) {
-                    settle();
-                }
-                line = &one.lines[i];
-                begin(one.lines, i);
+            const bool is_new = !continues(one.lines[i]);
+            if (is_new && line != nullptr) {
+                settle();
             }
             line = &one.lines[i];
             line_ = line->number;
+            const bool has_phone = phone_ != nullptr;
+            if (is_new && has_phone) {
+                set_returns(one.lines, i);
+            }
             act(*line);
+            if (!has_phone && phone_ != nullptr) {
+                set_returns(one.lines, i);
+            }
             see_packets(*line);
             answer(*line);
             see_events(*line);
@@ -183,12 +127,6 @@ void Player::play(const Case& one) {
 }
 
 // --- An exchange -----------------------------------------------------------------------------------------------------
-
-void Player::begin(const std::vector<Line>& lines, size_t at) {
-    if (phone_ != nullptr) {
-        set_returns(lines, at);
-    }
-}
 
 // The returns of an exchange with all its lines: each is for the packet in the same place of its line.
 void Player::set_returns(const std::vector<Line>& lines, size_t at) {
@@ -213,7 +151,7 @@ void Player::set_returns(const std::vector<Line>& lines, size_t at) {
     }
     for (const auto& [name, list] : returns) {
         if (is_told[name]) {
-            phone_->modem.set_next_returns(find_function_id(name), list);
+            phone().modem.set_next_returns(find_function_id(name), list);
         }
     }
 }
@@ -224,20 +162,17 @@ void Player::act(const Line& line) {
         name_ = text.empty() ? name_ : take_name(text);
         return;
     }
-    const std::string word = first_word(text);
-    for (const Action& action : c_actions) {
-        if (word == action.word) {
-            if (!action.only_looks) {
-                log_start_ = radio_log().size();
-            }
-            std::vector<Word> words = words_of(text);
-            words.erase(words.begin());
-            (this->*action.run)(words, text.substr(word.size()));
-            return;
-        }
+    Words words = words_of(text);
+    const Action* action = find_action(words[0].text);
+    if (action == nullptr || !action->only_looks) {
+        log_start_ = radio_log().size();
     }
-    log_start_ = radio_log().size();
-    request(text);
+    if (action == nullptr) {
+        request(text);
+    } else {
+        words.erase(words.begin());
+        action->run(*this, words);
+    }
 }
 
 // Makes it on a thread of its own, so that one which does not come back ends the test. `&` behind it: it need not.
@@ -327,8 +262,9 @@ void Player::answer(const Line& line) {
         const std::string named = take_name(item);
         const std::string name = named.empty() ? name_ : named;
         const auto context = contexts_.find(name);
-        const Bytes packet = packet_of(item, context == contexts_.end() ? client_ : context->second, client_, sim_id_);
-        if (packet == packet_of(c_fence, 0, client_, sim_id_)) {
+        const Bytes packet =
+            packet_of(words_of(item), context == contexts_.end() ? client_ : context->second, client_, sim_id_);
+        if (packet == packet_of(words_of(c_fence), 0, client_, sim_id_)) {
             const std::lock_guard lock(lock_);
             fences_.push_back(false);
         }
@@ -430,7 +366,7 @@ void Player::pass_fence() {
         passed = passed_;
         fences_.push_back(true);
     }
-    phone().modem.send(to_hex(packet_of(c_fence, 0, client_, sim_id_)));
+    phone().modem.send(to_hex(packet_of(words_of(c_fence), 0, client_, sim_id_)));
     const bool came = soon([&] {
         const std::lock_guard lock(lock_);
         return passed_ != passed;
@@ -455,7 +391,7 @@ void Player::wait_until_served() {
 }
 
 void Player::add_event(Event event) {
-    event.text = on_one_line(std::move(event.text));
+    event.text = on_one_line(event.text);
     const std::lock_guard lock(lock_);
     if (event.number == RIL_UNSOL_OEM_HOOK_RAW && event.text == c_fence_seen && !fences_.empty()) {
         const bool is_fence = fences_.front();
@@ -484,238 +420,10 @@ void Player::add_completion(RIL_Token token, RIL_Errno error, const void* data, 
     add_event({true, request.first, error, response_text(request.second, data, length)});
 }
 
-Phone& Player::phone() {
-    if (phone_ == nullptr) {
-        fail("there is no phone yet");
-    }
-    return *phone_;
-}
-
 // What RIL_Init gave, once it has.
 const RIL_RadioFunctions* Player::functions() {
     if (!soon([this] { return phone().initialised(); })) {
         fail("RIL_Init does not return");
     }
     return phone().ril();
-}
-
-// --- What is done to the phone ---------------------------------------------------------------------------------------
-
-void Player::start_phone(const Words& words, const std::string& rest) {
-    (void)rest;
-    const std::string state = at(words, 0).text;
-    const std::vector<std::string> arguments = texts_of(words, 1);
-    sim_id_ = !arguments.empty() && arguments.back() == "2" ? 1 : 0;
-    daemon_is_there_ = state != "alone";
-    phone_ = std::make_unique<Phone>(arguments, daemon_is_there_);
-    phone_->sim_id = static_cast<uint8_t>(sim_id_);
-    if (daemon_is_there_ && !phone_->modem.wait_registered()) {
-        fail("the library does not register");
-    }
-    if (!daemon_is_there_ || state == "new") {
-        return;
-    }
-    if (state == "unavailable") {
-        phone_->event(c_modem_events.at("up"));
-        functions();
-    } else {
-        phone_->bring_up();
-    }
-    wait_until_served();
-    modem_is_up_ = true;
-    if (state == "on") {
-        int on = 1;
-        phone_->answer_mode_requests(1);
-        phone_->answer(phone_->request(RIL_REQUEST_RADIO_POWER, &on, sizeof(on)));
-    } else if (state != "off" && state != "unavailable") {
-        fail("no such state: " + state);
-    }
-    phone_->leave_mode_requests_open();
-    pass_fence();
-    take_packets();
-    contexts_["start"] = context_of(packets_.back());
-    forget({}, "");
-}
-
-void Player::advance_clock(const Words& words, const std::string& rest) {
-    (void)rest;
-    phone().android.advance(std::stoll(at(words, 0).text));
-}
-
-// `&` behind it: the library will not serve then.
-void Player::modem_event(const Words& words, const std::string& rest) {
-    (void)rest;
-    const std::string& word = at(words, 0).text;
-    const auto known = c_modem_events.find(word);
-    if (word == "down" || word == "up") {
-        modem_is_up_ = word == "up" && words.back().text != "&";
-        changed_modem();
-    }
-    phone().event(known != c_modem_events.end() ? known->second : static_cast<uint32_t>(std::stoul(word, nullptr, 0)));
-}
-
-void Player::changed_modem() {
-    const std::lock_guard lock(lock_);
-    fences_.clear();
-    may_be_away_ = modem_is_up_ && daemon_is_there_;
-}
-
-void Player::daemon(const Words& words, const std::string& rest) {
-    (void)rest;
-    daemon_is_there_ = at(words, 0).text == "start";
-    changed_modem();
-    if (daemon_is_there_) {
-        phone().modem.start();
-    } else {
-        phone().modem.stop();
-    }
-}
-
-void Player::set_property(const Words& words, const std::string& rest) {
-    (void)rest;
-    property_set(at(words, 0).text.c_str(), words.size() > 1 ? words[1].text.c_str() : "");
-}
-
-void Player::look_at_property(const Words& words, const std::string& rest) {
-    (void)rest;
-    const std::string wanted = words.size() > 1 ? words[1].text : "(unset)";
-    char value[PROPERTY_VALUE_MAX];
-    const bool has = soon([&] {
-        property_get(at(words, 0).text.c_str(), value, "(unset)");
-        return fits(wanted, value);
-    });
-    if (!has) {
-        fail("wanted: " + wanted + "\n  seen: " + value);
-    }
-}
-
-void Player::look_for_log(const Words& words, const std::string& rest) {
-    (void)rest;
-    const std::string& wanted = at(words, 0).text;
-    if (!soon([&] { return radio_log().find(wanted, log_start_) != std::string::npos; })) {
-        fail("wanted: " + wanted + "\n  seen: " + radio_log().substr(log_start_));
-    }
-}
-
-void Player::look_for_no_log(const Words& words, const std::string& rest) {
-    (void)rest;
-    if (const std::string log = radio_log().substr(log_start_); log.find(at(words, 0).text) != std::string::npos) {
-        fail("  seen: " + log);
-    }
-}
-
-void Player::look_at_state(const Words& words, const std::string& rest) {
-    (void)rest;
-    const std::string& word = at(words, 0).text;
-    std::string state;
-    const bool has = soon([&] {
-        state = value_name("radio", functions()->onStateRequest());
-        return state == word;
-    });
-    if (!has) {
-        fail("wanted: " + word + "\n  seen: " + state);
-    }
-}
-
-void Player::look_at_timers(const Words& words, const std::string& rest) {
-    (void)rest;
-    if (const size_t timers = phone().android.timers(); std::to_string(timers) != at(words, 0).text) {
-        fail("  seen: " + std::to_string(timers));
-    }
-}
-
-// Requests that are not completed.
-void Player::look_at_open(const Words& words, const std::string& rest) {
-    (void)rest;
-    const std::lock_guard lock(lock_);
-    if (const std::string open = std::to_string(requests_.size() - completed_.size()); open != at(words, 0).text) {
-        fail("  seen: " + open);
-    }
-}
-
-void Player::look_at_sleep(const Words& words, const std::string& rest) {
-    (void)rest;
-    const std::string slept = std::to_string(harness_take_slept());
-    if (!words.empty() && slept != words[0].text) {
-        fail("  seen: " + slept);
-    }
-}
-
-// --- The modem and the machine ---------------------------------------------------------------------------------------
-
-// Values in front of assignments to output parameters.
-void Player::set_return(const Words& words, const std::string& rest) {
-    (void)rest;
-    const std::string& function = at(words, 0).text;
-    std::vector<int32_t> values;
-    size_t next = 1;
-    for (; next < words.size() && words[next].text.find('=') == std::string::npos; ++next) {
-        values.push_back(static_cast<int32_t>(std::stol(words[next].text, nullptr, 0)));
-    }
-    const uint32_t id = find_function_id(function);
-    if (values.size() == 1) {
-        phone().modem.set_return(id, values[0], output_of(function, texts_of(words, next)));
-    } else {
-        phone().modem.set_returns(id, values);
-    }
-}
-
-void Player::set_silent(const Words& words, const std::string& rest) {
-    (void)rest;
-    phone().modem.set_silent(find_function_id(at(words, 0).text), words.size() < 2 || words[1].text != "no");
-}
-
-void Player::set_unseen(const Words& words, const std::string& rest) {
-    set_return(words, rest);
-    phone().modem.set_unseen(find_function_id(at(words, 0).text));
-}
-
-void Player::set_answer(const Words& words, const std::string& rest) {
-    std::string item = rest;
-    take_word(item);
-    const uint32_t id = find_function_id(at(words, 0).text);
-    if (item.empty()) {
-        phone().modem.set_answer(id, ScriptedModem::Answer());
-    } else {
-        phone().modem.set_answer(id, to_hex(packet_of(item, 0xAAAAAAAA, client_, sim_id_)));
-    }
-}
-
-void Player::write_file(const Words& words, const std::string& rest) {
-    (void)rest;
-    std::ofstream(at(words, 0).text) << at(words, 1).text;
-}
-
-void Player::look_at_file(const Words& words, const std::string& rest) {
-    (void)rest;
-    const std::string seen = read_file(at(words, 0).text);
-    if (!fits(at(words, 1).text, seen)) {
-        fail("wanted: " + on_one_line(words[1].text) + "\n  seen: " + on_one_line(seen));
-    }
-}
-
-void Player::shell(const Words& words, const std::string& rest) {
-    (void)rest;
-    FILE* pipe = popen(at(words, 0).text.c_str(), "r");  // NOLINT(cert-env33-c): the transcript says what to run
-    std::string seen;
-    for (int c = 0; (c = fgetc(pipe)) != EOF;) {
-        seen += static_cast<char>(c);
-    }
-    const int status = pclose(pipe);
-    if (!seen.empty() && seen.back() == '\n') {
-        seen.pop_back();
-    }
-    if (status != 0 || (words.size() > 1 && !fits(words[1].text, seen))) {
-        fail("  seen: status " + std::to_string(status) + " " + on_one_line(seen));
-    }
-}
-
-void Player::forget(const Words& words, const std::string& rest) {
-    (void)words;
-    (void)rest;
-    pass_fence();
-    take_packets();
-    packets_.clear();
-    const std::lock_guard lock(lock_);
-    events_.clear();
 }

@@ -30,12 +30,12 @@ private:
     using Words = std::vector<Word>;
     struct Action {
         const char* word;
-        void (Player::*run)(const Words& words, const std::string& rest);
         bool only_looks;  // is not done to the phone
+        void (*run)(Player& player, const Words& words);
     };
     static const Action c_actions[];
+    static const Action* find_action(const std::string& name);
 
-    void begin(const std::vector<Line>& lines, size_t at);
     void set_returns(const std::vector<Line>& lines, size_t at);
     void act(const Line& line);
     void request(std::string text);
@@ -45,36 +45,20 @@ private:
     void settle();
     void pass_fence();
     void wait_until_served();
-    void changed_modem();
 
     void take_packets();
     std::string see_event(const std::string& item);
     std::string text_of(const Event& event) const;
     void add_event(Event event);
     void add_completion(RIL_Token token, RIL_Errno error, const void* data, size_t length);
-    Phone& phone();
     const RIL_RadioFunctions* functions();
 
-    void start_phone(const Words& words, const std::string& rest);
-    void advance_clock(const Words& words, const std::string& rest);
-    void modem_event(const Words& words, const std::string& rest);
-    void daemon(const Words& words, const std::string& rest);
-    void set_property(const Words& words, const std::string& rest);
-    void look_at_property(const Words& words, const std::string& rest);
-    void look_for_log(const Words& words, const std::string& rest);
-    void look_for_no_log(const Words& words, const std::string& rest);
-    void look_at_state(const Words& words, const std::string& rest);
-    void look_at_timers(const Words& words, const std::string& rest);
-    void look_at_open(const Words& words, const std::string& rest);
-    void look_at_sleep(const Words& words, const std::string& rest);
-    void set_return(const Words& words, const std::string& rest);
-    void set_silent(const Words& words, const std::string& rest);
-    void set_unseen(const Words& words, const std::string& rest);
-    void set_answer(const Words& words, const std::string& rest);
-    void write_file(const Words& words, const std::string& rest);
-    void look_at_file(const Words& words, const std::string& rest);
-    void shell(const Words& words, const std::string& rest);
-    void forget(const Words& words, const std::string& rest);
+    // actions.cpp
+    Phone& phone();
+    void start_phone(const std::string& state, const std::vector<std::string>& arguments);
+    void changed_modem();
+    size_t open();  // requests that are not completed
+    void forget();  // what went by
 
     std::unique_ptr<Phone> phone_;
     uint32_t sim_id_ = 0;
