@@ -3,8 +3,8 @@
 #include <cstring>
 
 #include "host/modem/calls.h"
+#include "host/modem/clir.h"
 #include "host/modem/commands.h"
-#include "host/modem/net.h"
 
 namespace {
 
@@ -12,6 +12,8 @@ using namespace calls;
 
 constexpr int32_t c_failed = 1;  // in a response
 constexpr int32_t c_emergency_call_type = 2;
+
+constexpr int32_t c_clir_withheld = 2;  // 3GPP TS 22.081, 2.1: the presentation is restricted
 
 constexpr int32_t c_scope_call = 0;
 constexpr int32_t c_scope_all = 1;
@@ -61,7 +63,7 @@ Response make_response(int32_t cause, uint8_t call_id) {
 
 // A setup places the active call on hold (3GPP TS 22.030, 6.5.5.1). An emergency call has its place in any case, that
 // of the active call if need be.
-void set_up_call(const Request& request, const std::string& number, bool is_emergency) {
+void set_up_call(const Request& request, const std::string& number, bool is_emergency, bool is_withheld) {
     const Cause obstacle = setup_obstacle(request.sim_id, number, is_emergency);
     auto response = make_response<UtaCallCsSetupCallRspCbParams>(obstacle);
     std::vector<uint8_t> held;
@@ -76,6 +78,7 @@ void set_up_call(const Request& request, const std::string& number, bool is_emer
         }
         Call& call = *add_call(request.sim_id, State::DIALING, number);
         call.is_emergency = is_emergency;
+        call.is_withheld = is_withheld;
         response.call.call_id = call.id;
         dial(request.modem, request.sim_id, call);
     }
@@ -90,8 +93,10 @@ int32_t set_up(Modem& modem, const Caller& caller, uint32_t sim_id, const UtaCal
     }
     const std::string number(param->number, strnlen(param->number, sizeof(param->number)));
     const bool is_emergency = param->call_type == c_emergency_call_type;
-    return start({modem, caller, sim_id, context_id},
-                 [number, is_emergency](const Request& request) { set_up_call(request, number, is_emergency); });
+    const bool is_withheld = (param->clir != 0 ? param->clir : clir_setting(sim_id)) == c_clir_withheld;
+    return start({modem, caller, sim_id, context_id}, [number, is_emergency, is_withheld](const Request& request) {
+        set_up_call(request, number, is_emergency, is_withheld);
+    });
 }
 
 bool is_in_scope(const Call& call, const UtaCallCsReleaseCallReqParams& param) {
@@ -129,6 +134,9 @@ int32_t release(Modem& modem, const Caller& caller, uint32_t sim_id, const UtaCa
         response.release_scope = wanted.release_scope;
         request.respond<uta::row::UtaMsCallCsReleaseCallRspCb>(response);
         for (Call* call : released) {
+            if (call->state == State::INCOMING) {
+                incoming_refused(request.sim_id);
+            }
             clear_call(request.modem, request.sim_id, *call, wanted.cause);
         }
     });
@@ -282,15 +290,6 @@ int32_t transfer(Modem& modem, const Caller& caller, uint32_t sim_id, uint32_t c
     });
 }
 
-int32_t stop_tone(Modem& modem, const Caller& caller, uint32_t sim_id, const UtaCallCsCallId* call_id,
-                  uint32_t context_id) {
-    if (call_id == nullptr) {
-        return c_refused;
-    }
-    return start({modem, caller, sim_id, context_id},
-                 [id = *call_id](const Request& request) { request.respond<uta::row::UtaMsCallCsStopDtmfRspCb>(id); });
-}
-
 int32_t set_tty_mode(Modem&, const Caller&, uint32_t sim_id, int32_t mode) {
     if (mode < 0 || mode > c_last_tty_mode) {
         return c_refused;
@@ -316,21 +315,6 @@ void stack_switched(Modem& modem, uint32_t sim_id, bool stack_on, bool) {
 
 // --- For scenarios ---------------------------------------------------------------------------------------------------
 
-std::string incoming(Modem& modem, uint32_t sim_id, const std::string& number) {
-    if (!stack_is_registered(sim_id)) {
-        return "the stack is not registered";
-    }
-    const Call* call = add_call(sim_id, State::INCOMING, number == "unknown" ? "" : number);
-    if (call == nullptr) {
-        return "there are too many calls";
-    }
-    UtaCallCsIncomingCallIndCbParams param{};
-    param.call.call_id = call->id;
-    fill_text(param.number, call->number);
-    modem.indicate<uta::row::UtaMsCallCsIncomingCallIndCb>(sim_id, &param);
-    return "";
-}
-
 const char* name_of(State state) {
     constexpr const char* c_names[] = {"dialing", "alerting", "incoming", "active", "held", "clearing"};
     return c_names[static_cast<size_t>(state)];
@@ -338,14 +322,15 @@ const char* name_of(State state) {
 
 // Whether the call is what the word says, for scripts that look at the network's side.
 std::string check(const Call& call, const std::string& word) {
-    const bool holds = word == "emergency" ? call.is_emergency
-                       : word == "member"  ? call.is_member
-                                           : word == name_of(call.state);
+    const bool holds = word == "emergency"  ? call.is_emergency
+                       : word == "member"   ? call.is_member
+                       : word == "withheld" ? call.is_withheld
+                                            : word == name_of(call.state);
     return holds ? "" : std::string("that call is ") + name_of(call.state);
 }
 
 std::string call_command(Modem& modem, const std::vector<std::string>& arguments) {
-    constexpr const char* c_usage = "wants incoming and a number, or answer, drop or is and a call id";
+    constexpr const char* c_usage = "wants incoming or diverted and a number, or answer, drop or is and a call id";
     constexpr size_t c_option_at = 2;  // the cause or the word
     if (arguments.size() < c_option_at) {
         return c_usage;
@@ -357,8 +342,8 @@ std::string call_command(Modem& modem, const std::vector<std::string>& arguments
         return c_usage;
     }
     const auto sim_id = static_cast<uint32_t>(*stack);
-    if (what == "incoming") {
-        return incoming(modem, sim_id, arguments[1]);
+    if (what == "incoming" || what == "diverted") {
+        return arrive(modem, sim_id, arguments[1] == "unknown" ? "" : arguments[1], what == "diverted");
     }
     const auto id = parse_integer(arguments[1]);
     Call* call = id ? find_call(sim_id, static_cast<uint32_t>(*id)) : nullptr;
@@ -402,16 +387,18 @@ Service call_service() {
                       serve<UtaMsCallCsAcceptCallReq, accept>(), serve<UtaMsCallCsHoldCallReq, hold>(),
                       serve<UtaMsCallCsRetrieveCallReq, retrieve>(), serve<UtaMsCallCsSwapCallsReq, swap>(),
                       serve<UtaMsCallCsJoinCallsReq, join>(), serve<UtaMsCallCsSplitMptyReq, split>(),
-                      serve<UtaMsCallCsTransferCallsReq, transfer>(), serve<UtaMsCallCsStopDtmfReq, stop_tone>(),
+                      serve<UtaMsCallCsTransferCallsReq, transfer>(),
                       serve<UtaMsCallCsSetTtyDeviceMode, set_tty_mode>(),
                       serve<UtaMsCallCsGetTtyDeviceMode, get_tty_mode>()},
-        .commands = {{"call",
-                      "incoming NUMBER|unknown [0|1] | answer ID [0|1] | drop ID [CAUSE [0|1]] | is ID WORD [0|1]",
-                      "somebody calls; the called party answers; the network ends a call, with cause 16\n"
-                      "unless another is given. Numbers that end in 17 are busy, in 99 never answer, in 41\n"
-                      "are cut off soon after they have answered. is: fails unless the call is emergency, member, or\n"
-                      "dialing, alerting, incoming, active or held",
-                      call_command}},
+        .commands =
+            {{"call",
+              "incoming|diverted NUMBER|unknown [0|1] | answer ID [0|1] | drop ID [CAUSE [0|1]] | is ID WORD [0|1]",
+              "somebody calls, or is forwarded here; the called party answers; the network ends a call, with cause 16\n"
+              "unless another is given. Numbers that end in 17 are busy, in 99 never answer, in 41\n"
+              "are cut off soon after they have answered, in 66 are forwarded, in 43 wait, in 35 are barred. is: fails "
+              "unless the call is emergency, member,\n"
+              "withheld, or dialing, alerting, incoming, active or held",
+              call_command}},
         .forget = [] { s_stacks = {}; },
         .describe = describe,
         .stack_switched = stack_switched};

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "host/modem/card.h"
+#include "host/modem/subscriber.h"
 
 namespace calls {
 
@@ -12,12 +13,13 @@ std::array<Stack, c_stacks> s_stacks;
 static uint32_t s_last_serial;
 
 // What a number's party does instead of answering; by the number's end.
-enum class Party { ANSWERS, IS_BUSY, NEVER_ANSWERS, IS_CUT_OFF };
+enum class Party { ANSWERS, IS_BUSY, NEVER_ANSWERS, IS_CUT_OFF, FORWARDS, LETS_WAIT, BARS };
 
 constexpr struct {
     const char* number_end;
     Party party;
-} c_parties[] = {{"17", Party::IS_BUSY}, {"99", Party::NEVER_ANSWERS}, {"41", Party::IS_CUT_OFF}};
+} c_parties[] = {{"17", Party::IS_BUSY},  {"99", Party::NEVER_ANSWERS}, {"41", Party::IS_CUT_OFF},
+                 {"66", Party::FORWARDS}, {"43", Party::LETS_WAIT},     {"35", Party::BARS}};
 
 constexpr Milliseconds c_dialing_time{20};
 constexpr Milliseconds c_routing_time{300};
@@ -65,10 +67,7 @@ Call* add_call(uint32_t sim_id, State state, const std::string& number) {
     return &s_stacks[sim_id].calls.back();
 }
 
-// A step in the life of a call, unless the call has come to its end before.
-using Step = void (*)(Modem& modem, uint32_t sim_id, Call& call);
-
-static void after(Modem& modem, Milliseconds delay, uint32_t sim_id, const Call& call, Step step) {
+void after(Modem& modem, Milliseconds delay, uint32_t sim_id, const Call& call, Step step) {
     modem.later(delay, [&modem, sim_id, serial = call.serial, step] {
         auto& calls = s_stacks[sim_id].calls;
         const auto it = std::find_if(calls.begin(), calls.end(), [&](const Call& c) { return c.serial == serial; });
@@ -84,6 +83,13 @@ static void report_status(Modem& modem, uint32_t sim_id, const Call& call, int32
     param.status = status;
     fill_text(param.number, call.number);
     modem.indicate<uta::row::UtaMsCallCsCallStatusIndCb>(sim_id, &param);
+}
+
+void notify(Modem& modem, uint32_t sim_id, const Call& call, Notification notification) {
+    UtaCallCsNotificationIndCbParams param{};
+    param.call.call_id = call.id;
+    param.type = notification;
+    modem.indicate<uta::row::UtaMsCallCsNotificationIndCb>(sim_id, &param);
 }
 
 void report_connected(Modem& modem, uint32_t sim_id, const Call& call) {
@@ -193,6 +199,16 @@ static void reach_party(Modem& modem, uint32_t sim_id, Call& call) {
         clear_call(modem, sim_id, call, USER_BUSY);
         return;
     }
+    if (party_of(call) == Party::BARS) {
+        notify(modem, sim_id, call, INCOMING_CALL_BARRED);
+        clear_call(modem, sim_id, call, CALL_REJECTED);
+        return;
+    }
+    if (party_of(call) == Party::FORWARDS) {
+        notify(modem, sim_id, call, OUTGOING_CALL_FORWARDED);
+    } else if (party_of(call) == Party::LETS_WAIT) {
+        notify(modem, sim_id, call, CALL_WAITING);
+    }
     call.state = State::ALERTING;
     const UtaCallCsCallId call_id{call.id};
     modem.indicate<uta::row::UtaMsCallCsAlertingIndCb>(sim_id, &call_id);
@@ -200,6 +216,18 @@ static void reach_party(Modem& modem, uint32_t sim_id, Call& call) {
         after(modem, c_network_patience, sim_id, call, give_up);
     } else {
         after(modem, c_answering_time, sim_id, call, far_end_answers);
+    }
+}
+
+// Who forwards his own calls is reminded of it (3GPP TS 22.082, 1.4).
+static void remind_of_forwarding(Modem& modem, uint32_t sim_id, const Call& call) {
+    constexpr Notification c_reminders[subscriber::CONDITIONS] = {FORWARDS_ALWAYS, FORWARDS_WHEN_BUSY,
+                                                                  FORWARDS_WITHOUT_REPLY, FORWARDS_WHEN_NOT_REACHABLE};
+    for (size_t i = 0; i < subscriber::CONDITIONS; ++i) {
+        if (subscriber::diversion(sim_id, static_cast<subscriber::Condition>(i))) {
+            notify(modem, sim_id, call, c_reminders[i]);
+            return;
+        }
     }
 }
 
@@ -211,6 +239,12 @@ static void start_dialing(Modem& modem, uint32_t sim_id, Call& call) {
     param.call.call_id = call.id;
     modem.indicate<uta::row::UtaMsCallCsDialingIndCb>(sim_id, &param);
     report_status(modem, sim_id, call, NUMBER_KNOWN);
+    if (!call.is_emergency && subscriber::bars_outgoing(sim_id, call.number)) {
+        notify(modem, sim_id, call, OUTGOING_CALL_BARRED);
+        clear_call(modem, sim_id, call, OPERATOR_BARRING);
+        return;
+    }
+    remind_of_forwarding(modem, sim_id, call);
     after(modem, c_routing_time, sim_id, call, reach_party);
 }
 

@@ -21,8 +21,9 @@ struct Call {
     State state;
     std::string number;
     bool is_emergency = false;
-    bool is_member = false;  // of the multiparty call
-    int32_t cause = 0;       // of its end
+    bool is_member = false;    // of the multiparty call
+    bool is_withheld = false;  // the far end doesn't see who calls
+    int32_t cause = 0;         // of its end
 };
 
 struct Stack {
@@ -36,9 +37,11 @@ extern std::array<Stack, c_stacks> s_stacks;
 // 3GPP TS 24.008, 10.5.4.11.
 enum Cause : int32_t {
     NO_CAUSE = 0,
+    OPERATOR_BARRING = 8,
     NORMAL_CLEARING = 16,
     USER_BUSY = 17,
     NO_ANSWER = 19,
+    CALL_REJECTED = 21,
     FACILITY_REJECTED = 29,
     TEMPORARY_FAILURE = 41,
     NO_RESOURCES = 47,
@@ -49,12 +52,39 @@ enum Cause : int32_t {
 // What a call status indication says.
 enum Status : int32_t { NUMBER_KNOWN = 0, NOW_HELD = 12, NOW_RETRIEVED = 13 };
 
+// What the network tells about a call besides, by the modem's numbers.
+enum Notification : int32_t {
+    CALL_HELD = 0,
+    CALL_RETRIEVED = 1,
+    JOINED_MULTIPARTY = 2,
+    CALL_WAITING = 3,
+    FORWARDED_CALL_INCOMING = 4,
+    INCOMING_CALL_FORWARDED = 5,
+    OUTGOING_CALL_FORWARDED = 6,
+    FORWARDS_ALWAYS = 8,
+    FORWARDS_WHEN_BUSY = 9,
+    FORWARDS_WITHOUT_REPLY = 10,
+    FORWARDS_WHEN_NOT_REACHABLE = 11,
+    OUTGOING_CALL_BARRED = 18,
+    INCOMING_CALL_BARRED = 22,
+};
+
 // Null for none. Pointers are good until a call comes or goes.
 Call* find_call(uint32_t sim_id, uint32_t call_id);
 Call* find_state(uint32_t sim_id, State state);
 
 // Null when all ids are taken.
 Call* add_call(uint32_t sim_id, State state, const std::string& number);
+
+// A step in the life of a call, unless the call has come to its end before.
+using Step = void (*)(Modem& modem, uint32_t sim_id, Call& call);
+void after(Modem& modem, Loop::Milliseconds delay, uint32_t sim_id, const Call& call, Step step);
+
+// Somebody calls, or is diverted here: the call goes where the subscriber wants it. Empty, or why the caller gets
+// nowhere at all.
+std::string arrive(Modem& modem, uint32_t sim_id, const std::string& number, bool is_forwarded);
+// The phone would not take an incoming call.
+void incoming_refused(uint32_t sim_id);
 
 // Why the network or the phone has no place for one more outgoing call.
 Cause setup_obstacle(uint32_t sim_id, const std::string& number, bool is_emergency);
@@ -71,6 +101,7 @@ void leave_multiparty(uint32_t sim_id, Call& leaving);
 // All calls in one state go to the other. The indications come later, behind the response: report_moved.
 std::vector<uint8_t> move_calls(uint32_t sim_id, State from, State to);
 void report_moved(Modem& modem, uint32_t sim_id, const std::vector<uint8_t>& moved, Status status);
+void notify(Modem& modem, uint32_t sim_id, const Call& call, Notification notification);
 void report_connected(Modem& modem, uint32_t sim_id, const Call& call);
 
 // The text that fits, terminated; `out` is zeros.

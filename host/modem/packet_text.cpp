@@ -8,6 +8,7 @@
 #include <span>
 #include <string_view>
 
+#include "host/modem/gsm_text.h"
 #include "host/modem/value_names.h"
 #include "rpc/multi-client/rpc-stubs/ril/catalogue_names.h"
 #include "rpc/multi-client/rpc-stubs/ril/codec.h"
@@ -97,8 +98,10 @@ std::vector<std::string_view> split_list(std::string_view text) {
     return parts;
 }
 
-Bytes parse_hex(std::string_view text, size_t most, std::string_view field) {
-    const std::optional<Bytes> bytes = from_hex(text);
+Bytes parse_octets(std::string_view text, size_t most, std::string_view field) {
+    constexpr std::string_view c_gsm = "gsm:";
+    const std::optional<Bytes> bytes =
+        text.starts_with(c_gsm) ? code_text(std::string(text.substr(c_gsm.size())), most).octets : from_hex(text);
     if (!bytes || bytes->size() > most) {
         fail("bad or too many octets for " + std::string(field));
     }
@@ -395,7 +398,7 @@ void Assembly::assign_octets(const Record& record, size_t index, uint8_t* memory
             assign_numbers(record, index, memory, {name, std::nullopt}, value);
             return;
         case Type::counted_octets: {
-            const Bytes bytes = parse_hex(value, UINT16_MAX, name);
+            const Bytes bytes = parse_octets(value, UINT16_MAX, name);
             uint8_t* block = bytes.empty() ? nullptr : allocate(bytes.size());
             std::copy(bytes.begin(), bytes.end(), block);
             store_pointer(place, block);
@@ -403,7 +406,7 @@ void Assembly::assign_octets(const Record& record, size_t index, uint8_t* memory
             return;
         }
         default: {
-            const Bytes bytes = parse_hex(value, field.count, name);
+            const Bytes bytes = parse_octets(value, field.count, name);
             memset(place, 0, field.count);
             std::copy(bytes.begin(), bytes.end(), place);
             return;

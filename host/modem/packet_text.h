@@ -8,7 +8,8 @@
 //     number, enumeration   decimal or 0x...; an enumeration also by the name of its value
 //     row of numbers        1,2,3 from its first element on
 //     text                  its characters
-//     octets                hexadecimal; 16-bit and 32-bit elements as 1,0x2,3
+//     octets                hexadecimal; 16-bit and 32-bit elements as 1,0x2,3; or gsm: and a text, which is packed as
+//                           USSD is
 //     pointer to a record   null, or present with all its fields 0
 #pragma once
 
