@@ -2,10 +2,10 @@
 
 #include "ril/utils/trace.h"
 
-request_context::request_context(const ril_request& request, const char* function)
+request_context::request_context(const ril_request& request, const char* function, const char* none_free)
     : m_request(request), m_id(qelril_get_free_ctxt_id(request.token)), m_held(m_id >= 0) {
     if (m_id < 0) {
-        RIL_TRACE(TRACE_ERROR, "%s: ERROR out of free rilreq_state_info array elements\n", function);
+        RIL_TRACE(TRACE_ERROR, none_free, function);
         request.complete(RIL_E_GENERIC_FAILURE);
     }
 }

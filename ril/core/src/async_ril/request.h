@@ -26,9 +26,10 @@ struct ril_request {
 // timer or the modem's end releases it. Lives on the stack of a handler, RIL thread.
 class request_context {
 public:
-    // Takes a context for the request. With none free the request has failed, under the name of `function`, and the
-    // object is false.
-    request_context(const ril_request& request, const char* function);
+    // Takes a context for the request. With none free the request has failed, with the log line `none_free` under the
+    // name of `function`, and the object is false.
+    request_context(const ril_request& request, const char* function,
+                    const char* none_free = "%s: ERROR out of free rilreq_state_info array elements\n");
     ~request_context();
     request_context(const request_context&) = delete;
     request_context& operator=(const request_context&) = delete;

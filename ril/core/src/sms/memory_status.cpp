@@ -19,10 +19,6 @@ bool sim_check_sw(uint8_t sw1, uint8_t sw2) {
     return (sw1 == 0x90 && sw2 == 0) || sw1 == 0x91 || sw1 == 0x9E || sw1 == 0x9F || (sw1 == 0x92 && sw2 != 0x40);
 }
 
-chain_sent send_command(uint32_t sim_id, UtaSimApduData& apdu, rilreq_rspcb callback, uint32_t ctxt_id) {
-    return sms_send_apdu(sim_id, EF_SMSS, apdu, callback, ctxt_id) == 0 ? CHAIN_SENT : CHAIN_NOT_SENT;
-}
-
 template <bool full>
 chain_answer sim_apdu_update_ef_sms_cb(uint32_t sim_id, const void* p_params, uint32_t) {
     const auto& answer = *static_cast<const UtaSimApduCmdRspParam*>(p_params);
@@ -40,10 +36,13 @@ chain_sent update_flag(uint32_t sim_id, uint32_t ctxt_id) {
     uint8_t flag = full ? c_is_full : c_has_room;
     const UtaSimUpdateBinaryReq update = {c_flag_at, sizeof(flag), &flag};
     UtaSimApduData apdu{};
-    if (RemUtaMsSimCreateUpdateBinaryApdu(sim_id, &update, &apdu) != 0) {
-        return CHAIN_NOT_SENT;
+    const bool is_sent =
+        RemUtaMsSimCreateUpdateBinaryApdu(sim_id, &update, &apdu) == 0 &&
+        sms_send_apdu(sim_id, EF_SMSS, apdu, chain_callback<sim_apdu_update_ef_sms_cb<full>>, ctxt_id) == 0;
+    if (!is_sent) {
+        RIL_TRACE(TRACE_ERROR, "%s sms_set_memory_unavailable failed\n", __func__);
     }
-    return send_command(sim_id, apdu, chain_callback<sim_apdu_update_ef_sms_cb<full>>, ctxt_id);
+    return is_sent ? CHAIN_SENT : CHAIN_NOT_SENT;
 }
 
 chain_answer sim_apdu_read_ef_sms_cb(uint32_t sim_id, const void* p_params, uint32_t) {
@@ -63,10 +62,9 @@ chain_answer sim_apdu_read_ef_sms_cb(uint32_t sim_id, const void* p_params, uint
 chain_sent read_flag(uint32_t sim_id, uint32_t ctxt_id) {
     const UtaSimReadBinaryReq read = {0, c_flag_at + 1};
     UtaSimApduData apdu{};
-    if (RemUtaMsSimCreateReadBinaryApdu(sim_id, &read, &apdu) != 0) {
-        return CHAIN_NOT_SENT;
-    }
-    return send_command(sim_id, apdu, chain_callback<sim_apdu_read_ef_sms_cb>, ctxt_id);
+    const bool is_sent = RemUtaMsSimCreateReadBinaryApdu(sim_id, &read, &apdu) == 0 &&
+                         sms_send_apdu(sim_id, EF_SMSS, apdu, chain_callback<sim_apdu_read_ef_sms_cb>, ctxt_id) == 0;
+    return is_sent ? CHAIN_SENT : CHAIN_NOT_SENT;
 }
 
 // What the network says is not looked at: there is room in any case.

@@ -198,7 +198,7 @@ void sms_incoming_ind_cb(uint32_t sim_id, const void* p_params) {
         return;
     }
     const ril_request nobody = {sim_id, c_sms_incoming_req_id, nullptr};
-    request_context context(nobody, __func__);
+    request_context context(nobody, __func__, "%s: ERROR out of free rilreq_state_info elements\n");
     sms_book_keeping* const record = context ? sms_book_keeping_init(context) : nullptr;
     if (record == nullptr) {
         return;
