@@ -67,8 +67,10 @@ const Console::Command Console::c_commands[] = {
     {"quit", &Console::quit, false, ""},
 };
 
-Console::Console(Screen& screen) : screen_(screen), control_(c_control_path) {
-    session(0);
+Console::Console(Screen& screen, bool connects) : screen_(screen), control_(c_control_path) {
+    if (connects) {
+        session(0);
+    }
 }
 
 Session& Console::session(size_t sim) {

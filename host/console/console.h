@@ -16,7 +16,7 @@
 
 class Console {
 public:
-    explicit Console(Screen& screen);
+    explicit Console(Screen& screen, bool connects = true);  // to rild at once, or when a command needs it
 
     // Carries out a line and says what became of it. False when it went wrong or an expectation did not hold.
     bool run(const std::string& line);

@@ -16,12 +16,13 @@
 namespace {
 
 constexpr const char* c_usage =
-    "usage: console [-k] [-i] [SCRIPT]\n"
+    "usage: console [-k] [-i] [-m] [SCRIPT]\n"
     "\n"
     "Carries out the lines of SCRIPT, or of the standard input. \"help\" tells the commands.\n"
     "\n"
     "  -k  go on after a step that failed\n"
     "  -i  stay at the terminal after SCRIPT\n"
+    "  -m  leave rild to another client until a command needs it\n"
     "\n"
     "Exit status: 0 when every step of a script held, 1 when one did not, 2 for wrong usage.\n";
 
@@ -31,16 +32,19 @@ constexpr int c_exit_usage = 2;
 struct Options {
     bool keep_going = false;
     bool stay = false;
+    bool connects = true;
     const char* script = nullptr;
 };
 
 std::optional<Options> read_options(int argc, char** argv) {
     Options options;
-    for (int option = 0; (option = getopt(argc, argv, "ki")) != -1;) {
+    for (int option = 0; (option = getopt(argc, argv, "kim")) != -1;) {
         if (option == '?') {
             return {};
         }
-        (option == 'k' ? options.keep_going : options.stay) = true;
+        options.keep_going |= option == 'k';
+        options.stay |= option == 'i';
+        options.connects &= option != 'm';
     }
     if (argc - optind > 1) {
         return {};
@@ -119,7 +123,7 @@ int main(int argc, char** argv) {
         }
     }
     Screen screen(isatty(STDOUT_FILENO) != 0);
-    Console console(screen);
+    Console console(screen, options->connects);
     const bool terminal = isatty(STDIN_FILENO) != 0;
     if (options->script != nullptr) {
         run_script(

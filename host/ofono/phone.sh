@@ -1,0 +1,74 @@
+#!/usr/bin/env bash
+# Inside the sandbox: a phone with two SIMs as host/tour/phone.sh starts it, with oFono on its sockets and a D-Bus of its
+# own in front.
+#   phone.sh BUILD OUT [COMMAND...]    runs COMMAND with DBUS_SYSTEM_BUS_ADDRESS, PHONE_CONSOLE and PHONE_OUT set; without one the
+#                                      user is left at the console
+set -u
+bin=$1
+out=$(realpath "$2")
+shift 2
+mkdir -p "$out"
+rm -f "$out/bus"
+export PHONE_CONSOLE=$bin/host/console/console PHONE_OUT=$out
+export DBUS_SYSTEM_BUS_ADDRESS=unix:path=$out/bus
+
+"$bin/host/android/prop" set persist.dual_sim ss
+seed=${SEED:-$((RANDOM + 1))}
+echo "The order of the modem's packets has the seed $seed; SEED=$seed gives the same again."
+"$bin/host/modem/modem" --quiet --seed "$seed" --capture "$out/packets.cap" 2>"$out/modem.log" &
+phone=$!
+for client in 1 2; do
+    "$bin/host/android/rild/rild" -v -l "$bin/libdun-ril.so" -- --client "$client" 2>"$out/rild$client.log" &
+    phone="$! $phone"
+done
+
+# oFono ends by itself when it finds a card whose application is not known yet, which is so before the radio was on: after
+# the modem's start and after each crash.
+cat >"$out/on.txt" <<'SCRIPT'
+wait connected 30
+sim2 wait connected 30
+expect unsol RADIO_STATE_CHANGED 30 off|on
+sim2 expect unsol RADIO_STATE_CHANGED 30 off|on
+radio on
+expect RADIO_POWER SUCCESS 10
+sim2 radio on
+sim2 expect RADIO_POWER SUCCESS 10
+sleep 0.5
+SCRIPT
+
+dbus-daemon --session --nofork --nopidfile --address="$DBUS_SYSTEM_BUS_ADDRESS" 2>"$out/bus.log" &
+bus=$!
+until [ -S "$out/bus" ]; do sleep 0.1; done
+
+# A service that is started again when it ends, as on a phone; at most twenty times.
+(
+    trap 'kill "$daemon" 2>/dev/null; exit' TERM
+    for _ in {1..20}; do
+        "$PHONE_CONSOLE" "$out/on.txt" >"$out/on.log" || cat "$out/on.log"
+        OFONO_RIL_DEVICE=ril OFONO_RIL_NUM_SIM_SLOTS=2 ofonod -n -d >>"$out/ofono.log" 2>&1 &
+        daemon=$!
+        wait "$daemon"
+        echo "oFono ended with status $?" >>"$out/ofono.log"
+    done
+) &
+service=$!
+
+status=0
+if [ $# -gt 0 ]; then
+    "$@"
+    status=$?
+else
+    echo "oFono serves org.ofono at DBUS_SYSTEM_BUS_ADDRESS=$DBUS_SYSTEM_BUS_ADDRESS"
+    echo "The console speaks to the modem: \"modem help\". A command for rild takes the place of oFono there. Leave with \"quit\"."
+    "$PHONE_CONSOLE" -m
+fi
+kill "$service"
+wait "$service" 2>/dev/null
+kill "$bus" $phone
+for process in $phone; do
+    wait "$process" || {
+        echo "A process of the phone ended with status $?: see $out/*.log."
+        status=1
+    }
+done
+exit "$status"

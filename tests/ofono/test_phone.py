@@ -1,0 +1,117 @@
+"""What an unmodified oFono makes of the phone, and what the simulated network saw of it."""
+
+import dbus
+import pytest
+from conftest import eventually
+
+HOME = {"MobileCountryCode": "262", "MobileNetworkCode": "01"}
+NUMBERS = ("+491701234567", "+491701234568")
+
+
+def test_both_sims_are_registered_with_name_and_strength(sim, other, network):
+    for modem in (sim, other):
+        for name, value in HOME.items():
+            assert modem.see("NetworkRegistration", name) == value
+        eventually(lambda: modem.see("NetworkRegistration", "Name"), lambda name: name)
+        eventually(lambda: modem.see("NetworkRegistration", "Strength"), lambda strength: 0 < strength <= 100)
+        assert modem.see("SimManager", "Present")
+    assert sim.see("SimManager", "SubscriberIdentity") != other.see("SimManager", "SubscriberIdentity")
+    network("signal 8")
+    weak = eventually(lambda: sim.see("NetworkRegistration", "Strength"), lambda strength: strength < 20)
+    network("signal 60")
+    eventually(lambda: sim.see("NetworkRegistration", "Strength"), lambda strength: strength > weak)
+
+
+def test_a_call_out(sim, network):
+    sim.VoiceCallManager.Dial("5550199", "default")
+    eventually(sim.calls, [("5550199", "alerting")])
+    assert network.holds("call is 1 alerting")
+    network("call answer 1")
+    eventually(sim.calls, [("5550199", "active")])
+    sim.VoiceCallManager.HangupAll()
+    eventually(sim.calls, [])
+    assert not network.holds("call is 1 active")
+
+
+def test_calls_in_waiting_swapped_and_in_conference(sim, network):
+    network("call incoming +4989555001")
+    eventually(sim.calls, [("+4989555001", "incoming")])
+    path = sim.VoiceCallManager.GetCalls()[0][0]
+    sim.at(path, "VoiceCall").Answer()
+    eventually(sim.calls, [("+4989555001", "active")])
+    network("call incoming +4989555002")
+    eventually(sim.calls, [("+4989555001", "active"), ("+4989555002", "waiting")])
+    sim.VoiceCallManager.HoldAndAnswer()
+    eventually(sim.calls, [("+4989555001", "held"), ("+4989555002", "active")])
+    sim.VoiceCallManager.SwapCalls()
+    eventually(sim.calls, [("+4989555001", "active"), ("+4989555002", "held")])
+    assert network.holds("call is 2 held")
+    sim.VoiceCallManager.CreateMultiparty()
+    eventually(sim.calls, [("+4989555001", "active"), ("+4989555002", "active")])
+    assert network.holds("call is 1 member") and network.holds("call is 2 member")
+    sim.VoiceCallManager.HangupAll()
+    eventually(sim.calls, [])
+
+
+@pytest.mark.parametrize("text", ["Short and simple", "Grüße €", "A long message in parts. " * 12])
+def test_messages_between_the_sims(sim, other, text):
+    came = other.messages()
+    sim.MessageManager.SendMessage(NUMBERS[1], text)
+    eventually(lambda: [said for _, said in came], [text])
+
+
+def test_a_message_from_outside(sim, network):
+    came = sim.messages()
+    network('sms from +4989555001 "Hello from outside"')
+    eventually(lambda: came, [("+4989555001", "Hello from outside")])
+    sim.MessageManager.SendMessage("+49891234", "Back to you")
+    eventually(lambda: network.holds('sms sent +49891234 "Back to you"'))
+
+
+def test_a_pin_is_switched_on_changed_blocked_and_unblocked(sim, network):
+    sim.SimManager.LockPin("pin", "1234")
+    eventually(lambda: "pin" in sim.see("SimManager", "LockedPins"))
+    sim.SimManager.ChangePin("pin", "1234", "2468")
+    for _ in range(3):
+        with pytest.raises(dbus.DBusException):
+            sim.SimManager.ChangePin("pin", "0000", "1111")
+    sim.SimManager.ResetPin("puk", "12345678", "1234")
+    sim.SimManager.UnlockPin("pin", "1234")
+    eventually(lambda: "pin" not in sim.see("SimManager", "LockedPins"))
+
+
+def test_roaming(sim, network):
+    network("network 310260")
+    eventually(lambda: sim.see("NetworkRegistration", "Status"), "roaming")
+    assert sim.see("NetworkRegistration", "MobileCountryCode") == "310"
+    network("network 26201")
+    eventually(lambda: sim.see("NetworkRegistration", "Status"), "registered")
+
+
+def test_flight_mode(sim, network):
+    sim.set("Modem", "Online", dbus.Boolean(False))
+    eventually(lambda: sim.see("Modem", "Online"), False)
+    eventually(lambda: "stack 0 not registered" in network("status"))
+    sim.set("Modem", "Online", dbus.Boolean(True))
+    eventually(lambda: sim.see("NetworkRegistration", "Status"), "registered")
+
+
+def test_the_card_is_taken_out(sim, network):
+    network("card remove")
+    eventually(lambda: sim.see("SimManager", "Present"), False)
+    network("card insert")
+    eventually(lambda: sim.see("SimManager", "Present"), True)
+    sim.online()
+
+
+def test_the_modem_crashes_in_a_call(sim, network):
+    sim.VoiceCallManager.Dial("5550199", "default")
+    eventually(sim.calls, [("5550199", "alerting")])
+    network("modem crash")
+    eventually(lambda: "stack 0 not registered" in network("status"))
+    sim.online()
+    eventually(sim.calls, [])
+    sim.VoiceCallManager.Dial("5550123", "default")
+    eventually(sim.calls, [("5550123", "alerting")])
+    sim.VoiceCallManager.HangupAll()
+    eventually(sim.calls, [])
