@@ -38,12 +38,13 @@ void plan(Modem& modem, uint32_t sim_id, Milliseconds delay) {
     }
 }
 
-void run_out_of_patience(Modem& modem, uint32_t sim_id, uint64_t step) {
+// The message under way comes again, behind the others that wait.
+void try_later(Modem& modem, uint32_t sim_id) {
     Mailbox& mailbox = s_mailboxes[sim_id];
-    if (mailbox.step == step) {
-        mailbox.under_way = 0;
-        plan(modem, sim_id, c_next_try);
-    }
+    std::rotate(mailbox.waiting.begin(), mailbox.waiting.begin() + 1, mailbox.waiting.end());
+    mailbox.under_way = 0;
+    ++mailbox.step;
+    plan(modem, sim_id, c_next_try);
 }
 
 void look(Modem& modem, uint32_t sim_id) {
@@ -66,7 +67,11 @@ void look(Modem& modem, uint32_t sim_id) {
     param.message.pdu.length = static_cast<uint8_t>(std::min(octets.size(), sizeof(param.message.pdu.data)));
     std::copy_n(octets.begin(), param.message.pdu.length, param.message.pdu.data);
     modem.indicate<uta::row::UtaMsSmsIncomingIndCb>(sim_id, &param);
-    modem.later(c_patience, [&modem, sim_id, step = ++mailbox.step] { run_out_of_patience(modem, sim_id, step); });
+    modem.later(c_patience, [&modem, sim_id, step = ++mailbox.step] {
+        if (s_mailboxes[sim_id].step == step) {
+            try_later(modem, sim_id);
+        }
+    });
 }
 
 void keep(Modem& modem, uint32_t sim_id, Waiting waiting) {
@@ -118,6 +123,10 @@ void acknowledge(Modem& modem, uint32_t sim_id, uint8_t id, Fate fate) {
     if (id == 0 || id != mailbox.under_way) {
         return;
     }
+    if (fate == Fate::REFUSED) {
+        try_later(modem, sim_id);
+        return;
+    }
     mailbox.under_way = 0;
     ++mailbox.step;
     if (fate == Fate::NO_MEMORY) {
@@ -127,10 +136,6 @@ void acknowledge(Modem& modem, uint32_t sim_id, uint8_t id, Fate fate) {
                 memory_available(modem, sim_id);
             }
         });
-        return;
-    }
-    if (fate == Fate::REFUSED) {
-        plan(modem, sim_id, c_next_try);
         return;
     }
     const Waiting delivered = mailbox.waiting.front();
