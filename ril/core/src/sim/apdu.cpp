@@ -124,7 +124,7 @@ void UtaMsSimApduCmdRspCb(uint32_t sim_id, const UtaSimApduCmdRspParam* param, u
             sim_io_answered(ctxt_id);
         }
     }
-    qelril_post_utamsrspcb(sim_id, param, context_id, sim_apdu_cmd_rsp_cb);
+    qelril_post_utamsrspcb(sim_id & 1U, param, context_id, sim_apdu_cmd_rsp_cb);
 }
 
 std::span<const uint8_t> sim_df_part(const UtaSimApduCmdRspParam& answer) {

@@ -22,6 +22,19 @@ std::array<sim_pin2_specific, 2> s_sim_pin2_specific = {c_start_values, c_start_
 // The state comes without attempts: Android gets as many as a fresh PIN2 has.
 constexpr int32_t c_attempts = 3;
 
+// A request that ends in another way is not pending any more.
+void on_released(uint32_t ctxt_id) {
+    for (sim_pin2_specific& fdn : s_sim_pin2_specific) {
+        if (fdn.sim_fdn_request_ctxt_id == ctxt_id) {
+            fdn.sim_fdn_request_pending = 0;
+        }
+    }
+}
+
+bool is_pending(uint32_t sim_id) {
+    return s_sim_pin2_specific[sim_id].sim_fdn_request_pending == 1;
+}
+
 // Ends the pending request, with 0 or an error.
 void end_pending(uint32_t sim_id, int32_t error) {
     sim_pin2_specific& fdn = s_sim_pin2_specific[sim_id];
@@ -31,7 +44,7 @@ void end_pending(uint32_t sim_id, int32_t error) {
 
 // A request that is pending fails: the next state would be taken for its own.
 void fail_pending(uint32_t sim_id) {
-    if (s_sim_pin2_specific[sim_id].sim_fdn_request_pending == 1) {
+    if (is_pending(sim_id)) {
         end_pending(sim_id, -1);
     }
 }
@@ -42,6 +55,7 @@ void set_fdn(uint32_t sim_id, int32_t attempts, uint32_t ctxt_id) {
     fail_pending(sim_id);
     fdn.sim_fdn_request_pending = 1;
     fdn.sim_fdn_request_ctxt_id = ctxt_id;
+    rilreq_state_info[ctxt_id].p_released = on_released;
     const int32_t result = RemUtaMsSimSetFdnReq(sim_id, fdn.sim_fdn_requested_state);
     if (result != 0) {
         fdn.sim_fdn_request_pending = 0;
@@ -83,7 +97,7 @@ void sim_fdn_state_ind_cb(uint32_t sim_id, const void* p_params) {
     RIL_TRACE(TRACE_DETAIL, "%s: status = %d, fdn_state = %d\n", __func__, ind.status, ind.fdn_state);
     sim_pin2_specific& fdn = s_sim_pin2_specific[sim_id];
     fdn.sim_fdn_activation_state = ind.fdn_state;
-    if (fdn.sim_fdn_request_pending == 1) {
+    if (is_pending(sim_id)) {
         end_pending(sim_id, fdn.sim_fdn_activation_state == fdn.sim_fdn_requested_state ? 0 : -1);
         fdn.sim_fdn_requested_state = UTA_SIM_FDN_NOT_POSSIBLE;
     } else {
@@ -134,6 +148,9 @@ void sim_set_pin2_verification_required(uint32_t sim_id, bool required) {
 }
 
 void sim_fdn_pin2_verified(uint32_t sim_id, int32_t error, int32_t count, uint32_t ctxt_id) {
+    if (is_pending(sim_id) && s_sim_pin2_specific[sim_id].sim_fdn_request_ctxt_id == ctxt_id) {
+        return;  // told twice
+    }
     if (error == 0) {
         set_fdn(sim_id, count, ctxt_id);
         return;

@@ -164,7 +164,7 @@ int32_t sim_handle_sim_lock_personalisation_facility(uint32_t sim_id, int32_t ro
 }
 
 void UtaMsSimModifyLockRspCb(uint32_t sim_id, const UtaSimModifyLockRspParam* param, uint32_t context_id) {
-    qelril_post_utamsrspcb(sim_id, param, context_id, sim_modify_lock_rsp_cb);
+    qelril_post_utamsrspcb(sim_id & 1U, param, context_id, sim_modify_lock_rsp_cb);
 }
 
 void UtaMsSimLockStatusIndCb(uint32_t sim_id, const UtaSimLockStates* param) {

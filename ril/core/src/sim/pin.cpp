@@ -334,7 +334,7 @@ int32_t sim_handle_pin_activities(uint32_t sim_id, int32_t code, const char* tex
 }
 
 void UtaMsSimGenPinRspCb(uint32_t sim_id, const UtaSimGenPinRspParam* param, uint32_t context_id) {
-    qelril_post_utamsrspcb(sim_id, param, context_id, sim_gen_pin_rsp_cb);
+    qelril_post_utamsrspcb(sim_id & 1U, param, context_id, sim_gen_pin_rsp_cb);
 }
 
 void UtaMsSimGenPinIndCb(uint32_t sim_id, const UtaSimGenPinIndParam* param) {
