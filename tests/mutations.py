@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Puts the faults of mutations.txt into a copy of the code, one at a time, and prints which tests find each.
 
-    tests/mutations.py [--only REGEX] [--tests CTEST_REGEX] [--build DIR] [--list]
+    tests/mutations.py [--only REGEX] [--tests CTEST_REGEX --targets NAME...] [--build DIR] [--list]
 
 --build is a build folder inside the copy, kept from one run to the next. A fault whose text no longer stands in its file
 is told as stale, one that does not compile as broken: both want mending here. The exit status is 1 when a fault was
@@ -45,6 +45,7 @@ def main():
     arguments = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
     arguments.add_argument("--only", default="", help="faults whose line fits this")
     arguments.add_argument("--tests", default=".", help="of ctest, -R")
+    arguments.add_argument("--targets", nargs="*", default=["all"], help="what these tests want built")
     arguments.add_argument("--build", default=ROOT / "build/mutations", type=pathlib.Path)
     arguments.add_argument("--list", action="store_true")
     options = arguments.parse_args()
@@ -57,7 +58,7 @@ def main():
     build = copy / "build"
     copy_to(copy)
     run("cmake", "--preset", "i386", "-B", str(build), "-DCMAKE_BUILD_TYPE=Debug", "-DCMAKE_CXX_FLAGS=-O0 -g0", cwd=copy)
-    sound = run("cmake", "--build", str(build))
+    sound = run("cmake", "--build", str(build), "--target", *options.targets)
     if sound.returncode != 0:
         sys.exit("the code does not build:\n" + sound.stdout[-3000:])
     missed = 0
@@ -68,7 +69,7 @@ def main():
             print(f"stale   {file}: {what}", flush=True)
             continue
         path.write_text(text.replace(old, new, 1))
-        compiled = run("cmake", "--build", str(build))
+        compiled = run("cmake", "--build", str(build), "--target", *options.targets)
         if compiled.returncode != 0:
             print(f"broken  {file}: {what}\n{compiled.stdout[-800:]}", flush=True)
         else:
