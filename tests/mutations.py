@@ -34,7 +34,12 @@ def run(*command, **options):
 
 def copy_to(folder):
     """The files that git knows, as they stand here; one that is the same keeps its time."""
-    for name in run("git", "ls-files", cwd=ROOT).stdout.splitlines():
+    names = set(run("git", "ls-files", cwd=ROOT).stdout.splitlines())
+    for path in folder.rglob("*"):
+        name = str(path.relative_to(folder))
+        if path.is_file() and name not in names and not name.startswith("build/"):
+            path.unlink()
+    for name in names:
         source, target = ROOT / name, folder / name
         if source.is_file() and not (target.is_file() and target.read_bytes() == source.read_bytes()):
             target.parent.mkdir(parents=True, exist_ok=True)

@@ -138,10 +138,14 @@ std::string data_text(Form form, std::string_view layout, const void* data, size
 
 }  // namespace
 
+bool is_data_word(const std::string& word) {
+    return word == "nodata" || word == "hex" || word == "short" || word == "long";
+}
+
 void read_words(int request, const std::vector<Word>& words, Arguments& arguments) {
     std::span<const Word> rest(words);
     const std::string kind = rest.empty() || rest[0].quoted ? "" : rest[0].text;
-    if (kind == "nodata" || kind == "hex" || kind == "short" || kind == "long") {
+    if (is_data_word(kind)) {
         rest = rest.subspan(1);
     }
     if (kind == "nodata") {

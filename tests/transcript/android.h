@@ -8,6 +8,7 @@
 
 // Words in the order of the request's form, what is missing at the end 0 or null. In front of them `nodata` (null, with
 // a length if one follows), `hex` (a block of these bytes), `short` or `long` (a byte less, eight more).
+bool is_data_word(const std::string& word);
 void read_words(int request, const std::vector<Word>& words, Arguments& arguments);
 
 // As the console shows them; bytes in <> for what has no form. Empty without data.

@@ -184,6 +184,11 @@ void Player::request(std::string text) {
     if (starves) {
         words.erase(words.begin());
     }
+    // What becomes of the data may stand in front of the request too, where a table's row is behind it.
+    if (const std::string kind = words.at(0).text; words.size() > 1 && is_data_word(kind)) {
+        std::swap(words[0], words[1]);
+        words.resize(kind == "nodata" || kind == "hex" ? 2 : words.size());
+    }
     const std::optional<int> number = find_request(words.at(0).text);
     if (!number) {
         fail("neither a request nor an action: " + words[0].text);
