@@ -366,14 +366,17 @@ Answer rehabilitate(Card& card, const Command& command) {
 // --- Data objects (ETSI TS 102 221, 11.3). Each is a tag of one byte, a length below 0x80, and a value. --------------
 
 constexpr uint8_t c_first_block = 0x80;
+constexpr size_t c_most_objects = 0x7FFF;  // bytes of a file
 
-// Where the object with the tag stands, the end when it is not there.
+// Where the object with the tag stands, the end when it is not there as a whole.
 size_t find_object(const Bytes& objects, uint8_t tag) {
-    size_t at = 0;
-    while (at + 1 < objects.size() && objects[at] != tag) {
-        at += 2U + objects[at + 1];
+    for (size_t at = 0; at + 1 < objects.size() && at + 2 + objects[at + 1] <= objects.size();
+         at += 2U + objects[at + 1]) {
+        if (objects[at] == tag) {
+            return at;
+        }
     }
-    return std::min(at, objects.size());
+    return objects.size();
 }
 
 File* objects_file(Card& card, const Command& command, uint16_t& words) {
@@ -414,6 +417,9 @@ Answer set_data(Card& card, const Command& command) {
     if (at < file->content.size()) {
         const auto old = file->content.begin() + static_cast<ptrdiff_t>(at);
         file->content.erase(old, old + 2 + old[1]);
+    }
+    if (file->content.size() + command.data.size() > c_most_objects) {
+        return {c_no_memory(card), {}};
     }
     if (command.data[1] != 0) {
         file->content.insert(file->content.end(), command.data.begin(), command.data.end());

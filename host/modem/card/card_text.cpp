@@ -101,11 +101,11 @@ private:
             {"puk1", &Reader::take_unblock_code}, {"puk2", &Reader::take_unblock_code}, {"adm", &Reader::take_code},
             {"lock", &Reader::take_lock},         {"df", &Reader::take_directory},      {"ef", &Reader::take_file}};
         for (const Row& row : c_rows) {
-            if (words[0] == row.word) {
+            if (!words.empty() && words[0] == row.word) {
                 return (this->*row.take)(words);
             }
         }
-        return "what is " + words[0] + "?";
+        return "what is " + line + "?";
     }
 
     std::string take_card(const Words& words) {
