@@ -9,6 +9,7 @@
 
 #include "host/console/parcel_text.h"
 #include "host/console/protocol.h"
+#include "host/console/services.h"
 #include "host/console/words.h"
 
 namespace {
@@ -192,6 +193,9 @@ Console::Outcome Console::carry_out(const std::string& line) {
             return ask(shortcut.request, shortcut.form, rest);
         }
     }
+    if (const auto requests = service_requests(*words)) {
+        return ask_all(requests->empty() ? std::nullopt : requests);
+    }
     if (word == "card" || word == "network") {
         is_step_ = true;
         return modem(*words, behind(line, 0));
@@ -329,6 +333,9 @@ Console::Outcome Console::help(const Words&, const std::string&) {
         const std::string words = std::string(shortcut.word) + " " + std::string(shortcut.help);
         screen_.plain("  " + words + std::string(words.size() < 28 ? 28 - words.size() : 1, ' ') +
                       request_name(shortcut.request));
+    }
+    for (const char* line : c_service_help) {
+        screen_.plain(line);
     }
     for (const Command& command : c_commands) {
         screen_.plain(std::string("  ") + command.word + " " + command.help);
