@@ -17,7 +17,6 @@
 #include "rpc/multi-client/rpc-stubs/ril/entry_points.h"
 #include "rpc/multi-client/rpc-stubs/ril/records.h"
 #include "rpc/multi-client/rpc-stubs/ril/stubs.h"
-#include "tests/harness/failing_alloc.h"
 #include "tests/harness/fake_android.h"
 #include "tests/harness/stood_in_rooms.h"
 
@@ -31,8 +30,6 @@ struct Sent {
 bool s_sends_fail = false;
 std::string s_sent;
 std::vector<Sent> s_accepted;  // by the modem, in this step
-int s_failing_alloc = -1;      // of the next request
-bool s_alloc_refused = false;
 ecc_list s_card_list;
 uint32_t s_card_records = 0;
 uint32_t s_sim_state = 4;
@@ -95,14 +92,11 @@ void handle(int32_t request, void* data, size_t length, RIL_Token token) {
         {RIL_REQUEST_CONFERENCE, ROW(ril_request_conference)},
         {RIL_REQUEST_SEPARATE_CONNECTION, ROW(ril_request_separate_connection)},
         {RIL_REQUEST_EXPLICIT_CALL_TRANSFER, ROW(ril_request_explicit_call_transfer)},
-        {RIL_REQUEST_GET_CURRENT_CALLS, ROW(ril_request_get_current_calls)},
     };
     static constexpr request_row c_call_control = ROW(ril_request_call_control);
-    const FailingAlloc failing(std::exchange(s_failing_alloc, -1));
     const auto found = c_rows.find(request);
     const request_row& row = found != c_rows.end() ? found->second : c_call_control;
     row.run(row, {0, request, token}, {data, length});
-    s_alloc_refused = FailingAlloc::refused();
 }
 
 class CallModelTest : public testing::Test {
@@ -340,49 +334,6 @@ TEST_F(CallModelTest, RandomOrders) {
             outstanding.clear();
             qelril_init();
         }
-    }
-}
-
-TEST_F(CallModelTest, TheListTakesOneBlock) {
-    begin_step(false);
-    send_request(RIL_REQUEST_GET_CURRENT_CALLS, 0);
-    for (uint8_t id = 1; id <= 17; ++id) {
-        const UtaCallCsDialingIndCbParams p{{id}, {}, 0};
-        UtaMsCallCsDialingIndCb(0, &p);
-    }
-    for (const bool fails : {false, true}) {
-        begin_step(false);
-        s_failing_alloc = fails ? 0 : 1;
-        send_request(RIL_REQUEST_GET_CURRENT_CALLS, 0);
-        EXPECT_EQ(s_alloc_refused, fails);
-        const auto done = android.completions().at(0);
-        EXPECT_EQ(done.error, fails ? RIL_E_GENERIC_FAILURE : RIL_E_SUCCESS);
-        EXPECT_EQ(done.data.size(), fails ? 0U : 16 * sizeof(void*));
-    }
-}
-
-TEST_F(CallModelTest, NoContextAndNoMemoryFailTheRequest) {
-    const UtaCallCsDialingIndCbParams p{{1}, {}, 0};
-    UtaMsCallCsDialingIndCb(0, &p);
-    for (const int nth : {0, 1}) {
-        begin_step(false);
-        s_failing_alloc = nth;
-        send_request(RIL_REQUEST_DIAL, 0);
-        EXPECT_EQ(android.completions().at(0).error, RIL_E_GENERIC_FAILURE);
-        EXPECT_EQ(s_sent, "");
-    }
-    begin_step(false);
-    s_failing_alloc = 2;  // the timer
-    send_request(RIL_REQUEST_DIAL, 0);
-    EXPECT_TRUE(s_alloc_refused);
-    EXPECT_EQ(s_sent, "34 ");
-    while (qelril_get_free_ctxt_id(nullptr) >= 0) {
-    }
-    for (const int number : c_requests) {
-        begin_step(false);
-        send_request(number, 1);
-        EXPECT_EQ(android.completions().at(0).error, RIL_E_GENERIC_FAILURE) << number;
-        EXPECT_EQ(s_sent, "");
     }
 }
 
