@@ -10,7 +10,6 @@
 
 namespace {
 
-constexpr size_t c_message_text_max = 352;
 constexpr size_t c_ack_text_max = 176;
 constexpr int32_t c_last_record = 254;
 
@@ -27,8 +26,8 @@ struct message_text {
 bool join(const char* service_centre, const char* message, message_text& out) {
     const char* const front = service_centre == nullptr ? "00" : service_centre;
     const size_t front_size = strnlen(front, c_sms_text_max + 1);
-    const size_t message_size = message == nullptr ? 0 : strnlen(message, c_message_text_max + 1);
-    if (message_size == 0 || message_size > c_message_text_max || front_size + message_size > c_sms_text_max) {
+    const size_t message_size = message == nullptr ? 0 : strnlen(message, c_sms_text_max + 1);
+    if (message_size == 0 || front_size + message_size > c_sms_text_max) {
         return false;
     }
     memcpy(out.text.data(), front, front_size);

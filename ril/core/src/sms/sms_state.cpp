@@ -71,8 +71,7 @@ uint32_t sms_get_net_gsm_service(uint32_t sim_id) {
         return sms_mngr[sim_id].net_gsm_service;
     }
     property_get("sms.sender.use.ps_cs", value, "1");
-    const char mode = value[0] == '\0' ? '1' : value[0];
-    return service_of_mode(static_cast<uint32_t>(mode - '0'), 0);
+    return service_of_mode(static_cast<uint32_t>(value[0] - '0'), 0);
 }
 
 // --- The service centre's address ------------------------------------------------------------------------------------
