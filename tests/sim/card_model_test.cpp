@@ -8,6 +8,7 @@
 #include "ril/core/src/async_ril/async_ril.h"
 #include "ril/core/src/async_ril/radio_state.h"
 #include "ril/core/src/net/net.h"
+#include "ril/core/src/sim/acl.h"
 #include "ril/core/src/sim/sim.h"
 #include "rpc/multi-client/rpc-stubs/ril/entry_points.h"
 #include "rpc/multi-client/rpc-stubs/ril/records.h"
@@ -20,6 +21,8 @@ namespace {
 uint32_t s_attach_allowed = 1;
 uint32_t s_locked = 0;
 int s_hot_swaps = 0;
+int32_t s_modem_result = -99;  // no modem: no file is read
+uint32_t s_context = 0;        // of the last command
 
 }  // namespace
 
@@ -30,8 +33,9 @@ uint32_t net_attach_is_allowed(uint32_t) {
 void net_clear_modem_registration_state(uint32_t) {
     ++s_hot_swaps;
 }
-int32_t uta::call(uint16_t, const Word*) {
-    return -99;  // no modem: no file is read
+int32_t uta::call(uint16_t, const Word* words) {
+    s_context = static_cast<uint32_t>(words[2]);
+    return s_modem_result;
 }
 
 namespace {
@@ -261,6 +265,73 @@ TEST_F(CardModel, AFullTableOfContextsFailsTheRequest) {
         qelril_get_free_ctxt_id(nullptr);
     }
     UtaMsSimFullAccessIndCb(0);  // reads no file, and breaks nothing
+}
+
+// The card's answer to the last command: a file's header, or its content.
+void answer(const std::string& header, const std::string& content) {
+    UtaSimApduData apdu{};
+    UtaSimApduCmdRspParam param{};
+    const std::string ending("\x90\0", 2);
+    const auto give = [&](const std::string& text, auto& data) {
+        const std::string whole = text + ending;
+        std::copy(whole.begin(), whole.end(), data);
+        return static_cast<int16_t>(whole.size());
+    };
+    if (!header.empty()) {
+        param.file.ef_len = give(header, param.file.ef.data);
+    } else {
+        apdu.length = give(content, apdu.data);
+        param.file.apdu = &apdu;
+    }
+    UtaMsSimApduCmdRspCb(0, &param, s_context);
+}
+
+// Reads the tables and then this EF_ACL.
+void read_acl(const std::string& acl) {
+    const std::string header("\x62\x04\x80\x02\x00\x20", 6);
+    UtaSimCardInfoParam card{};
+    UtaMsSimCardIndCb(0, &card);
+    UtaMsSimFullAccessIndCb(0);  // the access points are what is asked for last
+    answer(header, "");
+    answer("", std::string("\x01\x02\x03\x04\x06", 5));
+    answer(header, "");
+    answer("", "\x04");
+    answer(header, "");
+    answer("", acl);
+}
+
+TEST_F(CardModel, AccessPointsOfTheCard) {
+    sim_module_init(0);
+    sim_set_inserted_sim_type(0, SIM_CARD_TYPE_3G);
+    EXPECT_NE(sim_check_apn_listed_in_acl(0, "anything"), 0U);
+    s_modem_result = 0;
+    read_acl(
+        "\x01\xDD\x0D\x08internet\x03"
+        "com\xFF\xFF");
+    for (const char* allowed : {"internet.com", "INTERNET.COM", "internetcom", "i.n.ternet.com."}) {
+        EXPECT_NE(sim_check_apn_listed_in_acl(0, allowed), 0U) << allowed;
+    }
+    for (const char* refused : {"internet", "internet.co", "internet.com.x", "", static_cast<const char*>(nullptr)}) {
+        EXPECT_EQ(sim_check_apn_listed_in_acl(0, refused), 0U);
+    }
+    // Another tag and an empty one count as entries; what is behind their number does not.
+    read_acl(std::string("\x03\xDE\x02\x01x\xDD\x00\xDD\x02\x01z\xDD\x02\x01y", 16));
+    EXPECT_NE(sim_check_apn_listed_in_acl(0, "Z"), 0U);
+    EXPECT_EQ(sim_check_apn_listed_in_acl(0, "y"), 0U);
+    EXPECT_EQ(sim_check_apn_listed_in_acl(0, "internet.com"), 0U);
+    // A label that runs past its entry, an entry that runs past the file; what stands between them is good.
+    read_acl(
+        "\x03\xDD\x03\x05"
+        "ab\xDD\x02\x01q\xDD\x7F\x01w");
+    EXPECT_NE(sim_check_apn_listed_in_acl(0, "q"), 0U);
+    EXPECT_EQ(sim_check_apn_listed_in_acl(0, "ab"), 0U);
+    EXPECT_EQ(sim_check_apn_listed_in_acl(0, "w"), 0U);
+    read_acl(std::string("\x00\xDD\x02\x01z", 5));
+    EXPECT_EQ(sim_check_apn_listed_in_acl(0, "z"), 0U);
+    UtaSimCardInfoParam gone{};
+    UtaMsSimCardIndCb(0, &gone);
+    EXPECT_NE(sim_check_apn_listed_in_acl(0, "z"), 0U);
+    s_modem_result = -99;
 }
 
 TEST(ChvTexts, BothWays) {
