@@ -7,16 +7,77 @@ import os
 import random
 import re
 import socket
+import struct
 import subprocess
 import sys
 import time
 
-sys.path.append(os.path.join(os.path.dirname(__file__), "../host/rild"))
-from client import Client  # noqa: E402
-
 PATIENCE = 10.0
 SUCCESS, GENERIC_FAILURE, PASSWORD_INCORRECT = 0, 2, 3
 GET_SIM_STATUS, ENTER_PIN, ENTER_PUK, CHANGE_PIN, SIM_IO, QUERY_LOCK, SET_LOCK = 1, 2, 3, 6, 28, 42, 43
+
+
+class Client:
+    """Of rild's socket: integers and texts, one behind the other, and what a form takes off an answer."""
+
+    def __init__(self, until):
+        self.serial = 0
+        until(self.connect)
+
+    def connect(self):
+        self.socket = socket.socket(socket.AF_UNIX)
+        self.socket.settimeout(PATIENCE)
+        return self.socket.connect_ex("/dev/socket/rild") == 0
+
+    def message(self):
+        (length,) = struct.unpack(">I", self.socket.recv(4, socket.MSG_WAITALL))
+        self.data = self.socket.recv(length, socket.MSG_WAITALL)
+        assert len(self.data) == length, "rild hung up"
+
+    def integer(self):
+        (value,) = struct.unpack_from("<i", self.data)
+        self.data = self.data[4:]
+        return value
+
+    def text(self):
+        units = self.integer()
+        if units < 0:
+            return None
+        value, self.data = self.data[:2 * units].decode("utf-16-le"), self.data[(2 * units + 2 + 3) // 4 * 4:]
+        return value
+
+    def take(self, form):
+        """i an integer, s a text, [...] a count and so many of what is in between."""
+        values = []
+        while form:
+            if form[0] == "[":
+                inner, form = form[1:form.rindex("]")], form[form.rindex("]") + 1:]
+                values.append([self.take(inner) for _ in range(self.integer())])
+            else:
+                values.append(self.integer() if form[0] == "i" else self.text())
+                form = form[1:]
+        return values
+
+    def ask(self, number, arguments, form):
+        """The error and the data of the answer; what comes unasked in between is passed over."""
+        self.serial += 1
+        parcel = struct.pack("<ii", number, self.serial)
+        for value in arguments:
+            if value is None or isinstance(value, int):
+                parcel += struct.pack("<i", -1 if value is None else value)
+            else:
+                units = value.encode("utf-16-le") + bytes(2)
+                parcel += struct.pack("<i", len(value)) + units + bytes(-len(units) % 4)
+        self.socket.sendall(struct.pack(">I", len(parcel)) + parcel)
+        while True:
+            self.message()
+            if self.integer() == 0:
+                break
+        assert self.integer() == self.serial
+        error = self.integer()
+        values = self.take(form) if self.data else None
+        assert not self.data, f"{len(self.data)} bytes behind the answer to {number}"
+        return error, values
 
 
 class Phone:
@@ -27,7 +88,7 @@ class Phone:
         self.control.connect("/dev/socket/modem_control")
         self.lines = self.control.makefile("rw", encoding="utf-8")
         self.processes.append(subprocess.Popen([rild, "-l", library]))
-        self.client = Client()
+        self.client = Client(self.until)
         self.until(lambda: self.card_state() == 1)
 
     def until(self, holds):
@@ -43,11 +104,11 @@ class Phone:
         assert answer == "ok", f"{command}: {answer}"
 
     def card_state(self):
-        error, value = self.client.ask(GET_SIM_STATUS, [], "card")
-        return value[0][0] if error == SUCCESS else None
+        error, value = self.client.ask(GET_SIM_STATUS, [], "iiiii[iiissiii]")
+        return value[0] if error == SUCCESS else None
 
     def pin1(self):
-        applications = self.client.ask(GET_SIM_STATUS, [], "card")[1][1]
+        applications = self.client.ask(GET_SIM_STATUS, [], "iiiii[iiissiii]")[1][5]
         return applications[0][6] if applications else None
 
     def put_in(self, card):
@@ -57,7 +118,7 @@ class Phone:
         self.until(lambda: self.card_state() == 1)
 
     def sim_io(self, command, file, path, p1, p2, p3, data=None):
-        error, value = self.client.ask(SIM_IO, [command, file, path, p1, p2, p3, data, None, None], "sim io")
+        error, value = self.client.ask(SIM_IO, [command, file, path, p1, p2, p3, data, None, None], "iis")
         assert error == SUCCESS, error
         return value[0] << 8 | value[1], value[2]
 
@@ -213,7 +274,8 @@ def live(phone, chance, steps):
             lambda: (ENTER_PUK, [puk, new, None], model.unblock(puk, new)),
             lambda: (QUERY_LOCK, ["SC", "", "7", None], (SUCCESS, [1 if model.told in (NEEDED, VERIFIED) else 0])),
         ])()
-        told = phone.client.ask(what, [len(arguments), *arguments], "ints")
+        told = phone.client.ask(what, [len(arguments), *arguments], "[i]")
+        told = told[0], told[1] and [count for [count] in told[1][0]]
         assert told == wanted, f"step {step}: {what} {arguments}: {told}, wanted {wanted}"
         assert phone.pin1() == model.pin1(), f"step {step}: {what} {arguments}: {phone.pin1()}, wanted {model.pin1()}"
     return model.told == DEAD
