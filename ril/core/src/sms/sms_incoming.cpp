@@ -68,24 +68,12 @@ bool sms_create_indication_string(uint32_t sim_id, const sms_tpdu& message, int 
 // --- Data download (3GPP TS 31.111, 7.1; 3GPP TS 22.022, 14) ---------------------------------------------------------
 
 struct download {
-    uint32_t pid_type;
-    int32_t type;
+    int32_t type;  // the modem's
     const char* failure;
 };
 
-const download* download_of(uint32_t pid_type) {
-    static constexpr download c_downloads[] = {
-        {SMS_PID_ME_DATA_DOWNLOAD, 3, "%s UTA_SMS_ME_DOWNLOAD failed\n"},
-        {SMS_PID_ME_DEPERSONALIZATION, 4, "%s UTA_SMS_PP_DEPERSONALIZE failed\n"},
-        {SMS_PID_SIM_DATA_DOWNLOAD, 1, "%s UTA_SMS_PP_DOWNLOAD failed\n"},
-    };
-    for (const download& row : c_downloads) {
-        if (row.pid_type == pid_type) {
-            return &row;
-        }
-    }
-    return nullptr;
-}
+constexpr download c_depersonalization = {4, "%s UTA_SMS_PP_DEPERSONALIZE failed\n"};
+constexpr download c_card_download = {1, "%s UTA_SMS_PP_DOWNLOAD failed\n"};
 
 constexpr int32_t c_cause_card = 47;
 constexpr int32_t c_cause_busy = 16;
@@ -181,7 +169,8 @@ void handle_message(request_context& context, const sms_book_keeping& record, co
     if (pid_type >= SMS_PID_REPLACE_TYPE_1 && pid_type <= SMS_PID_RETURN_CALL) {
         sms_handle_replace_type(sim_id, info.msg_class, context.id());
     } else if (pid_type == SMS_PID_ME_DEPERSONALIZATION || (pid_type == SMS_PID_SIM_DATA_DOWNLOAD && is_for_card)) {
-        if (sms_handle_incoming_special_pid(sim_id, record, *download_of(pid_type), info.dcs, context.id()) == 0) {
+        const download& row = pid_type == SMS_PID_ME_DEPERSONALIZATION ? c_depersonalization : c_card_download;
+        if (sms_handle_incoming_special_pid(sim_id, record, row, info.dcs, context.id()) == 0) {
             context.in_flight();
         }
     } else if (pid_type == SMS_PID_NORMAL && is_for_card) {
