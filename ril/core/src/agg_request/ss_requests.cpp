@@ -25,7 +25,7 @@ void ril_request_query_call_forward_status(request_context& context, const RIL_C
     }
     *reason = info.reason;
     RIL_CallForwardInfo query{};
-    query.status = SS_QUERY;
+    query.status = SS_MODE_QUERY;
     query.reason = info.reason;
     query.serviceClass = info.serviceClass != 0 ? info.serviceClass : c_all_bearers;
     query.timeSeconds = c_query_seconds;
@@ -41,8 +41,8 @@ void ril_request_set_call_forward(request_context& context, const RIL_CallForwar
 }
 
 void ril_request_query_call_waiting(request_context& context, int32_t service_class) {
-    if (ss_handle_call_waiting(context.sim_id(), SS_QUERY, service_class != 0 ? service_class : 1, context.uta_id()) ==
-        0) {
+    if (ss_handle_call_waiting(context.sim_id(), SS_MODE_QUERY, service_class != 0 ? service_class : 1,
+                               context.uta_id()) == 0) {
         context.in_flight();
     }
 }

@@ -97,12 +97,12 @@ int32_t ss_handle_call_forwarding(uint32_t sim_id, const RIL_CallForwardInfo& in
     MmiString string;
     string.add(ss_get_sub_string_for_call_forward_mode(info.status));
     string.add(ss_get_sub_string_for_call_forward_reason(info.reason));
-    if (info.status == SS_DISABLE || info.status == SS_QUERY) {
+    if (info.status == SS_MODE_DISABLE || info.status == SS_MODE_QUERY) {
         return string.add(SS_HASH).send(sim_id, context_id);
     }
     const char* service = mmi_code_of_class(info.serviceClass);
     char time[4] = "";  // three digits at most
-    if (info.status == SS_REGISTER && reason_has_time(info.reason)) {
+    if (info.status == SS_MODE_REGISTER && reason_has_time(info.reason)) {
         snprintf(time, sizeof(time), "%d", info.timeSeconds);
     }
     // An item that is not there leaves its star to those behind it.
@@ -133,12 +133,12 @@ int32_t ss_set_query_call_forwarding(uint32_t sim_id, const RIL_CallForwardInfo&
 
 int32_t ss_handle_call_waiting(uint32_t sim_id, int32_t mode, int32_t service_class, uint32_t context_id) {
     MmiString string;
-    if (mode == SS_QUERY) {
+    if (mode == SS_MODE_QUERY) {
         return string.add(SS_CCWA_MODE_QUERY_STR).add(SS_HASH).send(sim_id, context_id);
     }
-    if (mode == SS_ENABLE) {
+    if (mode == SS_MODE_ENABLE) {
         string.add(SS_CCWA_MODE_ENABLE_STR);
-    } else if (mode == SS_DISABLE) {
+    } else if (mode == SS_MODE_DISABLE) {
         string.add(SS_CCWA_MODE_DISABLE_STR);
     }
     switch (service_class) {
@@ -161,15 +161,15 @@ int32_t ss_handle_call_waiting(uint32_t sim_id, int32_t mode, int32_t service_cl
 int32_t ss_handle_call_barring(uint32_t sim_id, const char* mmi_code, int32_t mode, const char* password,
                                int32_t service_class, uint32_t context_id) {
     MmiString string;
-    if (mode == SS_QUERY) {
+    if (mode == SS_MODE_QUERY) {
         return string.add(SS_STAR_HASH).add(mmi_code).add(SS_HASH).send(sim_id, context_id);
     }
     const char* given = password != nullptr ? password : "";
-    if ((mode != SS_ENABLE && mode != SS_DISABLE) || !is_password(given)) {
+    if ((mode != SS_MODE_ENABLE && mode != SS_MODE_DISABLE) || !is_password(given)) {
         RIL_TRACE(TRACE_ERROR, "%s: mode %d or the password's length refused\n", __func__, mode);
         return -1;
     }
-    string.add(mode == SS_ENABLE ? SS_STAR : SS_HASH).add(mmi_code).add(SS_STAR).add(given);
+    string.add(mode == SS_MODE_ENABLE ? SS_STAR : SS_HASH).add(mmi_code).add(SS_STAR).add(given);
     const char* service = mmi_code_of_class(service_class);
     if (service != nullptr) {
         string.add(SS_STAR).add(service);

@@ -17,7 +17,13 @@ void ss_module_init(uint32_t sim_id);
 // --- Services --------------------------------------------------------------------------------------------------------
 
 // RIL_CallForwardInfo::status as the mode of an operation, and a barring's mode.
-enum ss_mode : int32_t { SS_DISABLE = 0, SS_ENABLE = 1, SS_QUERY = 2, SS_REGISTER = 3, SS_ERASE = 4 };
+enum ss_mode : int32_t {
+    SS_MODE_DISABLE = 0,
+    SS_MODE_ENABLE = 1,
+    SS_MODE_QUERY = 2,
+    SS_MODE_REGISTER = 3,
+    SS_MODE_ERASE = 4
+};
 
 // Sends the operation that `info` tells, its `toa` apart, while the SIM is registered. 0 or -1.
 int32_t ss_set_query_call_forwarding(uint32_t sim_id, const RIL_CallForwardInfo& info, uint32_t context_id);

@@ -1,0 +1,242 @@
+// What the network says to services, in USSD and of a caller's name, with any content: through the entry points, with
+// the RIL thread behind them.
+#include <algorithm>
+#include <cstring>
+#include <deque>
+
+#include "fuzz/decode/input.h"
+#include "ril/core/src/agg_request/handlers.h"
+#include "ril/core/src/async_ril/async_ril.h"
+#include "ril/core/src/call/call.h"
+#include "ril/core/src/call/ecc_list.h"
+#include "ril/core/src/net/net.h"
+#include "ril/core/src/profile/profile.h"
+#include "ril/core/src/sim/pin.h"
+#include "ril/core/src/sim/sim.h"
+#include "ril/core/src/ss/ss.h"
+#include "rpc/multi-client/rpc-stubs/ril/entry_points.h"
+#include "rpc/multi-client/rpc-stubs/ril/stubs.h"
+#include "tests/harness/stood_in_rooms.h"
+
+std::array<agg_profile, 2> pAggprofileDB;
+
+namespace {
+
+std::deque<uint32_t> s_owed;  // contexts
+bool s_refuses;
+int s_open_requests;
+
+// --- Android
+
+void check_forwards(const void* response, size_t length) {
+    FUZZ_CHECK(length % sizeof(void*) == 0 && length / sizeof(void*) <= 12);
+    const auto* const* list = static_cast<const RIL_CallForwardInfo* const*>(response);
+    for (size_t i = 0; i < length / sizeof(void*); ++i) {
+        FUZZ_CHECK(strnlen(list[i]->number, 64) < 64 && (list[i]->status == 0 || list[i]->status == 1));
+    }
+}
+
+void check_calls(const void* response, size_t length) {
+    const auto* const* list = static_cast<const RIL_Call* const*>(response);
+    for (size_t i = 0; i < length / sizeof(void*); ++i) {
+        FUZZ_CHECK(list[i]->name == nullptr || strnlen(list[i]->name, 160) < 160);
+    }
+}
+
+void completed(RIL_Token token, RIL_Errno error, void* response, size_t length) {
+    --s_open_requests;
+    FUZZ_CHECK(s_open_requests >= 0);
+    const auto request = reinterpret_cast<uintptr_t>(token);
+    if (error == RIL_E_SUCCESS && request == RIL_REQUEST_QUERY_CALL_FORWARD_STATUS && length > 8) {
+        check_forwards(response, length);
+    } else if (error == RIL_E_SUCCESS && request == RIL_REQUEST_GET_CURRENT_CALLS) {
+        check_calls(response, length);
+    }
+}
+
+void told(int number, const void* data, size_t length) {
+    if (number == RIL_UNSOL_ON_USSD) {
+        const auto* const* texts = static_cast<const char* const*>(data);
+        FUZZ_CHECK(strlen(texts[0]) == 1 && length % sizeof(char*) == 0 && length / sizeof(char*) <= 2);
+        FUZZ_CHECK(length == sizeof(char*) || texts[1] == nullptr || strnlen(texts[1], 255) < 255);
+    }
+}
+
+void timed(RIL_TimedCallback, void*, const timeval*) {}
+
+const RIL_Env c_env = {completed, told, timed};
+
+void handle(int32_t request, void* data, size_t length, RIL_Token token) {
+    static constexpr request_row c_query = ROW(ril_request_query_call_forward_status);
+    static constexpr request_row c_ussd = ROW(ril_request_send_ussd);
+    static constexpr request_row c_calls = ROW(ril_request_get_current_calls);
+    const request_row& row = request == RIL_REQUEST_QUERY_CALL_FORWARD_STATUS ? c_query
+                             : request == RIL_REQUEST_SEND_USSD               ? c_ussd
+                                                                              : c_calls;
+    row.run(row, {0, request, token}, {data, length});
+}
+
+void ask(int number, const void* data, size_t length) {
+    ++s_open_requests;
+    qelril_post_request(0, number, const_cast<void*>(data), length,
+                        reinterpret_cast<RIL_Token>(static_cast<uintptr_t>(number)));
+}
+
+// --- The modem
+
+template <typename Record>
+Record any(Input& input) {
+    Record record{};
+    const auto octets = input.take(sizeof(record));
+    std::copy(octets.begin(), octets.end(), reinterpret_cast<uint8_t*>(&record));
+    return record;
+}
+
+// An answer of any kind to the oldest request. Texts always end: the unpacker sees to it.
+void answer(Input& input) {
+    if (s_owed.empty()) {
+        return;
+    }
+    const uint32_t context_id = s_owed.front();
+    s_owed.pop_front();
+    switch (input.choice() % 8) {
+        case 0: {
+            auto param = any<UtaSsCallForwardingIndParamStruct>(input);
+            for (UtaSsCallForwardingEntry& entry : param.entries) {
+                entry.number[sizeof(entry.number) - 1] = '\0';
+            }
+            UtaMsSsCallForwardingIndCb(0, &param, context_id);
+            break;
+        }
+        case 1: {
+            const auto param = any<UtaSsCallWaitingIndParamStruct>(input);
+            UtaMsSsCallWaitingIndCb(0, &param, context_id);
+            break;
+        }
+        case 2: {
+            const auto param = any<UtaSsCallBarringIndParamStruct>(input);
+            UtaMsSsCallBarringIndCb(0, &param, context_id);
+            break;
+        }
+        case 3: {
+            const auto param = any<UtaSsClirIndParamStruct>(input);
+            UtaMsSsClirIndCb(0, &param, context_id);
+            break;
+        }
+        case 4: {
+            const auto param = any<UtaSsIdentificationStatusIndParamStruct>(input);
+            UtaMsSsIdentificationStatusIndCb(0, &param, context_id);
+            break;
+        }
+        case 5: {
+            const auto param = any<UtaSsNetworkErrorIndParamStruct>(input);
+            UtaMsSsNetworkErrorIndCb(0, &param, context_id);
+            break;
+        }
+        default: {
+            const auto param = any<UtaSsUssdParamStruct>(input);
+            UtaMsSsUssdRspCb(0, &param, context_id);
+            break;
+        }
+    }
+}
+
+void call_is_there(uint8_t call_id) {
+    UtaCallCsIncomingCallIndCbParams param{};
+    param.call.call_id = call_id;
+    UtaMsCallCsIncomingCallIndCb(0, &param);
+}
+
+void step(Input& input) {
+    s_refuses = (input.choice() & 7) == 0;
+    switch (input.choice() % 7) {
+        case 0: {
+            const auto info = any<RIL_CallForwardInfo>(input);
+            ask(RIL_REQUEST_QUERY_CALL_FORWARD_STATUS, &info, sizeof(info));
+            break;
+        }
+        case 1: {
+            auto text = input.take(input.choice());
+            text.push_back(0);
+            ask(RIL_REQUEST_SEND_USSD, text.data(), text.size());
+            break;
+        }
+        case 2: {
+            const auto param = any<UtaSsUssdParamStruct>(input);
+            UtaMsSsUssdIndCb(0, &param);
+            break;
+        }
+        case 3: {
+            auto param = any<UtaCallCsCallingNameInfoIndCbParams>(input);
+            param.call.call_id = 1;
+            UtaMsCallCsCallingNameInfoIndCb(0, &param);
+            ask(RIL_REQUEST_GET_CURRENT_CALLS, nullptr, 0);
+            break;
+        }
+        default:
+            answer(input);
+            break;
+    }
+}
+
+}  // namespace
+
+int32_t uta::call(uint16_t id, const uta::Word* words) {
+    if (s_refuses) {
+        return -1;
+    }
+    if (id == uta::row::UtaMsSsSendUssdReq::id) {
+        FUZZ_CHECK(reinterpret_cast<const UtaSsSendUssdParamStruct*>(words[1])->length <= 184);
+        s_owed.push_back(static_cast<uint32_t>(words[2]));
+    } else if (id == uta::row::UtaMsSsRespondUssd::id) {
+        FUZZ_CHECK(reinterpret_cast<const UtaSsRespondUssdParamStruct*>(words[1])->length <= 184);
+        s_owed.push_back(static_cast<uint32_t>(words[2]));
+    }
+    return 0;
+}
+
+// The rooms around the services.
+uint32_t net_get_modem_registration_state(uint32_t) {
+    return 1;
+}
+uint32_t get_sim_state(uint32_t) {
+    return SIM_STATUS_SIM_READY;
+}
+const ecc_list* sim_get_ecc_list(uint32_t) {
+    return nullptr;
+}
+uint32_t sim_get_ecc_records(uint32_t) {
+    return 0;
+}
+int32_t sim_handle_sim_lock_personalisation_facility(uint32_t, int32_t, int32_t, const char*, int32_t, uint32_t) {
+    return -1;
+}
+int32_t ss_handle_simcard_lock_facility(uint32_t, int32_t, int32_t, const char*, int32_t, uint32_t) {
+    return -1;
+}
+int32_t ss_handle_fixed_dialing_lock_facility(uint32_t, int32_t, int32_t, const char*, int32_t, uint32_t) {
+    return -1;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    Input input(data, size);
+    s_owed.clear();
+    s_refuses = false;
+    s_open_requests = 0;
+    stood_in.handler = handle;
+    stood_in.modem_init = [] {
+        const RunLock lock;
+        pAggprofileDB = {};
+        callmngr_module_init(0);
+        ss_module_init(0);
+        return 0;
+    };
+    start_engine(&c_env);
+    call_is_there(1);
+    while (!input.is_empty()) {
+        step(input);
+    }
+    stop_engine();
+    FUZZ_CHECK(s_open_requests == 0);
+    return 0;
+}
