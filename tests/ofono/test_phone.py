@@ -115,3 +115,43 @@ def test_the_modem_crashes_in_a_call(sim, network):
     eventually(sim.calls, [("5550123", "alerting")])
     sim.VoiceCallManager.HangupAll()
     eventually(sim.calls, [])
+
+
+def test_a_ussd_menu(sim, network):
+    answer = sim.SupplementaryServices.Initiate("*100#", timeout=30)
+    assert answer[0] == "USSD" and answer[1]
+    eventually(lambda: sim.see("SupplementaryServices", "State"), "user-response")
+    assert sim.SupplementaryServices.Respond("2", timeout=30)
+    eventually(lambda: sim.see("SupplementaryServices", "State"), "user-response")
+    sim.SupplementaryServices.Respond("4711", timeout=30)
+    assert network.holds("ussd answered 4711")
+    eventually(lambda: sim.see("SupplementaryServices", "State"), "idle")
+
+
+def test_forwarding_and_barring(sim, network):
+    sim.set("CallForwarding", "VoiceBusy", "+493012345")
+    eventually(lambda: sim.see("CallForwarding", "VoiceBusy"), "+493012345")
+    sim.VoiceCallManager.Dial("5550199", "default")
+    eventually(sim.calls, [("5550199", "alerting")])
+    network("call answer 1")
+    sim.VoiceCallManager.HangupAll()
+    eventually(sim.calls, [])
+    sim.CallForwarding.DisableAll("all", timeout=60)
+    eventually(lambda: sim.see("CallForwarding", "VoiceBusy"), "")
+    with pytest.raises(dbus.DBusException):
+        sim.CallBarring.SetProperty("VoiceOutgoing", "all", "9999", timeout=60)
+    sim.CallBarring.SetProperty("VoiceOutgoing", "all", "0000", timeout=60)
+    eventually(lambda: sim.see("CallBarring", "VoiceOutgoing"), "all")
+    sim.CallBarring.SetProperty("VoiceOutgoing", "disabled", "0000", timeout=60)
+    eventually(lambda: sim.see("CallBarring", "VoiceOutgoing"), "disabled")
+
+
+def test_tones_reach_the_far_end(sim, network):
+    sim.VoiceCallManager.Dial("5550199", "default")
+    eventually(sim.calls, [("5550199", "alerting")])
+    network("call answer 1")
+    eventually(sim.calls, [("5550199", "active")])
+    sim.VoiceCallManager.SendTones("12#", timeout=60)
+    eventually(lambda: network.holds("heard 12#"))
+    sim.VoiceCallManager.HangupAll()
+    eventually(sim.calls, [])
