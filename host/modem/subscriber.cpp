@@ -103,6 +103,7 @@ Error change_forwarding(Subscriber& subscriber, MmiProcedure procedure, const Mm
     if (!groups || !seconds || (registers && mmi.item(0).empty())) {
         return ILLEGAL_OPERATION;
     }
+    bool is_registered = false;
     for (const Condition condition : conditions) {
         for (const Group group : *groups) {
             auto& forwarding = subscriber.forwarding[condition];
@@ -115,12 +116,11 @@ Error change_forwarding(Subscriber& subscriber, MmiProcedure procedure, const Mm
                 forwarding.erase(group);
             } else if (const auto it = forwarding.find(group); it != forwarding.end()) {
                 it->second.active = procedure == MmiProcedure::ACTIVATION;
-            } else if (procedure == MmiProcedure::ACTIVATION && conditions.size() == 1) {
-                return ERROR_STATUS;
+                is_registered = true;
             }
         }
     }
-    return NO_ERROR;
+    return procedure == MmiProcedure::ACTIVATION && !is_registered ? ERROR_STATUS : NO_ERROR;
 }
 
 std::vector<Entry> list_forwarding(const Subscriber& subscriber, const std::vector<Condition>& conditions) {
