@@ -28,8 +28,12 @@ int s_open_requests;
 
 // --- Android
 
+bool is_list(size_t length) {
+    return length % sizeof(void*) == 0;
+}
+
 void check_forwards(const void* response, size_t length) {
-    FUZZ_CHECK(length % sizeof(void*) == 0 && length / sizeof(void*) <= 12);
+    FUZZ_CHECK(is_list(length) && length / sizeof(void*) <= 12);
     const auto* const* list = static_cast<const RIL_CallForwardInfo* const*>(response);
     for (size_t i = 0; i < length / sizeof(void*); ++i) {
         FUZZ_CHECK(strnlen(list[i]->number, 64) < 64 && (list[i]->status == 0 || list[i]->status == 1));
@@ -57,7 +61,7 @@ void completed(RIL_Token token, RIL_Errno error, void* response, size_t length) 
 void told(int number, const void* data, size_t length) {
     if (number == RIL_UNSOL_ON_USSD) {
         const auto* const* texts = static_cast<const char* const*>(data);
-        FUZZ_CHECK(strlen(texts[0]) == 1 && length % sizeof(char*) == 0 && length / sizeof(char*) <= 2);
+        FUZZ_CHECK(strlen(texts[0]) == 1 && is_list(length) && length / sizeof(char*) <= 2);
         FUZZ_CHECK(length == sizeof(char*) || texts[1] == nullptr || strnlen(texts[1], 255) < 255);
     }
 }
