@@ -39,6 +39,7 @@ constexpr std::array<request_row, c_requests> make_table() {
     table[RIL_REQUEST_SEND_SMS] = ROW(ril_request_send_sms, "%s: Input paramters are invalid\n");
     table[RIL_REQUEST_SEND_SMS_EXPECT_MORE] =
         ROW(ril_request_send_sms_expect_more, "%s: Input paramters are invalid\n");
+    table[RIL_REQUEST_SETUP_DATA_CALL] = ROW(ril_request_setup_data_call);
     table[RIL_REQUEST_SIM_IO] = ROW(ril_request_sim_io);
     table[RIL_REQUEST_SEND_USSD] = ROW(ril_request_send_ussd);
     table[RIL_REQUEST_CANCEL_USSD] = ROW(ril_request_cancel_ussd);
@@ -52,6 +53,7 @@ constexpr std::array<request_row, c_requests> make_table() {
     table[RIL_REQUEST_GET_IMEI] = ROW(ril_request_get_imei_imeisv_devid);
     table[RIL_REQUEST_GET_IMEISV] = ROW(ril_request_get_imei_imeisv_devid);
     table[RIL_REQUEST_ANSWER] = ROW(ril_request_answer);
+    table[RIL_REQUEST_DEACTIVATE_DATA_CALL] = ROW(ril_request_deactivate_data_call);
     table[RIL_REQUEST_QUERY_FACILITY_LOCK] = ROW(ril_request_query_facility_lock);
     table[RIL_REQUEST_SET_FACILITY_LOCK] = ROW(ril_request_set_facility_lock);
     table[RIL_REQUEST_CHANGE_BARRING_PASSWORD] = ROW(ril_request_change_barring_password);
@@ -66,6 +68,8 @@ constexpr std::array<request_row, c_requests> make_table() {
     table[RIL_REQUEST_SET_MUTE] = ROW(ril_request_set_mute);
     table[RIL_REQUEST_GET_MUTE] = ROW(ril_request_get_mute);
     table[RIL_REQUEST_QUERY_CLIP] = ROW(ril_request_query_clip);
+    table[RIL_REQUEST_LAST_DATA_CALL_FAIL_CAUSE] = ROW(ril_request_last_data_call_fail_cause);
+    table[RIL_REQUEST_DATA_CALL_LIST] = ROW(ril_request_data_call_list);
     table[RIL_REQUEST_SCREEN_STATE] = ROW(ril_request_screen_state, "%s: p_data is NULL, sim_id = %d\n");
     table[RIL_REQUEST_SET_SUPP_SVC_NOTIFICATION] = ROW(ril_request_set_ss_notification);
     table[RIL_REQUEST_WRITE_SMS_TO_SIM] = ROW(ril_request_write_sms_to_sim);

@@ -89,3 +89,9 @@ void ril_request_cancel_ussd(request_context& context);
 void ril_request_dtmf(request_context& context, const char* digit);
 void ril_request_dtmf_start(request_context& context, const char* digit);
 void ril_request_dtmf_stop(request_context& context);
+
+// Data calls. Whether any may be set up is answered before the data is looked at.
+void ril_request_setup_data_call(const ril_request& request, ril_data data);
+void ril_request_deactivate_data_call(const ril_request& request, ril_data data);
+void ril_request_last_data_call_fail_cause(const ril_request& request);
+void ril_request_data_call_list(const ril_request& request);

@@ -1,5 +1,4 @@
-// What a scan and a packet detach ask of packet data. Until that is there, weak functions say that no data call exists
-// (seams.cpp); its own definitions take their place. All on the RIL thread.
+// What a scan and a packet detach ask of packet data, which defines it. All on the RIL thread.
 #pragma once
 
 #include <telephony/ril.h>
@@ -14,3 +13,6 @@ uint32_t gprs_get_cid(uint32_t sim_id, uint32_t index);                         
 void gprs_remove_data_call_list(uint32_t sim_id, uint32_t uta_cid);  // frees what Android was told
 void gprs_network_deactivate(uint32_t sim_id, uint32_t uta_cid);     // cleans up after a call that the network ended
 void ril_unsol_data_call_list_change(uint32_t sim_id);
+
+// Brings all calls down on the context of a request to scan, and scans then. The request's answer comes from there.
+void bringdownconnection(uint32_t sim_id, uint32_t ctxt_id);

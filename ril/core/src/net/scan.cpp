@@ -123,12 +123,6 @@ int32_t net_scan_available_networks(uint32_t sim_id, uint32_t context_id) {
     return 0;
 }
 
-int32_t deactivate_all(uint32_t sim_id, uint32_t context_id) {
-    deactivate_pdp_beforenetscan = 1;
-    const UtaCallPsDeactivateReqParams every_context{};
-    return RemUtaMsCallPsDeactivateReq(sim_id, &every_context, context_id);
-}
-
 // Packet service was given up for the search. The answer finds its context free and is dropped.
 void net_PSattach_afternetscan(uint32_t sim_id, uint32_t context_id) {
     if (RemUtaMsNetPsAttachReq(sim_id, context_id) != 0) {
@@ -175,10 +169,9 @@ void net_scan_start(uint32_t sim_id) {
 }
 
 void net_scan_without_data_calls(uint32_t sim_id, uint32_t ctxt_id) {
-    const uint32_t context_id = uta_context_id(ctxt_id);
-    const int32_t result = any_pdp_is_active(sim_id) ? deactivate_all(sim_id, context_id)
-                                                     : net_scan_available_networks(sim_id, context_id);
-    if (result != 0) {
+    if (any_pdp_is_active(sim_id)) {
+        bringdownconnection(sim_id, ctxt_id);
+    } else if (net_scan_available_networks(sim_id, uta_context_id(ctxt_id)) != 0) {
         // No answer will come that lets data calls in again.
         deactivate_pdp_beforenetscan = 0;
         qelril_free_and_return_generic_failure(ctxt_id);

@@ -12,6 +12,7 @@
 #include "ril/core/src/async_ril/async_ril.h"
 #include "ril/core/src/async_ril/radio_state.h"
 #include "ril/core/src/call/call.h"
+#include "ril/core/src/gprs/gprs.h"
 #include "ril/core/src/net/net.h"
 #include "ril/core/src/profile/profile.h"
 #include "ril/core/src/reset/reset.h"

@@ -8,10 +8,6 @@
 #include <cstdint>
 
 // Start values of one SIM's state. Modem event thread, before the RIL thread has work.
-void gprs_init(uint32_t sim_id);
 void stk_module_init(uint32_t sim_id);
 void em_module_init(uint32_t sim_id);
 int32_t mtpm_init();  // negative on failure
-
-// Frees what packet data holds. Modem event thread, without a RIL thread.
-void gprs_exit();
