@@ -43,6 +43,8 @@ const Console::Command Console::c_commands[] = {
     {"lock", &Console::lock, false, "FACILITY [on|off [CODE]]   SC, FD, PN and others: asked, or set"},
     {"file", &Console::file, true, "ID [PATH] [is VALUE]   a file of the card, such as 6F07: all its bytes or records"},
     {"prefer", &Console::prefer, false, "gsm|umts|lte|gsm+umts|umts+lte|any   the technologies that the modem may use"},
+    {"data", &Console::data, false,
+     "[on APN [PROTOCOL [USER PASSWORD]] | off CID | list | why]   the registration; a data call; the last one's end"},
     {"bands", &Console::bands, false, "[MODE]   the band modes that there are; sets one"},
     {"expect", &Console::expect, true,
      "REQUEST ERROR [SECONDS] [VALUE]   a completion; completion is any request's, any any error"},

@@ -69,6 +69,7 @@ private:
     Outcome lock(const Words& words, const std::string& rest);
     Outcome file(const Words& words, const std::string& rest);
     Outcome prefer(const Words& words, const std::string& rest);
+    Outcome data(const Words& words, const std::string& rest);
     Outcome bands(const Words& words, const std::string& rest);
     std::optional<std::string> ask_card(int command, int file, const std::string& path, size_t p1, size_t p2,
                                         size_t p3);

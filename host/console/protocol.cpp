@@ -129,7 +129,6 @@ constexpr Shortcut c_shortcuts[] = {
     {"swap", RIL_REQUEST_SWITCH_WAITING_OR_HOLDING_AND_ACTIVE, "void", ""},
     {"join", RIL_REQUEST_CONFERENCE, "void", ""},
     {"voice", RIL_REQUEST_VOICE_REGISTRATION_STATE, "void", ""},
-    {"data", RIL_REQUEST_DATA_REGISTRATION_STATE, "void", ""},
     {"data-calls", RIL_REQUEST_DATA_CALL_LIST, "void", ""},
     {"cells", RIL_REQUEST_GET_CELL_INFO_LIST, "void", ""},
     {"network-type", RIL_REQUEST_SET_PREFERRED_NETWORK_TYPE, "ints", "TYPE"},

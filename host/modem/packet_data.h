@@ -1,0 +1,9 @@
+// What other services of the modem know of packet data. Runs in the loop.
+#pragma once
+
+#include <cstdint>
+
+class Modem;
+
+// A call on GSM takes the radio, or gives it back: packet service rests meanwhile (3GPP TS 23.060, 16.2.1).
+void packet_service_rests(Modem& modem, uint32_t sim_id, bool rests);
