@@ -99,7 +99,7 @@ void complete_with_forwarding(uint32_t ctxt_id, const UtaSsCallForwardingIndPara
         list[count] = &infos[count];
         ++count;
     }
-    qelril_complete_and_return(ctxt_id, RIL_E_SUCCESS, list.data(), count * sizeof(list[0]));
+    qelril_complete_and_return(ctxt_id, RIL_E_SUCCESS, list.data(), count * sizeof(void*));
 }
 
 // An operation that is none of the known ones has failed.
