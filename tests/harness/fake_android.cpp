@@ -25,25 +25,6 @@ void FakeAndroid::reset() {
     std::exchange(unsolicited_, {});
 }
 
-void FakeAndroid::set_interpreter(Interpreter interpreter) {
-    const std::lock_guard lock(lock_);
-    interpreter_ = std::move(interpreter);
-}
-
-std::string FakeAndroid::as_string(const void* response, size_t length) {
-    (void)length;
-    return static_cast<const char*>(response);
-}
-
-std::string FakeAndroid::as_strings(const void* response, size_t length) {
-    std::string text;
-    for (size_t i = 0; i < length / sizeof(char*); ++i) {
-        const char* item = static_cast<const char* const*>(response)[i];
-        text += (i == 0 ? "" : "\n") + std::string(item == nullptr ? "(null)" : item);
-    }
-    return text;
-}
-
 void FakeAndroid::set_unsolicited_hook(std::function<void(int number)> hook) {
     const std::lock_guard lock(lock_);
     hook_ = std::move(hook);
@@ -117,10 +98,9 @@ size_t FakeAndroid::timers() {
 void FakeAndroid::on_complete(RIL_Token token, RIL_Errno error, void* response, size_t length) {
     FakeAndroid& android = instance();
     const std::lock_guard lock(android.lock_);
-    Completion completion{token, error, response != nullptr, {}, {}};
+    Completion completion{token, error, response != nullptr, {}};
     if (response != nullptr) {
         completion.data.assign(static_cast<const char*>(response), length);
-        completion.text = android.interpreter_ ? android.interpreter_(response, length) : "";
     }
     android.completions_.push_back(std::move(completion));
     if (android.observer_.completed) {

@@ -18,7 +18,6 @@ public:
         RIL_Errno error;
         bool has_data;
         std::string data;  // the bytes of the response
-        std::string text;  // what the interpreter made of it
     };
     struct Unsolicited {
         int number;
@@ -31,13 +30,6 @@ public:
     static RIL_Token token(uintptr_t number) { return reinterpret_cast<RIL_Token>(number); }
 
     void reset();
-
-    // Reads what a response points to while it is valid, into Completion::text. The two below are for a string (one
-    // char*) and for "strings", joined by line ends, a null one as "(null)".
-    using Interpreter = std::function<std::string(const void* response, size_t length)>;
-    void set_interpreter(Interpreter interpreter);
-    static std::string as_string(const void* response, size_t length);
-    static std::string as_strings(const void* response, size_t length);
 
     // Called on the library's thread with the number of each unsolicited response, behind its record here.
     void set_unsolicited_hook(std::function<void(int number)> hook);
@@ -71,7 +63,6 @@ private:
     std::condition_variable changed_;
     std::vector<Completion> completions_;
     std::vector<Unsolicited> unsolicited_;
-    Interpreter interpreter_;
     std::function<void(int)> hook_;
     Observer observer_;
     std::multimap<int64_t, std::pair<RIL_TimedCallback, void*>> timers_;  // by due time in milliseconds

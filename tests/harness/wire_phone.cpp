@@ -86,12 +86,6 @@ std::string dual_sim_service(uint32_t state, uint32_t sim_id) {
     return indication(84, record("81 72", u32(state)), sim_id);
 }
 
-// UtaMsSimInitIndCb with a good result and an IMSI.
-std::string card_initialised() {
-    const std::string imsi = octets(std::string("\x29\x26\x10\0\0\0\0\x10", 8), 8);
-    return indication(149, record("82 2A", u32(0) + u32(0) + u32(0) + imsi + u8(8) + u32(1) + u32(0)));
-}
-
 std::string property(const char* key) {
     char value[PROPERTY_VALUE_MAX];
     property_get(key, value, "(unset)");
@@ -137,10 +131,7 @@ std::string WirePhone::hear(const std::vector<std::string>& packets) {
 
 std::string WirePhone::text_of(const FakeAndroid::Completion& done) {
     std::string text = std::to_string(done.error);
-    if (!done.text.empty()) {
-        text += ": " + done.text;
-        std::replace(text.begin(), text.end(), '\n', '|');
-    } else if (done.data.size() == sizeof(int)) {
+    if (done.data.size() == sizeof(int)) {
         text += ": " + std::to_string(integers(done.data).front());
     }
     return text;

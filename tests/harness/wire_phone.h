@@ -20,7 +20,6 @@ std::string response(uint32_t id, const std::string& body, uint32_t sim_id = 0);
 
 // Indications that more than one room hears.
 std::string dual_sim_service(uint32_t state, uint32_t sim_id = 0);
-std::string card_initialised();
 
 std::string property(const char* key);  // "(unset)" if it is not set
 
@@ -33,7 +32,7 @@ public:
     // its own, so that everything before it has been handled.
     std::string hear(const std::vector<std::string>& packets);
 
-    // Error and content of a completion: "0", "0: 16", or "0: 1|12|(null)" of what the interpreter made lines of.
+    // Error and content of a completion: "0", "0: 16".
     static std::string text_of(const FakeAndroid::Completion& done);
 
     // What went to the modem since the last call, contexts of requests as "AA AA AA AA".
