@@ -1,17 +1,19 @@
 // The phone's network: lo, and pairs of virtual Ethernet devices. The phone's ends, veth0 and on, are down, as the
-// library finds them; the far ends, peer0 and on, are up, so that a packet sent has somewhere to arrive.
+// library finds them. The far ends, peer0 and on, are the network's, which has a namespace of its own (far_side.cpp).
+#include <linux/if_ether.h>
 #include <linux/rtnetlink.h>
 #include <linux/veth.h>
-#include <net/if.h>
-#include <sys/ioctl.h>
+#include <sys/random.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <array>
 #include <cerrno>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
 
+#include "host/sandbox/far_side.h"
 #include "host/sandbox/sandbox.h"
 
 namespace {
@@ -66,36 +68,43 @@ int ask_kernel(int fd, std::string& request) {
     return whole && reply.header.nlmsg_type == NLMSG_ERROR ? -reply.error.error : EPROTO;
 }
 
-void add_veth(int fd, const std::string& name, const std::string& peer) {
-    Message message;
-    message.add(nlmsghdr{0, RTM_NEWLINK, NLM_F_REQUEST | NLM_F_ACK | NLM_F_CREATE | NLM_F_EXCL, 0, 0});
+// Both ends share one hardware address: the phone asks nobody for its neighbour's, so its frames go to its own.
+using HardwareAddress = std::array<unsigned char, ETH_ALEN>;
+
+void add_end(Message& message, const std::string& name, const HardwareAddress& address) {
     message.add(ifinfomsg{});
     message.add_text(IFLA_IFNAME, name);
+    message.add(rtattr{sizeof(rtattr) + ETH_ALEN, IFLA_ADDRESS});
+    message.add(address);
+}
+
+HardwareAddress make_address() {
+    HardwareAddress address;
+    if (getrandom(address.data(), address.size(), 0) != static_cast<ssize_t>(address.size())) {
+        fail("getrandom", errno);
+    }
+    address[0] = static_cast<unsigned char>((address[0] & 0xFCU) | 0x02U);  // of one station, given locally
+    return address;
+}
+
+void add_veth(int fd, const std::string& name, const std::string& peer, pid_t far_side) {
+    const HardwareAddress address = make_address();
+    Message message;
+    message.add(nlmsghdr{0, RTM_NEWLINK, NLM_F_REQUEST | NLM_F_ACK | NLM_F_CREATE | NLM_F_EXCL, 0, 0});
+    add_end(message, name, address);
     const size_t info = message.open(IFLA_LINKINFO);
     message.add_text(IFLA_INFO_KIND, "veth");
     const size_t data = message.open(IFLA_INFO_DATA);
     const size_t far_end = message.open(VETH_INFO_PEER);
-    message.add(ifinfomsg{});
-    message.add_text(IFLA_IFNAME, peer);
+    add_end(message, peer, address);
+    message.add(rtattr{sizeof(rtattr) + sizeof(far_side), IFLA_NET_NS_PID});
+    message.add(far_side);
     message.close(far_end);
     message.close(data);
     message.close(info);
     const int error = ask_kernel(fd, message.bytes());
     if (error != 0) {
         fail("cannot make the interface " + name, error);
-    }
-}
-
-void bring_up(int fd, const std::string& name) {
-    ifreq request = {};
-    name.copy(request.ifr_name, IFNAMSIZ - 1);
-    int result = ioctl(fd, SIOCGIFFLAGS, &request);
-    if (result == 0) {
-        request.ifr_flags = static_cast<short>(request.ifr_flags | IFF_UP);
-        result = ioctl(fd, SIOCSIFFLAGS, &request);
-    }
-    if (result != 0) {
-        fail("cannot bring up the interface " + name, errno);
     }
 }
 
@@ -108,11 +117,12 @@ void make_network(int veths) {
         fail("socket", errno);
     }
     bring_up(control, "lo");
+    FarSide far_side = start_far_side();
     for (int i = 0; i < veths; ++i) {
         const std::string number = std::to_string(i);
-        add_veth(netlink, "veth" + number, "peer" + number);
-        bring_up(control, "peer" + number);
+        add_veth(netlink, "veth" + number, "peer" + number, far_side.process);
     }
+    open_far_side(far_side, veths);
     close(control);
     close(netlink);
 }
