@@ -1,5 +1,8 @@
 """What an unmodified oFono makes of the phone, and what the simulated network saw of it."""
 
+import socket
+import subprocess
+
 import dbus
 import pytest
 from conftest import eventually
@@ -155,3 +158,24 @@ def test_tones_reach_the_far_end(sim, network):
     eventually(lambda: network.holds("heard 12#"))
     sim.VoiceCallManager.HangupAll()
     eventually(sim.calls, [])
+
+
+def test_packets_over_a_data_context(sim, network):
+    sim.set("ConnectionManager", "Powered", dbus.Boolean(True))
+    eventually(lambda: sim.see("ConnectionManager", "Attached"), True)
+    internet = [path for path, properties in sim.ConnectionManager.GetContexts() if properties["Type"] == "internet"]
+    path = internet[0] if internet else sim.ConnectionManager.AddContext("internet")
+    context = sim.at(path, "ConnectionContext")
+    context.SetProperty("AccessPointName", "internet")
+    context.SetProperty("Protocol", "ip")
+    context.SetProperty("Active", dbus.Boolean(True), timeout=60)
+    settings = context.GetProperties()["Settings"]
+    assert settings["Interface"] == "veth0"
+    assert settings["Address"] in subprocess.check_output(["ip", "-o", "-4", "addr", "show", "veth0"], text=True)
+    # What a connection manager does with these settings.
+    subprocess.check_call(["ip", "-4", "route", "replace", "default", "dev", "veth0"])
+    with socket.create_connection(("10.20.0.1", 80), timeout=10) as server:
+        server.sendall(b"GET /\n")
+        assert b"greets" in server.makefile("rb").read()
+    context.SetProperty("Active", dbus.Boolean(False), timeout=60)
+    eventually(lambda: "UP" not in subprocess.check_output(["ip", "-br", "link", "show", "veth0"], text=True).split("<")[1])

@@ -16,8 +16,9 @@ constexpr int c_data_call_active = 2;  // and up; 1 is down by now
 
 template <size_t size>
 char* write(char (&out)[size], const char* text) {
-    strncpy(out, text, size - 1);
-    out[size - 1] = '\0';
+    const size_t length = strnlen(text, size - 1);
+    memcpy(out, text, length);
+    out[length] = '\0';
     return out;
 }
 
