@@ -1,0 +1,315 @@
+// Data calls in random orders of setups, teardowns, endings by the network, scans and crashes, against a model of the
+// modem that keeps count of what the library holds there.
+#include <gtest/gtest.h>
+#include <sys/ioctl.h>
+
+#include <cstdarg>
+#include <map>
+#include <memory>
+#include <random>
+#include <set>
+#include <utility>
+
+#include "ril/config/ril_config.h"
+#include "ril/core/src/agg_request/handlers.h"
+#include "ril/core/src/gprs/gprs.h"
+#include "ril/core/src/gprs/pdp_device.h"
+#include "ril/core/src/net/data_calls.h"
+#include "ril/core/src/net/net.h"
+#include "ril/core/src/net/scan.h"
+#include "ril/core/src/sim/acl.h"
+#include "rpc/multi-client/rpc-stubs/ril/entry_points.h"
+#include "rpc/multi-client/rpc-stubs/ril/records.h"
+#include "rpc/multi-client/rpc-stubs/ril/stubs.h"
+#include "tests/harness/fake_android.h"
+#include "tests/harness/stood_in_rooms.h"
+
+namespace {
+
+struct Sent {
+    uint16_t function;
+    uint32_t context_id;
+    int32_t cid;
+};
+
+constexpr uint16_t c_scan = 73;
+
+std::mt19937 s_random;
+std::map<int32_t, bool> s_contexts;  // of the modem; true: active
+std::set<int32_t> s_channels;
+int32_t s_handle = 0;
+std::vector<Sent> s_outstanding;
+std::string s_wrong;
+
+bool one_in(uint32_t count) {
+    return s_random() % count == 0;
+}
+
+int32_t obtain(int32_t& cid) {
+    cid = 31;
+    while (s_contexts.contains(cid)) {
+        ++cid;
+    }
+    if (one_in(20)) {
+        return -1;
+    }
+    s_contexts[cid] = false;
+    return 0;
+}
+
+}  // namespace
+
+// --- What stands around packet data ----------------------------------------------------------------------------------
+
+int32_t uta::call(uint16_t id, const uta::Word* words) {
+    const auto integer = [](uta::Word word) -> int32_t& { return *reinterpret_cast<int32_t*>(word); };
+    switch (id) {
+        case 3:
+            return obtain(integer(words[1]));
+        case 4:
+            s_wrong += s_contexts.erase(integer(words[1])) == 1 ? "" : "released twice ";
+            return 0;
+        case 29:
+            return one_in(20) ? -1 : *s_channels.insert(++s_handle).first;
+        case 30:
+            return one_in(20) ? -1 : 0;
+        case 31:
+            s_wrong += s_channels.erase(integer(words[0])) == 1 ? "" : "closed twice ";
+            return 0;
+        default:
+            break;
+    }
+    constexpr uint16_t c_deactivate = 23;
+    constexpr uint16_t c_undefine = 7;
+    if (id != c_deactivate && id != c_undefine && one_in(20)) {
+        return -1;
+    }
+    s_outstanding.push_back({id, static_cast<uint32_t>(words[2]), integer(words[1])});
+    return 0;
+}
+
+extern "C" int ioctl(int, unsigned long, ...) noexcept {
+    return one_in(100) ? -1 : 0;
+}
+
+uint32_t pdp_act_nok_flag = 0;
+uint32_t deactivate_pdp_beforenetscan = 0;
+uint32_t is_ps_registered(uint32_t) {
+    return 1;
+}
+uint32_t sim_check_apn_listed_in_acl(uint32_t, const char*) {
+    return 1;
+}
+int32_t ril_config_get_max_gprs_pdp_context() {
+    return 2;
+}
+const char* ril_config_get_cfg_string(uint32_t) {
+    return "device";
+}
+void net_scan_without_data_calls(uint32_t sim_id, uint32_t ctxt_id) {
+    if (gprs_is_pdp_active(sim_id, 0) == 1 || gprs_is_pdp_active(sim_id, 1) == 1) {
+        bringdownconnection(sim_id, ctxt_id);
+    } else {
+        s_outstanding.push_back({c_scan, ctxt_id, 0});
+    }
+}
+
+namespace {
+
+void handle(int32_t request, void* data, size_t length, RIL_Token token) {
+    static constexpr request_row c_setup = ROW(ril_request_setup_data_call);
+    static constexpr request_row c_end = ROW(ril_request_deactivate_data_call);
+    static constexpr request_row c_list = ROW(ril_request_data_call_list);
+    const ril_request received = {0, request, token};
+    if (request == RIL_REQUEST_QUERY_AVAILABLE_NETWORKS) {
+        request_context context(received, __func__);
+        net_scan_without_data_calls(0, context.hand_over());
+        return;
+    }
+    const request_row& row = request == RIL_REQUEST_SETUP_DATA_CALL        ? c_setup
+                             : request == RIL_REQUEST_DEACTIVATE_DATA_CALL ? c_end
+                                                                           : c_list;
+    row.run(row, received, {data, length});
+}
+
+class DataWalk : public testing::Test {
+protected:
+    void SetUp() override {
+        android.reset();
+        stood_in.reset();
+        stood_in.handler = handle;
+        stood_in.modem_init = [] {
+            gprs_init(0);
+            return 0;
+        };
+        stood_in.module_exit = gprs_exit;
+        start_engine(FakeAndroid::env());
+    }
+    void TearDown() override { stop_engine(); }
+
+    void request(int32_t number, std::vector<const char*> texts = {}) {
+        qelril_post_request(0, number, texts.data(), texts.size() * sizeof(char*), FakeAndroid::token(++tokens));
+    }
+    void set_up() {
+        constexpr const char* c_protocols[] = {"IP", "IPV6", "IPV4V6", "X"};
+        constexpr const char* c_auth[] = {"0", "1", "2", "9"};
+        constexpr const char* c_cids[] = {nullptr, nullptr, "1", "2", "3"};
+        request(RIL_REQUEST_SETUP_DATA_CALL, {"1", "0", "internet", "me", "pass", c_auth[s_random() % 4],
+                                              c_protocols[s_random() % 4], nullptr, c_cids[s_random() % 5]});
+    }
+    static void end_by_network() {
+        for (auto& [cid, active] : s_contexts) {
+            if (active && one_in(2)) {
+                active = false;
+                const UtaCallPsDeactivateIndCbParams param{{cid}, 0, -131};
+                UtaMsCallPsDeactivateIndCb(0, &param);
+                return;
+            }
+        }
+    }
+    void crash() {
+        stop_engine();
+        s_contexts.clear();
+        s_channels.clear();
+        s_outstanding.clear();
+        start_engine(FakeAndroid::env());
+    }
+
+    template <class Response>
+    static void respond(void (*entry)(uint32_t, const Response*, uint32_t), const Sent& sent, int32_t result) {
+        Response response{};
+        response.result = result;
+        response.id.cid = sent.cid;
+        if constexpr (requires { response.address; }) {
+            response.address.ip_type = static_cast<int32_t>(s_random() % 8);
+        }
+        if constexpr (requires { response.num_secondary_dns; }) {
+            response.num_secondary_dns = static_cast<uint8_t>(s_random() % 18);
+        }
+        entry(0, &response, sent.context_id);
+    }
+    static void end_all(int32_t cid) {
+        for (auto& [number, active] : s_contexts) {
+            active = active && cid != 0 && cid != number;
+        }
+    }
+    static void answer(const Sent& sent) {
+        const auto at = s_contexts.find(sent.cid);
+        const int32_t result = one_in(10) ? -128 : 0;
+        const bool active = at != s_contexts.end() && at->second;
+        switch (sent.function) {
+            case 5:
+                return respond(UtaMsCallPsDefinePrimaryRspCb, sent, result);
+            case 11:
+                return respond(UtaMsCallPsSetAuthenticationRspCb, sent, result);
+            case 13:
+                return respond(UtaMsCallPsSetReqDnsRspCb, sent, result);
+            case 21:
+                at->second = result == 0;
+                return respond(UtaMsCallPsActivateRspCb, sent, result);
+            case 19:
+                return respond(UtaMsCallPsGetNegIpAddrRspCb, sent, active ? result : -1);
+            case 17:
+                return respond(UtaMsCallPsGetNegotiatedDnsRspCb, sent, active ? result : -1);
+            case 26:
+                return respond(UtaMsCallPsConnectRspCb, sent, active ? result : -1);
+            case 23:
+                end_all(sent.cid);
+                return respond(UtaMsCallPsDeactivateRspCb, sent, result);
+            case 7:
+                return respond(UtaMsCallPsUndefinePrimaryRspCb, sent, 0);
+            default:
+                qelril_post_utamsrspcb(0, nullptr, sent.context_id, [](uint32_t, const void*, uint32_t ctxt_id) {
+                    deactivate_pdp_beforenetscan = gprs_is_pdp_active(0, 1);
+                    qelril_complete_and_return(ctxt_id, RIL_E_SUCCESS, nullptr, 0);
+                });
+        }
+    }
+    static void answer_one() {
+        if (s_outstanding.empty()) {
+            return;
+        }
+        const size_t at = s_random() % s_outstanding.size();
+        const Sent sent = s_outstanding[at];
+        s_outstanding.erase(s_outstanding.begin() + static_cast<long>(at));
+        answer(sent);
+        if (one_in(50)) {
+            UtaMsCallPsConnectRspCb(0, std::make_unique<UtaCallPsConnectRspCbParams>().get(), sent.context_id);
+        }
+    }
+
+    void step() {
+        const uint32_t choice = s_random() % 100;
+        if (choice < 60) {
+            answer_one();
+        } else if (choice < 80) {
+            set_up();
+        } else if (choice < 88) {
+            request(RIL_REQUEST_DEACTIVATE_DATA_CALL, {one_in(2) ? "1" : "2", "0"});
+        } else if (choice < 92) {
+            end_by_network();
+        } else if (choice < 96) {
+            request(RIL_REQUEST_DATA_CALL_LIST);
+        } else if (choice < 99) {
+            request(RIL_REQUEST_QUERY_AVAILABLE_NETWORKS);
+        } else if (one_in(20)) {
+            crash();
+        }
+    }
+
+    // What the devices hold is what the modem has given out.
+    static std::string look() {
+        size_t channels = 0;
+        std::set<uint32_t> cids;
+        std::string wrong = std::exchange(s_wrong, "");
+        for (const pdp_ctx_dev& dev : gprs_devices(0)) {
+            if (dev.dev_state == PDP_DEV_FREE) {
+                continue;
+            }
+            wrong += cids.insert(dev.uta_cid).second ? "" : "bound twice ";
+            wrong += s_contexts.contains(static_cast<int32_t>(dev.uta_cid)) ? "" : "no context ";
+            channels += dev.channel_handle != 0 ? 1 : 0;
+        }
+        return wrong + (channels == s_channels.size() ? "" : "channels ");
+    }
+
+    FakeAndroid& android = FakeAndroid::instance();
+    uintptr_t tokens = 0;
+};
+
+TEST_F(DataWalk, NothingIsLeft) {
+    constexpr int c_steps = 100'000;
+    s_random.seed(1);
+    for (int i = 0; i < c_steps; ++i) {
+        step();
+        ASSERT_EQ("", look()) << "step " << i;
+    }
+    for (const char* cid : {"1", "2", "1", "2"}) {
+        request(RIL_REQUEST_DEACTIVATE_DATA_CALL, {cid, "0"});
+        while (!s_outstanding.empty()) {
+            answer_one();
+        }
+    }
+    EXPECT_EQ("", look());
+    EXPECT_TRUE(s_contexts.empty());
+    EXPECT_TRUE(s_channels.empty());
+    for (const pdp_ctx_dev& dev : gprs_devices(0)) {
+        EXPECT_EQ(dev.dev_state, PDP_DEV_FREE);
+    }
+    std::map<RIL_Token, int> completed;
+    size_t set_up = 0;
+    for (const FakeAndroid::Completion& it : android.completions()) {
+        ++completed[it.token];
+        set_up += it.error == RIL_E_SUCCESS && it.data.size() == sizeof(RIL_Data_Call_Response_v6) ? 1 : 0;
+    }
+    EXPECT_EQ(completed.size(), tokens);
+    for (const auto& [token, times] : completed) {
+        EXPECT_EQ(times, 1) << token;
+    }
+    EXPECT_GT(set_up, 100U);
+    for (const rilreq_state& entry : rilreq_state_info) {
+        EXPECT_EQ(entry.entry_in_use.load(), 0U);
+    }
+}
+
+}  // namespace
