@@ -64,12 +64,15 @@ constexpr std::array<request_row, c_requests> make_table() {
     table[RIL_REQUEST_QUERY_AVAILABLE_NETWORKS] = ROW(ril_request_query_available_networks);
     table[RIL_REQUEST_DTMF_START] = ROW(ril_request_dtmf_start);
     table[RIL_REQUEST_DTMF_STOP] = ROW(ril_request_dtmf_stop);
+    table[RIL_REQUEST_BASEBAND_VERSION] = ROW(ril_request_baseband_version);
     table[RIL_REQUEST_SEPARATE_CONNECTION] = ROW(ril_request_separate_connection, "%s p_data is NULL, sim_id = %d\n");
     table[RIL_REQUEST_SET_MUTE] = ROW(ril_request_set_mute);
     table[RIL_REQUEST_GET_MUTE] = ROW(ril_request_get_mute);
     table[RIL_REQUEST_QUERY_CLIP] = ROW(ril_request_query_clip);
     table[RIL_REQUEST_LAST_DATA_CALL_FAIL_CAUSE] = ROW(ril_request_last_data_call_fail_cause);
     table[RIL_REQUEST_DATA_CALL_LIST] = ROW(ril_request_data_call_list);
+    table[RIL_REQUEST_OEM_HOOK_RAW] = ROW(ril_request_oem_hook_raw);
+    table[RIL_REQUEST_OEM_HOOK_STRINGS] = ROW(ril_request_oem_hook_strings);
     table[RIL_REQUEST_SCREEN_STATE] = ROW(ril_request_screen_state, "%s: p_data is NULL, sim_id = %d\n");
     table[RIL_REQUEST_SET_SUPP_SVC_NOTIFICATION] = ROW(ril_request_set_ss_notification);
     table[RIL_REQUEST_WRITE_SMS_TO_SIM] = ROW(ril_request_write_sms_to_sim);
@@ -79,6 +82,7 @@ constexpr std::array<request_row, c_requests> make_table() {
     table[RIL_REQUEST_EXPLICIT_CALL_TRANSFER] = ROW(ril_request_explicit_call_transfer);
     table[RIL_REQUEST_SET_PREFERRED_NETWORK_TYPE] = ROW(ril_request_set_preferred_network_type);
     table[RIL_REQUEST_GET_PREFERRED_NETWORK_TYPE] = ROW(ril_request_get_preferred_network_type);
+    table[RIL_REQUEST_GET_NEIGHBORING_CELL_IDS] = ROW(ril_request_get_neighboring_cell_ids);
     table[RIL_REQUEST_SET_LOCATION_UPDATES] = ROW(ril_request_set_location_updates);
     table[RIL_REQUEST_SET_TTY_MODE] = ROW(ril_request_set_tty_mode);
     table[RIL_REQUEST_QUERY_TTY_MODE] = ROW(ril_request_query_tty_mode);
@@ -91,6 +95,8 @@ constexpr std::array<request_row, c_requests> make_table() {
     table[RIL_REQUEST_REPORT_SMS_MEMORY_STATUS] = ROW(ril_request_report_sms_memory_status);
     table[RIL_REQUEST_ACKNOWLEDGE_INCOMING_GSM_SMS_WITH_PDU] = ROW(ril_request_acknowledge_incoming_gsm_sms_with_pdu);
     table[RIL_REQUEST_VOICE_RADIO_TECH] = ROW(ril_request_voice_radio_tech);
+    table[RIL_REQUEST_GET_CELL_INFO_LIST] = ROW(ril_request_get_cellinfo_list);
+    table[RIL_REQUEST_SET_UNSOL_CELL_INFO_LIST_RATE] = ROW(ril_request_set_unsol_cell_info_list_rate);
     return table;
 }
 

@@ -68,6 +68,19 @@ void ril_request_get_smsc_address(const ril_request& request);
 void ril_request_set_smsc_address(request_context& context, const char* text);
 void ril_request_report_sms_memory_status(request_context& context, int32_t available);
 
+// The cells around the phone; the rate is in milliseconds, 0x7FFFFFFF for none. The engineering mode has no request of
+// Android's: 1 turns its reports on, 0 off.
+void ril_request_get_neighboring_cell_ids(request_context& context);
+void ril_request_get_cellinfo_list(request_context& context);
+void ril_request_set_unsol_cell_info_list_rate(const ril_request& request, int32_t rate);
+void ril_request_set_eng_mode(const ril_request& request, int32_t mode);
+void ril_request_query_eng_mode(const ril_request& request);
+
+// The makers' commands: the first text is the command's number. The modem's version comes with the factory's read-outs.
+void ril_request_oem_hook_raw(const ril_request& request);
+void ril_request_oem_hook_strings(request_context& context, ril_texts<1> texts);
+void ril_request_baseband_version(const ril_request& request);
+
 // Cell broadcast: a list of pointers to records, which may be empty; 0 starts, 1 stops.
 void ril_request_get_cbs_config(const ril_request& request);
 void ril_request_set_cbs_config(const ril_request& request, ril_data data);

@@ -25,6 +25,7 @@ constexpr size_t c_sms_text_max = 351;
 
 // The way messages take: 0, 1, 2 or 3. Any other mode is kept as one that the modem does not know.
 void sms_set_net_gsm_service(uint32_t sim_id, uint32_t mode);
+uint32_t sms_get_net_gsm_service(uint32_t sim_id);  // as the modem numbers them; above 3 for one that it does not know
 
 // Tells the modem how long to keep the link for messages that follow. -1 for a value above 2, otherwise what it says.
 int32_t sms_agg_set_send_more_messages(uint32_t sim_id, uint32_t value);

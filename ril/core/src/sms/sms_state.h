@@ -55,9 +55,6 @@ constexpr int32_t c_sms_sent_too = 542;
 // Causes of a refusal, as Android counts them (3GPP TS 23.040, 9.2.3.22) and as the modem does.
 enum sms_cause : int32_t { SMS_CAUSE_MEMORY_FULL = 16, SMS_CAUSE_CARD = 47, SMS_CAUSE_MEMORY_EXCEEDED = 211 };
 
-// The way that a message takes, at this moment.
-uint32_t sms_get_net_gsm_service(uint32_t sim_id);
-
 void sms_set_service_center_address(uint32_t sim_id, const char* text);
 
 // The message waits for Android's acknowledgement from now on.

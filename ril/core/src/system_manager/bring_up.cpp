@@ -137,6 +137,7 @@ int32_t start_all_modules() {
     for (uint32_t sim_id = 0; sim_id < 2; ++sim_id) {
         start_modules(sim_id);
     }
+    oem_hooks_module_init();
     sim_module_init_mailbox();
     return 0;
 }

@@ -10,4 +10,5 @@
 // Start values of one SIM's state. Modem event thread, before the RIL thread has work.
 void stk_module_init(uint32_t sim_id);
 void em_module_init(uint32_t sim_id);
+void oem_hooks_module_init();
 int32_t mtpm_init();  // negative on failure
