@@ -363,7 +363,7 @@ bool fits(const std::string& pattern, const std::string& text) {
 std::string on_one_line(const std::string& text) {
     std::string line;
     for (const char c : text) {
-        line += c == '\n' ? "\\n" : std::string(1, c);
+        line += c == '\n' ? "\\n" : c == '\r' ? "\\r" : std::string(1, c);
     }
     return line;
 }
