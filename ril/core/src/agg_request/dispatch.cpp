@@ -79,6 +79,12 @@ constexpr std::array<request_row, c_requests> make_table() {
     table[RIL_REQUEST_DELETE_SMS_ON_SIM] = ROW(ril_request_delete_sms_on_sim);
     table[RIL_REQUEST_SET_BAND_MODE] = ROW(ril_request_set_band_mode);
     table[RIL_REQUEST_QUERY_AVAILABLE_BAND_MODE] = ROW(ril_request_query_available_band_mode);
+    table[RIL_REQUEST_STK_GET_PROFILE] = ROW(ril_request_get_stk_profile);
+    table[RIL_REQUEST_STK_SET_PROFILE] = ROW(ril_request_set_stk_profile);
+    table[RIL_REQUEST_STK_SEND_ENVELOPE_COMMAND] = ROW(ril_request_send_stk_envelope_command);
+    table[RIL_REQUEST_STK_SEND_TERMINAL_RESPONSE] = ROW(ril_request_send_stk_terminal_response);
+    table[RIL_REQUEST_STK_HANDLE_CALL_SETUP_REQUESTED_FROM_SIM] =
+        ROW(ril_request_handle_stk_callsetup_requested_from_sim);
     table[RIL_REQUEST_EXPLICIT_CALL_TRANSFER] = ROW(ril_request_explicit_call_transfer);
     table[RIL_REQUEST_SET_PREFERRED_NETWORK_TYPE] = ROW(ril_request_set_preferred_network_type);
     table[RIL_REQUEST_GET_PREFERRED_NETWORK_TYPE] = ROW(ril_request_get_preferred_network_type);
@@ -93,7 +99,9 @@ constexpr std::array<request_row, c_requests> make_table() {
     table[RIL_REQUEST_GET_SMSC_ADDRESS] = ROW(ril_request_get_smsc_address);
     table[RIL_REQUEST_SET_SMSC_ADDRESS] = ROW(ril_request_set_smsc_address);
     table[RIL_REQUEST_REPORT_SMS_MEMORY_STATUS] = ROW(ril_request_report_sms_memory_status);
+    table[RIL_REQUEST_REPORT_STK_SERVICE_IS_RUNNING] = ROW(ril_request_report_stk_service_is_running);
     table[RIL_REQUEST_ACKNOWLEDGE_INCOMING_GSM_SMS_WITH_PDU] = ROW(ril_request_acknowledge_incoming_gsm_sms_with_pdu);
+    table[RIL_REQUEST_STK_SEND_ENVELOPE_WITH_STATUS] = ROW(ril_request_send_stk_envelope_with_status);
     table[RIL_REQUEST_VOICE_RADIO_TECH] = ROW(ril_request_voice_radio_tech);
     table[RIL_REQUEST_GET_CELL_INFO_LIST] = ROW(ril_request_get_cellinfo_list);
     table[RIL_REQUEST_SET_UNSOL_CELL_INFO_LIST_RATE] = ROW(ril_request_set_unsol_cell_info_list_rate);

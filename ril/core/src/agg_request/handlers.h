@@ -108,3 +108,13 @@ void ril_request_setup_data_call(const ril_request& request, ril_data data);
 void ril_request_deactivate_data_call(const ril_request& request, ril_data data);
 void ril_request_last_data_call_fail_cause(const ril_request& request);
 void ril_request_data_call_list(const ril_request& request);
+
+// The SIM toolkit (ETSI TS 102 223): profiles, envelopes and terminal responses are hexadecimal text. A call that the
+// card asks for is set up with 0 and rejected with 1.
+void ril_request_get_stk_profile(const ril_request& request);
+void ril_request_set_stk_profile(request_context& context, const char* text);
+void ril_request_send_stk_envelope_command(request_context& context, const char* text);
+void ril_request_send_stk_envelope_with_status(request_context& context, const char* text);
+void ril_request_send_stk_terminal_response(const ril_request& request, const char* text);
+void ril_request_handle_stk_callsetup_requested_from_sim(const ril_request& request, int32_t value);
+void ril_request_report_stk_service_is_running(const ril_request& request);

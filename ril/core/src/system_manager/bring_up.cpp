@@ -18,6 +18,7 @@
 #include "ril/core/src/reset/reset.h"
 #include "ril/core/src/sim/sim.h"
 #include "ril/core/src/sim/sim_io.h"
+#include "ril/core/src/simtk/simtk.h"
 #include "ril/core/src/sms/sms.h"
 #include "ril/core/src/ss/ss.h"
 #include "ril/core/src/system_manager/modules.h"
