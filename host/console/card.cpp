@@ -5,6 +5,7 @@
 #include <charconv>
 
 #include "host/console/console.h"
+#include "host/console/toolkit.h"
 #include "host/console/words.h"
 #include "ril/include/telephony/ril.h"
 
@@ -158,4 +159,47 @@ Console::Outcome Console::file(const Words& words, const std::string&) {
         screen_.plain((header->has_records ? std::to_string(record) + " " : "") + answer.data);
     }
     return is == words.end() || matches({is + 1, words.end()}, bytes) ? "" : "it is something else";
+}
+
+// The last command of the card that is Android's, as hexadecimal digits; of a menu, the last one of those.
+std::string Console::last_command(bool is_menu) {
+    std::string found;
+    for (const Event& event : session(sim_).events()) {
+        const bool is_one = !event.is_completion && event.number == RIL_UNSOL_STK_PROACTIVE_COMMAND;
+        if (is_one && (!is_menu || event.value.find("SET UP MENU") != std::string::npos)) {
+            found = event.value.substr(0, event.value.find(' '));
+        }
+    }
+    return found;
+}
+
+Console::Outcome Console::toolkit(const Words& words, const std::string&) {
+    constexpr int c_done = 0x00;
+    constexpr int c_given_up = 0x10;
+    const std::string what = words.empty() ? "" : words[0];
+    if (what == "start" && words.size() == 1) {
+        return ask(RIL_REQUEST_REPORT_STK_SERVICE_IS_RUNNING, "void", {});
+    }
+    if (what == "menu" && words.size() == 1) {
+        const std::string menu = toolkit_text(last_command(true));
+        screen_.plain(menu.empty() ? "no menu came" : menu.substr(1));
+        return "";
+    }
+    if (what == "call" && words.size() == 2 && (words[1] == "yes" || words[1] == "no")) {
+        return ask(RIL_REQUEST_STK_HANDLE_CALL_SETUP_REQUESTED_FROM_SIM, "ints", {words[1] == "yes" ? "0" : "1"});
+    }
+    if (what == "select" && words.size() == 2) {
+        char envelope[32];
+        snprintf(envelope, sizeof(envelope), "D307820201819001%02X",
+                 static_cast<unsigned>(std::atoi(words[1].c_str())) & 0xFF);
+        return ask(RIL_REQUEST_STK_SEND_ENVELOPE_COMMAND, "string", {envelope});
+    }
+    const bool is_answer = what == "answer" && words.size() == 2;
+    if (!is_answer && (words.size() != 1 || (what != "ok" && what != "back"))) {
+        return "wants start, menu, select, ok, answer, back or call";
+    }
+    const auto response = toolkit_response(last_command(false), what == "back" ? c_given_up : c_done,
+                                           is_answer ? std::optional(words[1]) : std::nullopt);
+    return response ? ask(RIL_REQUEST_STK_SEND_TERMINAL_RESPONSE, "string", {*response})
+                    : "there is no command to answer, or the text is too long";
 }

@@ -10,6 +10,7 @@
 #include "host/console/parcel_text.h"
 #include "host/console/protocol.h"
 #include "host/console/services.h"
+#include "host/console/toolkit.h"
 #include "host/console/words.h"
 
 namespace {
@@ -60,6 +61,7 @@ const Console::Command Console::c_commands[] = {
      "COMMAND   to the modem's control socket; card and network need no modem in front"},
     {"sms", &Console::sms, false, c_sms_help},
     {"broadcast", &Console::broadcast, false, c_broadcast_help},
+    {"toolkit", &Console::toolkit, false, c_toolkit_help},
     {"shell", &Console::shell, true, "COMMAND   holds if its exit status is 0"},
     {"sim1", &Console::sim_1, false, "COMMAND   at the first instance, as without it"},
     {"sim2", &Console::sim_2, false, "COMMAND   at the second instance"},

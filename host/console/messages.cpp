@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "host/console/toolkit.h"
 #include "host/sms/message.h"
 
 namespace {
@@ -117,6 +118,9 @@ std::string message_in_unsol(int number, const std::string& value) {
             const auto page = sms::octets_of(value.substr(1, value.size() < 2 ? 0 : value.size() - 2));
             return page ? page_text(*page) : "";
         }
+        case RIL_UNSOL_STK_PROACTIVE_COMMAND:
+        case RIL_UNSOL_STK_EVENT_NOTIFY:
+            return toolkit_text(value);
         default:
             return "";
     }

@@ -17,10 +17,11 @@ Service sms_service();
 Service ss_service();
 Service sys_service();
 Service tones_service();
+Service toolkit_service();
 
 std::vector<Service> modem_services() {
-    return {cps_service(),           sys_service(),        nvm_service(),  card_service(),  packet_data_service(),
-            card_commands_service(), card_codes_service(), net_service(),  radio_service(), call_service(),
-            callers_service(),       ss_service(),         clir_service(), tones_service(), sms_service(),
-            cbs_service(),           apdus_service()};
+    return {cps_service(),           sys_service(),        nvm_service(),    card_service(),  packet_data_service(),
+            card_commands_service(), card_codes_service(), net_service(),    radio_service(), call_service(),
+            callers_service(),       ss_service(),         clir_service(),   tones_service(), sms_service(),
+            cbs_service(),           apdus_service(),      toolkit_service()};
 }

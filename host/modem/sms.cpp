@@ -7,6 +7,7 @@
 #include "host/modem/commands.h"
 #include "host/modem/message_centre.h"
 #include "host/modem/net.h"
+#include "host/modem/toolkit.h"
 
 namespace {
 
@@ -106,6 +107,9 @@ int32_t download(Modem& modem, const Caller& caller, uint32_t sim_id, const UtaS
                  uint32_t context_id) {
     if (param == nullptr) {
         return c_refused;
+    }
+    if (card_is_usable(sim_id)) {
+        toolkit_took_download(sim_id, param->pdu.length);
     }
     modem.later(modem.settings.latency, [&modem, caller, sim_id, id = param->id, context_id] {
         UtaSmsDataDownloadResParam response{};

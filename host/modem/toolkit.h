@@ -1,0 +1,8 @@
+// The card's toolkit, for the services of the modem. Runs in the loop.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+// A message with data for the card has come (3GPP TS 31.111, 7.1).
+void toolkit_took_download(uint32_t sim_id, size_t octets);
