@@ -2,14 +2,12 @@
 
 #include <array>
 
-#include "ril/core/src/async_ril/async_ril.h"
 #include "ril/utils/trace.h"
 
 namespace {
 
 struct chain_place {
     const chain* work;  // null: no chain on this context
-    RIL_Token token;    // of the request that it was started for
     uint8_t step;       // the one in progress
     uint8_t unwind;     // from where a failure unwinds
     bool unwinding;
@@ -53,7 +51,7 @@ void proceed(uint32_t sim_id, uint32_t ctxt_id) {
 }  // namespace
 
 void chain_start(const chain& work, uint32_t sim_id, uint32_t ctxt_id, uint8_t first, uint8_t unwind) {
-    s_places[ctxt_id] = {&work, rilreq_state_info[ctxt_id].token, first, unwind, false};
+    s_places[ctxt_id] = {&work, first, unwind, false};
     proceed(sim_id, ctxt_id);
 }
 
@@ -67,13 +65,15 @@ void chain_fail(uint32_t sim_id, uint32_t ctxt_id) {
     proceed(sim_id, ctxt_id);
 }
 
+void chain_forget(uint32_t ctxt_id) {
+    s_places[ctxt_id] = {};
+}
+
 void chain_answered(uint32_t sim_id, const void* p_params, uint32_t ctxt_id, chain_take take) {
     chain_place& place = s_places[ctxt_id];
-    // A context that was released in the middle of a chain and handed out again carries another request.
-    const bool runs = place.work != nullptr && place.token == rilreq_state_info[ctxt_id].token;
-    const std::span<const chain_step> steps = !runs             ? std::span<const chain_step>()
-                                              : place.unwinding ? place.work->undo
-                                                                : place.work->steps;
+    const std::span<const chain_step> steps = place.work == nullptr ? std::span<const chain_step>()
+                                              : place.unwinding     ? place.work->undo
+                                                                    : place.work->steps;
     if (place.step >= steps.size() || steps[place.step].take != take) {
         RIL_TRACE(TRACE_ERROR, "%s: context_id = %x does not wait for this answer\n", __func__, ctxt_id);
         return;

@@ -49,6 +49,9 @@ void chain_start(const chain& work, uint32_t sim_id, uint32_t ctxt_id, uint8_t f
 // Fails the chain from outside of an answer (its network went away), as if the last answered step had failed.
 void chain_fail(uint32_t sim_id, uint32_t ctxt_id);
 
+// No chain is on that context any more. The engine says so when it hands the context out.
+void chain_forget(uint32_t ctxt_id);
+
 // An answer. One that belongs to another step than the one that is waited for, or to a context without a chain, is
 // logged and dropped: it is late, or not meant.
 void chain_answered(uint32_t sim_id, const void* p_params, uint32_t ctxt_id, chain_take take);

@@ -5,6 +5,7 @@
 
 #include <utility>
 
+#include "ril/core/src/async_ril/chain.h"
 #include "ril/utils/mem_util.h"
 #include "ril/utils/trace.h"
 
@@ -109,6 +110,7 @@ int32_t qelril_get_free_ctxt_id(RIL_Token token, rilreq_rspcb only_rspcb) {
         RIL_TRACE(TRACE_ERROR, "%s: WARNING!!! rilreq_state_info[%x].p_priv_data != NULL\n", __func__, id);
     }
     global_ctxt_id = id;
+    chain_forget(id);
     entry.token = token;
     entry.p_priv_data = nullptr;
     entry.priv_form = PRIV_FLAT;
