@@ -141,7 +141,7 @@ std::string signal_command(Modem& modem, const std::vector<std::string>& argumen
 uint8_t put_name(uint8_t (&out)[43], std::string_view name) {
     size_t bits = 0;
     for (const char c : name) {
-        const auto code = static_cast<unsigned>(c);
+        const unsigned code = static_cast<uint8_t>(c);
         out[1 + bits / 8] = static_cast<uint8_t>(out[1 + bits / 8] | code << bits % 8);
         out[2 + bits / 8] = static_cast<uint8_t>(out[2 + bits / 8] | code >> (8 - bits % 8));
         bits += 7;

@@ -85,7 +85,7 @@ void answer_neighbours(const UtaNetSingleShotRadioSignalReportingRspParam& found
         add_neighbour(out, cell.kind, cell.cell_id, cell.neighbour_rssi);
     }
     ril_request_complete(rilreq_state_info[ctxt_id].token, RIL_E_SUCCESS, out.pointers.data(),
-                         out.count * sizeof(out.pointers[0]));
+                         out.count * sizeof(void*));
     for (size_t i = 0; i < out.count; ++i) {
         MEM_FREE(out.cells[i].cid);
     }

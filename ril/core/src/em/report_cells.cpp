@@ -226,7 +226,7 @@ void em_trigger_cellInfo_list(void* param) {
 
 void em_on_request_complete_neighbour_cell_ids(uint32_t sim_id) {
     em_request& table = s_em_req[sim_id];
-    ril_request_complete(table.token, RIL_E_SUCCESS, table.pointers.data(), table.count * sizeof(table.pointers[0]));
+    ril_request_complete(table.token, RIL_E_SUCCESS, table.pointers.data(), table.count * sizeof(void*));
     clear(sim_id, EM_UNKNOWN, nullptr);
     if (em_end_reporting(sim_id) != 0) {
         RIL_TRACE(TRACE_ERROR, "%s em disable failed\n", __func__);
