@@ -130,7 +130,7 @@ std::optional<CardCommand> read_command(const std::vector<std::string>& words) {
     CardCommand command;
     const std::string& name = words[0];
     const size_t arguments = words.size() - 1;
-    const auto number = arguments == 1 ? parse_integer(words[1]) : std::nullopt;
+    const int32_t number = arguments == 1 ? parse_integer(words[1]).value_or(-1) : -1;  // none of them is below 0
     if ((name == "text" || name == "input") && arguments == 1) {
         command.type = name == "text" ? DISPLAY_TEXT : GET_INPUT;
         command.qualifier = name == "text" ? 0x80 : 0x01;  // the user clears it; letters
@@ -143,12 +143,12 @@ std::optional<CardCommand> read_command(const std::vector<std::string>& words) {
         command.type = name == "call" ? SET_UP_CALL : SEND_SHORT_MESSAGE;
         command.number = words[1];
         command.text = words[2];
-    } else if (name == "timer" && number && *number > 0 && *number < 3600) {
+    } else if (name == "timer" && number > 0 && number < 3600) {
         command.type = TIMER_MANAGEMENT;
-        command.seconds = *number;
-    } else if ((name == "local" || name == "refresh") && number && *number >= 0 && *number <= UINT8_MAX) {
+        command.seconds = number;
+    } else if ((name == "local" || name == "refresh") && number >= 0 && number <= UINT8_MAX) {
         command.type = name == "local" ? LOCAL_INFORMATION : REFRESH;
-        command.qualifier = static_cast<uint8_t>(*number);
+        command.qualifier = static_cast<uint8_t>(number);
     } else {
         return std::nullopt;
     }
