@@ -13,7 +13,8 @@ expect() {
 }
 
 exported="RIL_Init ShutdownCb
-    cached_clear decrypt encrypt get_cached_pin get_sim_pin get_use_cached_pin pin_cache_store reset_pin_to_default
+    cached_clear decrypt em_cell_info_list_rate em_set_mode_req encrypt get_cached_pin get_sim_pin get_use_cached_pin
+    mtpm_get_tx_power_info mtpm_nvm_write mtpm_select_tx_power_table pin_cache_store reset_pin_to_default
     ril_request_sim_close_channel ril_request_sim_open_channel
     ril_request_sim_transmit_basic ril_request_sim_transmit_channel
     set_use_cached_pin silent_pin_entry store_sim_pin"
