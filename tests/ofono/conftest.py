@@ -67,12 +67,17 @@ class Sim:
         return getattr(self, interface).GetProperties().get(name)
 
     def set(self, interface, name, value):
-        getattr(self, interface).SetProperty(name, value, timeout=60)
+        """Again while oFono is just being started again."""
+        eventually(lambda: getattr(self, interface).SetProperty(name, value, timeout=60) is None)
 
     def online(self):
-        eventually(lambda: self.see("Modem", "Powered") or self.set("Modem", "Powered", dbus.Boolean(True)) or True)
-        eventually(lambda: self.see("Modem", "Online") or self.set("Modem", "Online", dbus.Boolean(True)) or True)
-        eventually(lambda: self.see("NetworkRegistration", "Status"), "registered")
+        def registered():
+            for switch in ("Powered", "Online"):
+                if not self.see("Modem", switch):
+                    self.Modem.SetProperty(switch, dbus.Boolean(True), timeout=60)
+            return self.see("NetworkRegistration", "Status")
+
+        eventually(registered, "registered")
         return self
 
     def calls(self):

@@ -107,33 +107,9 @@ def test_the_card_is_taken_out(sim, network):
     sim.online()
 
 
-def test_the_modem_crashes_in_a_call(sim, network):
-    sim.VoiceCallManager.Dial("5550199", "default")
-    eventually(sim.calls, [("5550199", "alerting")])
-    network("modem crash")
-    eventually(lambda: "stack 0 not registered" in network("status"))
-    sim.online()
-    eventually(sim.calls, [])
-    sim.VoiceCallManager.Dial("5550123", "default")
-    eventually(sim.calls, [("5550123", "alerting")])
-    sim.VoiceCallManager.HangupAll()
-    eventually(sim.calls, [])
-
-
-def test_a_ussd_menu(sim, network):
-    answer = sim.SupplementaryServices.Initiate("*100#", timeout=30)
-    assert answer[0] == "USSD" and answer[1]
-    eventually(lambda: sim.see("SupplementaryServices", "State"), "user-response")
-    assert sim.SupplementaryServices.Respond("2", timeout=30)
-    eventually(lambda: sim.see("SupplementaryServices", "State"), "user-response")
-    sim.SupplementaryServices.Respond("4711", timeout=30)
-    assert network.holds("ussd answered 4711")
-    eventually(lambda: sim.see("SupplementaryServices", "State"), "idle")
-
-
 def test_forwarding_and_barring(sim, network):
-    sim.set("CallForwarding", "VoiceBusy", "+493012345")
-    eventually(lambda: sim.see("CallForwarding", "VoiceBusy"), "+493012345")
+    sim.set("CallForwarding", "VoiceBusy", "03012345")
+    eventually(lambda: sim.see("CallForwarding", "VoiceBusy"), "03012345")
     sim.VoiceCallManager.Dial("5550199", "default")
     eventually(sim.calls, [("5550199", "alerting")])
     network("call answer 1")
@@ -147,6 +123,17 @@ def test_forwarding_and_barring(sim, network):
     eventually(lambda: sim.see("CallBarring", "VoiceOutgoing"), "all")
     sim.CallBarring.SetProperty("VoiceOutgoing", "disabled", "0000", timeout=60)
     eventually(lambda: sim.see("CallBarring", "VoiceOutgoing"), "disabled")
+
+
+def test_a_ussd_menu(sim, network):
+    answer = sim.SupplementaryServices.Initiate("*100#", timeout=30)
+    assert answer[0] == "USSD" and answer[1]
+    eventually(lambda: sim.see("SupplementaryServices", "State"), "user-response")
+    assert sim.SupplementaryServices.Respond("2", timeout=30)
+    eventually(lambda: sim.see("SupplementaryServices", "State"), "user-response")
+    sim.SupplementaryServices.Respond("4711", timeout=30)
+    assert network.holds("ussd answered 4711")
+    eventually(lambda: sim.see("SupplementaryServices", "State"), "idle")
 
 
 def test_tones_reach_the_far_end(sim, network):
@@ -164,8 +151,7 @@ def test_packets_over_a_data_context(sim, network):
     sim.set("ConnectionManager", "Powered", dbus.Boolean(True))
     eventually(lambda: sim.see("ConnectionManager", "Attached"), True)
     internet = [path for path, properties in sim.ConnectionManager.GetContexts() if properties["Type"] == "internet"]
-    path = internet[0] if internet else sim.ConnectionManager.AddContext("internet")
-    context = sim.at(path, "ConnectionContext")
+    context = sim.at(internet[0] if internet else sim.ConnectionManager.AddContext("internet"), "ConnectionContext")
     context.SetProperty("AccessPointName", "internet")
     context.SetProperty("Protocol", "ip")
     context.SetProperty("Active", dbus.Boolean(True), timeout=60)
@@ -179,3 +165,16 @@ def test_packets_over_a_data_context(sim, network):
         assert b"greets" in server.makefile("rb").read()
     context.SetProperty("Active", dbus.Boolean(False), timeout=60)
     eventually(lambda: "UP" not in subprocess.check_output(["ip", "-br", "link", "show", "veth0"], text=True).split("<")[1])
+
+
+def test_the_modem_crashes_in_a_call(sim, network):
+    sim.VoiceCallManager.Dial("5550199", "default")
+    eventually(sim.calls, [("5550199", "alerting")])
+    network("modem crash")
+    eventually(lambda: "stack 0 not registered" in network("status"))
+    sim.online()
+    eventually(sim.calls, [])
+    sim.VoiceCallManager.Dial("5550123", "default")
+    eventually(sim.calls, [("5550123", "alerting")])
+    sim.VoiceCallManager.HangupAll()
+    eventually(sim.calls, [])
