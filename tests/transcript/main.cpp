@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
+#include <deque>
 #include <filesystem>
 
 #include "tests/transcript/player.h"
@@ -23,8 +24,9 @@ private:
 
 int main(int argc, char** argv) {
     testing::InitGoogleTest(&argc, argv);
+    std::deque<std::vector<Case>> files;  // whose cases stay where they are
     for (int i = 1; i < argc; ++i) {
-        auto& cases = *new std::vector<Case>;  // the tests'
+        std::vector<Case>& cases = files.emplace_back();
         try {
             cases = read_transcript(argv[i]);
         } catch (const Failure& failure) {
