@@ -64,16 +64,16 @@ bool is_let_through(const UtaCbsFilterParam& filter, uint16_t channel, uint8_t d
 }
 
 std::string broadcast(Modem& modem, const std::vector<std::string>& arguments) {
-    const auto channel = arguments.size() == 2 ? parse_integer(arguments[0]) : std::nullopt;
+    const int32_t channel = arguments.size() == 2 ? parse_integer(arguments[0]).value_or(-1) : -1;
     const auto septets = arguments.size() == 2 ? sms::septets_of(sms::characters_of(arguments[1])) : std::nullopt;
-    if (!channel || *channel < 0 || *channel > UINT16_MAX || !septets || septets->empty() ||
+    if (channel < 0 || channel > UINT16_MAX || !septets || septets->empty() ||
         septets->size() > c_pages_max * c_page_characters) {
         return "wants a channel and a text of the 7-bit alphabet, 15 pages of 93 characters at most";
     }
     UtaCbsData message{};
     message.dcs = c_dcs_english;
     message.serial_number = static_cast<uint16_t>(++s_serial_number << 4);
-    message.message_id = static_cast<uint16_t>(*channel);
+    message.message_id = static_cast<uint16_t>(channel);
     for (size_t at = 0; at < septets->size(); at += c_page_characters, ++message.pages) {
         sms::Octets page(c_page_characters, c_carriage_return);
         std::copy_n(septets->begin() + static_cast<std::ptrdiff_t>(at),

@@ -353,14 +353,14 @@ void stack_switched(Modem&, uint32_t sim_id, bool stack_on, bool) {
 // --- For scenarios ---------------------------------------------------------------------------------------------------
 
 std::string end_by_network(Modem& modem, uint32_t sim_id, const std::vector<std::string>& arguments) {
-    const auto cid = arguments.size() > 1 ? parse_integer(arguments[1]) : std::nullopt;
+    const int32_t cid = arguments.size() > 1 ? parse_integer(arguments[1]).value_or(-1) : -1;
     const auto cause =
         arguments.size() > 2 ? parse_integer(arguments[2]) : std::optional<int32_t>(REGULAR_DEACTIVATION);
-    const Context* const context = cid ? find_context(sim_id, *cid) : nullptr;
+    const Context* const context = find_context(sim_id, cid);
     if (context == nullptr || context->state != State::ACTIVE || !cause) {
         return "no such context is active";
     }
-    end_context(modem, sim_id, *cid, 0, *cause);
+    end_context(modem, sim_id, cid, 0, *cause);
     return "";
 }
 

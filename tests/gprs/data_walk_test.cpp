@@ -239,7 +239,7 @@ protected:
     }
 
     void step() {
-        const uint32_t choice = s_random() % 100;
+        const auto choice = s_random() % 100;
         if (choice < 60) {
             answer_one();
         } else if (choice < 80) {
