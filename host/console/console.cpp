@@ -297,7 +297,7 @@ Console::Outcome Console::ask_all(const std::optional<std::vector<MessageRequest
         return "these arguments don't suit";
     }
     for (const MessageRequest& request : *requests) {
-        if (const Outcome outcome = ask(request.request, request.form, request.words); !outcome.empty()) {
+        if (Outcome outcome = ask(request.request, request.form, request.words); !outcome.empty()) {
             return outcome;
         }
     }

@@ -196,7 +196,7 @@ std::string nitz_command(Modem& modem, const std::vector<std::string>& arguments
     UtaNetNitzInfoIndParam param{};
     param.long_name_length = put_wide_name(param.long_name, arguments[0]);
     put_time(param, *timezone, *dst);
-    modem.indicate<uta::row::UtaMsNetNitzInfoIndCb>(0, &param);
+    modem.indicate<uta::row::UtaMsNetNitzInfoIndCb>(uint32_t{0}, &param);
     return "";
 }
 
