@@ -14,7 +14,7 @@ struct Key {
     uint16_t mnc;
 };
 
-volatile const void* s_sink;
+const void* volatile s_sink;
 
 }  // namespace
 
