@@ -109,7 +109,7 @@ int32_t download(Modem& modem, const Caller& caller, uint32_t sim_id, const UtaS
         return c_refused;
     }
     if (card_is_usable(sim_id)) {
-        toolkit_took_download(sim_id, param->pdu.length);
+        toolkit_took_download(modem, sim_id, param->pdu.length);
     }
     modem.later(modem.settings.latency, [&modem, caller, sim_id, id = param->id, context_id] {
         UtaSmsDataDownloadResParam response{};

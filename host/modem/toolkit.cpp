@@ -1,6 +1,6 @@
 // The card's toolkit at work (ETSI TS 102 223): it sets up its menu once the phone says that it serves it, and goes
 // from command to command as the terminal responses come. The modem carries out calls, messages and timers itself, and
-// responds to the card for them.
+// responds to the card for them: a response of the phone to those is one that nobody has asked for.
 #include "host/modem/toolkit.h"
 
 #include <algorithm>
@@ -29,7 +29,11 @@ struct Session {
     std::optional<CardCommand> open;  // sent, and not responded to
     uint8_t number = 0;               // of the last command
     std::string said;                 // what became of it
+    int32_t commands = 0;
+    int32_t responses = 0;  // of the phone, to those
+    int32_t strays = 0;     // the phone's other ones
     size_t downloads = 0;
+    size_t refreshes = 0;  // that the phone agreed to
 };
 
 Application s_application = [] {
@@ -72,9 +76,16 @@ void finish_command(Modem& modem, uint32_t sim_id, uint8_t result, const std::st
     modem.later(modem.settings.latency, [&modem, sim_id] { next_command(modem, sim_id); });
 }
 
+bool is_the_modems(Type type) {
+    return type == SET_UP_CALL || type == SEND_SHORT_MESSAGE || type == TIMER_MANAGEMENT;
+}
+
 // What the modem does itself: it tells the phone, and asks where that has a say.
 void carry_out(Modem& modem, uint32_t sim_id, const CardCommand& command) {
-    if (command.type == SET_UP_CALL) {
+    if (command.type == REFRESH) {
+        const UtaSimTkRefreshConfirmIndParam param{{command.type, s_sessions[sim_id].number}, command.qualifier};
+        modem.indicate<uta::row::UtaMsSimTkRefreshConfirmIndCb>(sim_id, &param);
+    } else if (command.type == SET_UP_CALL) {
         const UtaSimTkExecSimInitiatedCallInfoIndParam info{};
         modem.indicate<uta::row::UtaMsSimTkExecSimInitiatedCallIndCb>(sim_id, &info);
     } else if (command.type == SEND_SHORT_MESSAGE) {
@@ -98,6 +109,7 @@ void next_command(Modem& modem, uint32_t sim_id) {
     session.open = session.left.front();
     session.left.pop_front();
     ++session.number;
+    ++session.commands;
     send_command(modem, sim_id, *session.open, session.number);
     carry_out(modem, sim_id, *session.open);
 }
@@ -124,14 +136,41 @@ int32_t terminal_response(Modem& modem, const Caller&, uint32_t sim_id, const Ut
     if (!response) {
         return c_refused;
     }
-    modem.later(modem.settings.latency, [&modem, sim_id, response = *response] {
-        const Session& now = s_sessions[sim_id];
-        if (!now.open || now.open->type != response.type || now.number != response.number) {
+    const uint8_t transaction = param->simtk_transaction_id.transaction_id;
+    modem.later(modem.settings.latency, [&modem, sim_id, transaction, response = *response] {
+        Session& now = s_sessions[sim_id];
+        if (!now.open || is_the_modems(now.open->type) || now.open->type != response.type ||
+            now.number != response.number || now.number != transaction) {
+            ++now.strays;
             say("the card hears a response that it has not asked for, to %s", name_of(response.type).c_str());
             return;
         }
+        ++now.responses;
         finish_command(modem, sim_id, response.result, response.text);
     });
+    return c_success;
+}
+
+// The files that have changed, once the phone has said yes to the refresh.
+int32_t refresh_confirmed(Modem& modem, const Caller&, uint32_t sim_id, const UtaSimTkTransactionId* param) {
+    if (param == nullptr || param->cmd_id != REFRESH) {
+        return c_refused;
+    }
+    modem.later(modem.settings.latency, [&modem, sim_id, transaction = *param] {
+        UtaSimTkRefreshFcnIndParam files{};
+        files.simtk_transaction_id = transaction;
+        modem.indicate<uta::row::UtaMsSimTkRefreshFcnIndCb>(sim_id, &files);
+    });
+    return c_success;
+}
+
+int32_t refresh_agreed(Modem&, const Caller&, uint32_t sim_id, const UtaSimTkRefreshFcnRspParam* param) {
+    Session* const session = session_of(sim_id);
+    if (session == nullptr || param == nullptr || param->result != c_agreed ||
+        param->simtk_transaction_id.cmd_id != REFRESH) {
+        return c_refused;
+    }
+    ++session->refreshes;
     return c_success;
 }
 
@@ -238,32 +277,39 @@ std::string load(const std::string& file) {
     return "";
 }
 
-std::string toolkit_command(Modem&, const std::vector<std::string>& arguments) {
-    if (arguments.size() != 2) {
-        return "wants load FILE or is TEXT";
-    }
-    if (arguments[0] == "load") {
-        return load(arguments[1]);
-    }
+std::string heard(const std::string& text) {
     const std::string& said = s_sessions[0].said;
-    if (arguments[0] == "is") {
-        return said == arguments[1] ? "" : "the card last heard: " + said;
-    }
-    return "wants load FILE or is TEXT";
+    return said == text ? "" : "the card last heard: " + said;
+}
+
+std::string counts() {
+    const Session& session = s_sessions[0];
+    return std::to_string(session.commands) + " commands, " + std::to_string(session.responses) + " responses, " +
+           std::to_string(session.strays) + " not asked for, " + std::to_string(session.refreshes) + " refreshes, " +
+           std::to_string(session.downloads) + " messages";
+}
+
+std::string toolkit_command(Modem&, const std::vector<std::string>& arguments) {
+    const std::string what = arguments.size() == 2 ? arguments[0] : "";
+    return what == "load"     ? load(arguments[1])
+           : what == "is"     ? heard(arguments[1])
+           : what == "counts" ? (counts() == arguments[1] ? "" : counts())
+                              : "wants load FILE, is TEXT or counts TEXT";
 }
 
 std::string describe() {
-    const Session& session = s_sessions[0];
-    return "the card's toolkit last heard: " + (session.said.empty() ? "nothing" : session.said) + ", and took " +
-           std::to_string(session.downloads) + " messages";
+    const std::string& said = s_sessions[0].said;
+    return "the card's toolkit last heard: " + (said.empty() ? "nothing" : said) + "; " + counts();
 }
 
 }  // namespace
 
-void toolkit_took_download(uint32_t sim_id, size_t octets) {
+void toolkit_took_download(Modem& modem, uint32_t sim_id, size_t octets) {
     if (Session* const session = session_of(sim_id)) {
         ++session->downloads;
         say("the card takes a message of %zu octets", octets);
+        session->left.insert(session->left.end(), s_application.download.begin(), s_application.download.end());
+        modem.later(modem.settings.latency, [&modem, sim_id] { next_command(modem, sim_id); });
     }
 }
 
@@ -275,9 +321,12 @@ Service toolkit_service() {
                           serve<UtaMsSimTkEnvelopeCommandReq, envelope>(),
                           serve<UtaMsSimTkSendTerminalProfileReq, terminal_profile>(),
                           serve<UtaMsSimTkExecSimInitiatedCallRsp, call_agreed>(),
-                          serve<UtaMsSimTkExecSmsPpRsp, message_agreed>()},
-            .commands = {{"toolkit", "load FILE | is TEXT",
-                          "the application of the cards, which FILE describes; what the first card last heard",
+                          serve<UtaMsSimTkExecSmsPpRsp, message_agreed>(),
+                          serve<UtaMsSimTkRefreshConfirmRsp, refresh_confirmed>(),
+                          serve<UtaMsSimTkRefreshFcnRsp, refresh_agreed>()},
+            .commands = {{"toolkit", "load FILE | is TEXT | counts TEXT",
+                          "the application of the cards, which FILE describes; what the first card last heard; its "
+                          "commands, the\nresponses to them and so on, as status counts them",
                           toolkit_command}},
             .forget = [] { s_sessions = {}; },
             .describe = describe};

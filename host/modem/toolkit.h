@@ -4,5 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 
-// A message with data for the card has come (3GPP TS 31.111, 7.1).
-void toolkit_took_download(uint32_t sim_id, size_t octets);
+class Modem;
+
+// A message with data for the card has come (3GPP TS 31.111, 7.1): its application does what its text says.
+void toolkit_took_download(Modem& modem, uint32_t sim_id, size_t octets);

@@ -161,6 +161,7 @@ std::optional<CardCommand> read_command(const std::vector<std::string>& words) {
 std::optional<Application> read_application(const std::string& text, std::string& error) {
     constexpr size_t c_longest_menu = 240;  // octets
     Application application;
+    bool is_download = false;  // what the next command belongs to, else to the last item
     std::istringstream lines(text);
     std::string line;
     for (int number = 1; std::getline(lines, line); ++number) {
@@ -174,14 +175,20 @@ std::optional<Application> read_application(const std::string& text, std::string
         }
         if (words && words->size() == 2 && words->front() == "item") {
             application.items.push_back({words->back(), {}});
+            is_download = false;
             continue;
         }
-        const auto command = words && !application.items.empty() ? read_command(*words) : std::nullopt;
+        if (words && words->size() == 1 && words->front() == "download") {
+            is_download = true;
+            continue;
+        }
+        const bool has_place = is_download || !application.items.empty();
+        const auto command = words && has_place ? read_command(*words) : std::nullopt;
         if (!command) {
             error = std::to_string(number) + ": not understood: " + line;
             return std::nullopt;
         }
-        application.items.back().commands.push_back(*command);
+        (is_download ? application.download : application.items.back().commands).push_back(*command);
     }
     if (application.items.empty() || command_octets(application, {}, 1).size() > c_longest_menu) {
         error = "0: a menu has an item at least, and no more than fit into a command";

@@ -1,6 +1,6 @@
-// An application of the card's toolkit (ETSI TS 102 223), as a text describes it (docs/card.md): a menu, and for each
-// of its items the commands that follow when the user selects it. And how a command, a response and an envelope are
-// coded.
+// An application of the card's toolkit (ETSI TS 102 223), as a text describes it (docs/card.md): a menu, for each of
+// its items the commands that follow when the user selects it, and those that follow a message for the card. And how a
+// command, a response and an envelope are coded.
 #pragma once
 
 #include <cstdint>
@@ -41,6 +41,7 @@ struct Item {
 struct Application {
     std::string title;
     std::vector<Item> items;
+    std::vector<CardCommand> download;
 };
 
 // The error begins with the number of the line.
