@@ -94,7 +94,7 @@ void answer(Input& input) {
         UtaSimTkEnvelopeResIndParam res{};
         res.response_length = static_cast<uint8_t>(octets.size());
         res.response = octets.empty() ? nullptr : octets.data();
-        UtaMsSimTkEnvelopeResIndCb(0, &res, owed.context_id);
+        UtaMsSimTkEnvelopeResIndCb(0, octets.size() == 1 ? nullptr : &res, owed.context_id);
     } else {
         const UtaSimTkTerminalProfileRspParam rsp = {octets.empty() ? 0 : octets[0] & 1, 0, 0};
         UtaMsSimTkSendTerminalProfileRspCb(0, &rsp, owed.context_id);
