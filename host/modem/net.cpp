@@ -188,13 +188,16 @@ int32_t configure_receiver(Modem& modem, const Caller& caller, uint32_t sim_id,
     return c_success;
 }
 
-// What a stack makes of its card.
+void limit_service(Modem& modem, uint32_t sim_id) {
+    s_stacks[sim_id].registered = false;
+    report_registration(modem, sim_id, c_limited_service, c_no_cause);
+}
+
 void search(Modem& modem, uint32_t sim_id) {
     modem.later(c_search_time, [&modem, sim_id] {
-        Stack& stack = s_stacks[sim_id];
+        const Stack& stack = s_stacks[sim_id];
         if (stack.on && !card_is_usable(sim_id)) {
-            stack.registered = false;
-            report_registration(modem, sim_id, c_limited_service, c_no_cause);
+            limit_service(modem, sim_id);
         } else if (stack.on && !stack.registered) {
             const size_t home = find_cell(sim_id, c_networks[c_home].mcc, c_networks[c_home].mnc);
             if (home == c_networks.size()) {
@@ -213,6 +216,15 @@ void stack_switched(Modem& modem, uint32_t sim_id, bool stack_on, bool) {
     }
     s_stacks[sim_id].on = true;
     search(modem, sim_id);
+}
+
+// The registration is gone with the card, also when one is put in again before a search has ended.
+void card_changed(Modem& modem, uint32_t sim_id) {
+    if (s_stacks[sim_id].on && !card_is_usable(sim_id)) {
+        limit_service(modem, sim_id);
+    } else {
+        search(modem, sim_id);
+    }
 }
 
 std::string network_command(Modem& modem, const std::vector<std::string>& arguments) {
@@ -294,5 +306,5 @@ Service net_service() {
             .forget = [] { s_stacks = {}; },
             .describe = describe,
             .stack_switched = stack_switched,
-            .card_changed = search};
+            .card_changed = card_changed};
 }

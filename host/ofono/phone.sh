@@ -8,10 +8,12 @@ bin=$1
 out=$(realpath "$2")
 shift 2
 mkdir -p "$out"
-rm -f "$out/bus"
+rm -f "$out/bus" "$out/ofono.log"
 export PHONE_CONSOLE=$bin/host/console/console PHONE_OUT=$out
 export DBUS_SYSTEM_BUS_ADDRESS=unix:path=$out/bus
 
+# What oFono knows of cards it has seen is not the host's, and begins empty.
+mount -t tmpfs ofono /var/lib/ofono
 "$bin/host/android/prop" set persist.dual_sim ss
 seed=${SEED:-$((RANDOM + 1))}
 echo "The order of the modem's packets has the seed $seed; SEED=$seed gives the same again."
@@ -23,8 +25,9 @@ for client in 1 2; do
 done
 
 # oFono ends by itself when it finds a card whose application is not known yet, which is so before the radio was on: after
-# the modem's start and after each crash. It ends as well (a segmentation fault) when a card shows its menu for the second
-# time, which it does after flight mode: so the cards' commands do not reach this phone.
+# the modem's start, after each crash, and for a moment after a card is put in or its PIN is entered. It ends as well (a
+# segmentation fault) when a card shows its menu for the second time, which it does after flight mode: so the cards'
+# commands do not reach this phone.
 cat >"$out/on.txt" <<'SCRIPT'
 wait connected 30
 sim2 wait connected 30
@@ -35,18 +38,25 @@ expect RADIO_POWER SUCCESS 10
 sim2 radio on
 sim2 expect RADIO_POWER SUCCESS 10
 modem drop UtaMsSimTkProactiveCommandIndCb
-sleep 0.5
+sim
+expect GET_SIM_STATUS SUCCESS 10 *state=PIN*|*state=PUK*|*state=ready*
+sim2 sim
+sim2 expect GET_SIM_STATUS SUCCESS 10 *state=PIN*|*state=PUK*|*state=ready*
 SCRIPT
 
 dbus-daemon --session --nofork --nopidfile --address="$DBUS_SYSTEM_BUS_ADDRESS" 2>"$out/bus.log" &
 bus=$!
 until [ -S "$out/bus" ]; do sleep 0.1; done
 
-# A service that is started again when it ends, as on a phone; at most twenty times.
+# A service that is started again when it ends, as on a phone; at most twenty times. It is started without a card after a
+# while.
 (
     trap 'kill "$daemon" 2>/dev/null; exit' TERM
     for _ in {1..20}; do
-        "$PHONE_CONSOLE" "$out/on.txt" >"$out/on.log" || cat "$out/on.log"
+        for _ in {1..30}; do
+            "$PHONE_CONSOLE" "$out/on.txt" >"$out/on.log" && break
+            sleep 0.1
+        done
         OFONO_RIL_DEVICE=ril OFONO_RIL_NUM_SIM_SLOTS=2 ofonod -n -d >>"$out/ofono.log" 2>&1 &
         daemon=$!
         wait "$daemon"
@@ -66,6 +76,7 @@ else
 fi
 kill "$service"
 wait "$service" 2>/dev/null
+cp /dev/log/radio "$out/radio.log"
 kill "$bus" $phone
 for process in $phone; do
     wait "$process" || {

@@ -1,27 +1,38 @@
 """The phone as oFono shows it at D-Bus, and the simulated network behind it."""
 
 import contextlib
+import os
+import signal
 import socket
 import time
 
 import dbus
 import pytest
+from dbus.mainloop.glib import DBusGMainLoop
+from gi.repository import GLib
 
 SIMS = ("/ril_0", "/ril_1")
 TIMEOUT = 30
 
 
 def eventually(look, wanted=True, seconds=TIMEOUT):
-    """Looks until it sees what is wanted: a value, or a function of what is seen."""
+    """Looks until it sees what is wanted: a value, or a function of what is seen. Signals come in meanwhile."""
     deadline = time.monotonic() + seconds
     seen = None
     while time.monotonic() < deadline:
+        while GLib.MainContext.default().iteration(False):
+            pass
         with contextlib.suppress(dbus.DBusException):
             seen = look()
             if wanted(seen) if callable(wanted) else seen == wanted:
                 return seen
         time.sleep(0.05)
     raise AssertionError(f"wanted {wanted}, saw {seen}")
+
+
+def variant(value):
+    kind = dbus.Boolean if isinstance(value, bool) else dbus.String
+    return kind(value, variant_level=1)
 
 
 class Network:
@@ -57,28 +68,50 @@ class Sim:
     def __init__(self, bus, path):
         self._bus, self.path = bus, path
 
-    def __getattr__(self, name):
-        return dbus.Interface(self._bus.get_object("org.ofono", self.path), "org.ofono." + name)
-
     def at(self, path, name):
-        return dbus.Interface(self._bus.get_object("org.ofono", path), "org.ofono." + name)
+        return dbus.Interface(self._bus.get_object("org.ofono", path, introspect=False), "org.ofono." + name)
+
+    def __getattr__(self, name):
+        return self.at(self.path, name)
 
     def see(self, interface, name):
         return getattr(self, interface).GetProperties().get(name)
 
-    def set(self, interface, name, value):
-        """Again while oFono is just being started again."""
-        eventually(lambda: getattr(self, interface).SetProperty(name, value, timeout=60) is None)
+    def set(self, interface, name, value, *more):
+        getattr(self, interface).SetProperty(name, variant(value), *more, timeout=60)
+
+    def switch_on(self, *switches):
+        for switch in switches:
+            if not self.see("Modem", switch):
+                self.set("Modem", switch, True)
+
+    def is_registered(self):
+        with contextlib.suppress(dbus.DBusException):
+            return self.see("NetworkRegistration", "Status") == "registered"
+        return False
 
     def online(self):
-        def registered():
-            for switch in ("Powered", "Online"):
-                if not self.see("Modem", switch):
-                    self.Modem.SetProperty(switch, dbus.Boolean(True), timeout=60)
-            return self.see("NetworkRegistration", "Status")
+        """Until oFono shows everything: the last of its interfaces is that of packet data."""
+        def all_there():
+            self.switch_on("Powered", "Online")
+            return self.is_registered() and "org.ofono.ConnectionManager" in self.see("Modem", "Interfaces")
 
-        eventually(registered, "registered")
+        eventually(all_there)
         return self
+
+    def _process(self):
+        return self._bus.call_blocking("org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
+                                       "GetConnectionUnixProcessID", "s", ("org.ofono",))
+
+    def start_again(self):
+        """Ends oFono, which turns the radio off before and is started again."""
+        process = self._process()
+        os.kill(process, signal.SIGTERM)
+        eventually(self._process, lambda now: now != process)
+
+    def pin_required(self):
+        self.switch_on("Powered")
+        return self.see("SimManager", "PinRequired")
 
     def calls(self):
         return sorted((str(call["LineIdentification"]), str(call["State"])) for _, call in self.VoiceCallManager.GetCalls())
@@ -94,14 +127,7 @@ class Sim:
 
 @pytest.fixture(scope="session")
 def bus():
-    from dbus.mainloop.glib import DBusGMainLoop
-    from gi.repository import GLib
-    import threading
-
-    DBusGMainLoop(set_as_default=True)
-    system = dbus.SystemBus()
-    threading.Thread(target=GLib.MainLoop().run, daemon=True).start()
-    return system
+    return dbus.SystemBus(mainloop=DBusGMainLoop())
 
 
 @pytest.fixture(scope="session")
