@@ -25,9 +25,8 @@ for client in 1 2; do
 done
 
 # oFono ends by itself when it finds a card whose application is not known yet, which is so before the radio was on: after
-# the modem's start, after each crash, and for a moment after a card is put in or its PIN is entered. It ends as well (a
-# segmentation fault) when a card shows its menu for the second time, which it does after flight mode: so the cards'
-# commands do not reach this phone.
+# the modem's start, after each crash, and for a moment after a card is put in or its PIN is entered. A card's menu after
+# flight mode ends it too, since its handler from before is still called: so the cards' commands do not reach this phone.
 cat >"$out/on.txt" <<'SCRIPT'
 wait connected 30
 sim2 wait connected 30
