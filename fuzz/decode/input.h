@@ -49,3 +49,12 @@ public:
 private:
     std::span<const uint8_t> rest_;
 };
+
+// A record of any content.
+template <typename Record>
+Record any(Input& input) {
+    Record record{};
+    const auto octets = input.take(sizeof(record));
+    std::copy(octets.begin(), octets.end(), reinterpret_cast<uint8_t*>(&record));
+    return record;
+}

@@ -7,15 +7,11 @@
 #include "fuzz/decode/input.h"
 #include "ril/core/src/agg_request/handlers.h"
 #include "ril/core/src/async_ril/async_ril.h"
-#include "ril/core/src/profile/profile.h"
 #include "ril/core/src/sim/apdu.h"
-#include "ril/core/src/sim/pin.h"
 #include "ril/core/src/sms/sms.h"
 #include "rpc/multi-client/rpc-stubs/ril/entry_points.h"
 #include "rpc/multi-client/rpc-stubs/ril/stubs.h"
 #include "tests/harness/stood_in_rooms.h"
-
-std::array<agg_profile, 2> pAggprofileDB;
 
 namespace {
 
@@ -67,14 +63,6 @@ void ask(int number, int first, int second) {
 }
 
 // --- The modem and the card
-
-template <typename Record>
-Record any(Input& input) {
-    Record record{};
-    const auto octets = input.take(sizeof(record));
-    std::copy(octets.begin(), octets.end(), reinterpret_cast<uint8_t*>(&record));
-    return record;
-}
 
 void answer(Input& input) {
     if (s_owed.empty()) {
@@ -145,31 +133,6 @@ int32_t sim_apdu_cmd_req(uint32_t, const UtaSimApduCmdReqParam& req, rilreq_rspc
     s_owed.push_back({ctxt_id, callback});
     return 0;
 }
-UtaSimApduPath sim_file_path(uint32_t, uint16_t, uint16_t) {
-    return {};
-}
-uint8_t getClaByte(uint32_t) {
-    return 0;
-}
-void sms_sim_create_read_record_apdu(uint32_t, uint8_t, uint8_t, UtaSimApduData& apdu) {
-    apdu = {};
-}
-int32_t sim_analyse_apdu_result(const UtaSimApduCmdRspParam& answer, sim_apdu_status& out) {
-    out.sw1 = answer.result == 0 ? 0x90 : 0x6F;
-    return answer.result == 0 ? 0 : -1;
-}
-int32_t AGGSimAnalyseFilePropertyResult(const UtaSimApduCmdRspParam*, sim_file_properties* out) {
-    *out = {};
-    return 0;
-}
-int32_t sms_sim_analyse_read_result(const UtaSimApduCmdRspParam&, sim_read_result& out) {
-    out = {};
-    return -1;
-}
-int32_t sim_is_fdn_enabled(uint32_t) {
-    return 0;
-}
-
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     Input input(data, size);
     s_owed.clear();

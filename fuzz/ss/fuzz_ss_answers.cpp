@@ -8,17 +8,11 @@
 #include "ril/core/src/agg_request/handlers.h"
 #include "ril/core/src/async_ril/async_ril.h"
 #include "ril/core/src/call/call.h"
-#include "ril/core/src/call/ecc_list.h"
-#include "ril/core/src/net/net.h"
 #include "ril/core/src/profile/profile.h"
-#include "ril/core/src/sim/pin.h"
-#include "ril/core/src/sim/sim.h"
 #include "ril/core/src/ss/ss.h"
 #include "rpc/multi-client/rpc-stubs/ril/entry_points.h"
 #include "rpc/multi-client/rpc-stubs/ril/stubs.h"
 #include "tests/harness/stood_in_rooms.h"
-
-std::array<agg_profile, 2> pAggprofileDB;
 
 namespace {
 
@@ -87,14 +81,6 @@ void ask(int number, const void* data, size_t length) {
 }
 
 // --- The modem
-
-template <typename Record>
-Record any(Input& input) {
-    Record record{};
-    const auto octets = input.take(sizeof(record));
-    std::copy(octets.begin(), octets.end(), reinterpret_cast<uint8_t*>(&record));
-    return record;
-}
 
 // An answer of any kind to the oldest request. Texts always end: the unpacker sees to it.
 void answer(Input& input) {
@@ -197,29 +183,6 @@ int32_t uta::call(uint16_t id, const uta::Word* words) {
         s_owed.push_back(static_cast<uint32_t>(words[2]));
     }
     return 0;
-}
-
-// The rooms around the services.
-uint32_t net_get_modem_registration_state(uint32_t) {
-    return 1;
-}
-uint32_t get_sim_state(uint32_t) {
-    return SIM_STATUS_SIM_READY;
-}
-const ecc_list* sim_get_ecc_list(uint32_t) {
-    return nullptr;
-}
-uint32_t sim_get_ecc_records(uint32_t) {
-    return 0;
-}
-int32_t sim_handle_sim_lock_personalisation_facility(uint32_t, int32_t, int32_t, const char*, int32_t, uint32_t) {
-    return -1;
-}
-int32_t ss_handle_simcard_lock_facility(uint32_t, int32_t, int32_t, const char*, int32_t, uint32_t) {
-    return -1;
-}
-int32_t ss_handle_fixed_dialing_lock_facility(uint32_t, int32_t, int32_t, const char*, int32_t, uint32_t) {
-    return -1;
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {

@@ -36,8 +36,6 @@ uint32_t s_sim_state = 4;
 
 }  // namespace
 
-std::array<agg_profile, 2> pAggprofileDB;
-
 // The modem's end of each call.
 int32_t uta::call(uint16_t id, const uta::Word* words) {
     std::string text = std::to_string(id);

@@ -11,9 +11,7 @@
 
 #include "ril/core/src/agg_request/handlers.h"
 #include "ril/core/src/async_ril/async_ril.h"
-#include "ril/core/src/profile/profile.h"
 #include "ril/core/src/sim/apdu.h"
-#include "ril/core/src/sim/pin.h"
 #include "ril/core/src/sms/sms.h"
 #include "rpc/multi-client/rpc-stubs/ril/entry_points.h"
 #include "rpc/multi-client/rpc-stubs/ril/mem_table.h"
@@ -21,8 +19,6 @@
 #include "tests/harness/failing_alloc.h"
 #include "tests/harness/fake_android.h"
 #include "tests/harness/stood_in_rooms.h"
-
-std::array<agg_profile, 2> pAggprofileDB;
 
 namespace {
 
@@ -151,32 +147,6 @@ int32_t sim_apdu_cmd_req(uint32_t, const UtaSimApduCmdReqParam&, rilreq_rspcb ca
     s_world.owed.push_back({0, ctxt_id, callback});
     return 0;
 }
-UtaSimApduPath sim_file_path(uint32_t, uint16_t, uint16_t) {
-    return {};
-}
-uint8_t getClaByte(uint32_t) {
-    return 0;
-}
-void sms_sim_create_read_record_apdu(uint32_t, uint8_t, uint8_t, UtaSimApduData& apdu) {
-    apdu = {};
-}
-int32_t sim_analyse_apdu_result(const UtaSimApduCmdRspParam& answer, sim_apdu_status& out) {
-    out.sw1 = answer.result == 0 ? 0x90 : 0x6F;
-    return answer.result;
-}
-int32_t AGGSimAnalyseFilePropertyResult(const UtaSimApduCmdRspParam*, sim_file_properties* out) {
-    out->record_len = 28;
-    return 0;
-}
-int32_t sms_sim_analyse_read_result(const UtaSimApduCmdRspParam& answer, sim_read_result& out) {
-    static constexpr std::array<uint8_t, 28> c_record = {0xFD, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 3, 0x91, 0x94, 0x71};
-    out.data = c_record;
-    return answer.result;
-}
-int32_t sim_is_fdn_enabled(uint32_t) {
-    return 0;
-}
-
 namespace {
 
 // With the number of the message at its end.
