@@ -135,7 +135,7 @@ int32_t release(Modem& modem, const Caller& caller, uint32_t sim_id, const UtaCa
         request.respond<uta::row::UtaMsCallCsReleaseCallRspCb>(response);
         for (Call* call : released) {
             if (call->state == State::INCOMING) {
-                incoming_refused(request.sim_id);
+                incoming_refused(request.modem, request.sim_id, *call);
             }
             clear_call(request.modem, request.sim_id, *call, wanted.cause);
         }
@@ -171,6 +171,9 @@ int32_t accept(Modem& modem, const Caller& caller, uint32_t sim_id, const UtaCal
         if (response.field_2 == c_success) {
             request.report(held, NOW_HELD);
             report_connected(request.modem, request.sim_id, *call);
+            if (Call* const peer = peer_of(request.sim_id, *call)) {
+                far_end_answers(request.modem, 1 - request.sim_id, *peer);
+            }
         }
     });
 }
@@ -247,6 +250,11 @@ int32_t join(Modem& modem, const Caller& caller, uint32_t sim_id, uint32_t conte
         }
         request.respond<uta::row::UtaMsCallCsJoinCallsRspCb>(make_response<UtaCallCsJoinCallsRspCbParams>(obstacle));
         request.report(retrieved, NOW_RETRIEVED);
+        for (const Call& call : request.calls()) {
+            if (obstacle == NO_CAUSE && call.is_member) {
+                notify_peer(request.modem, request.sim_id, call, JOINED_MULTIPARTY);
+            }
+        }
     });
 }
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "host/modem/card.h"
+#include "host/modem/message_centre.h"
 #include "host/modem/subscriber.h"
 
 namespace calls {
@@ -92,6 +93,30 @@ void notify(Modem& modem, uint32_t sim_id, const Call& call, Notification notifi
     modem.indicate<uta::row::UtaMsCallCsNotificationIndCb>(sim_id, &param);
 }
 
+Call* peer_of(uint32_t sim_id, const Call& call) {
+    for (Call& other : s_stacks[1 - sim_id].calls) {
+        if (call.peer != 0 && other.serial == call.peer) {
+            return &other;
+        }
+    }
+    return nullptr;
+}
+
+void notify_peer(Modem& modem, uint32_t sim_id, const Call& call, Notification notification) {
+    if (const Call* peer = peer_of(sim_id, call)) {
+        notify(modem, 1 - sim_id, *peer, notification);
+    }
+}
+
+void tell_group(Modem& modem, uint32_t sim_id, const Call& call) {
+    if (const auto index = subscriber::group_with(sim_id, call.number)) {
+        UtaCallCsCugInfoIndCbParams param{};
+        param.call.call_id = call.id;
+        param.index = *index;
+        modem.indicate<uta::row::UtaMsCallCsCugInfoIndCb>(sim_id, &param);
+    }
+}
+
 void report_connected(Modem& modem, uint32_t sim_id, const Call& call) {
     UtaCallCsConnectedIndCbParams param{};
     param.call.call_id = call.id;
@@ -113,7 +138,9 @@ std::vector<uint8_t> move_calls(uint32_t sim_id, State from, State to) {
 
 void report_moved(Modem& modem, uint32_t sim_id, const std::vector<uint8_t>& moved, Status status) {
     for (const uint8_t id : moved) {
-        report_status(modem, sim_id, *find_call(sim_id, id), status);
+        const Call& call = *find_call(sim_id, id);
+        report_status(modem, sim_id, call, status);
+        notify_peer(modem, sim_id, call, status == NOW_HELD ? CALL_HELD : CALL_RETRIEVED);
     }
 }
 
@@ -128,15 +155,7 @@ void leave_multiparty(uint32_t sim_id, Call& leaving) {
     }
 }
 
-void disconnect(Modem& modem, uint32_t sim_id, Call& call) {
-    UtaCallCsDisconnectedIndCbParams param{};
-    param.call.call_id = call.id;
-    param.cause = call.cause;
-    std::erase_if(s_stacks[sim_id].calls, [&](const Call& other) { return other.id == param.call.call_id; });
-    modem.indicate<uta::row::UtaMsCallCsDisconnectedIndCb>(sim_id, &param);
-}
-
-void clear_call(Modem& modem, uint32_t sim_id, Call& call, int32_t cause) {
+static void begin_clearing(Modem& modem, uint32_t sim_id, Call& call, int32_t cause) {
     call.state = State::RELEASING;
     call.cause = cause;
     leave_multiparty(sim_id, call);
@@ -145,6 +164,30 @@ void clear_call(Modem& modem, uint32_t sim_id, Call& call, int32_t cause) {
     param.cause = cause;
     modem.indicate<uta::row::UtaMsCallCsDisconnectingIndCb>(sim_id, &param);
     after(modem, c_clearing_time, sim_id, call, disconnect);
+}
+
+// The other stack's end goes too. A caller whom nobody took has met a busy phone.
+static void clear_peer(Modem& modem, uint32_t sim_id, Call& call) {
+    Call* const peer = peer_of(sim_id, call);
+    call.peer = 0;
+    if (peer != nullptr) {
+        peer->peer = 0;
+        begin_clearing(modem, 1 - sim_id, *peer, call.state == State::INCOMING ? USER_BUSY : NORMAL_CLEARING);
+    }
+}
+
+void disconnect(Modem& modem, uint32_t sim_id, Call& call) {
+    clear_peer(modem, sim_id, call);
+    UtaCallCsDisconnectedIndCbParams param{};
+    param.call.call_id = call.id;
+    param.cause = call.cause;
+    std::erase_if(s_stacks[sim_id].calls, [&](const Call& other) { return other.id == param.call.call_id; });
+    modem.indicate<uta::row::UtaMsCallCsDisconnectedIndCb>(sim_id, &param);
+}
+
+void clear_call(Modem& modem, uint32_t sim_id, Call& call, int32_t cause) {
+    clear_peer(modem, sim_id, call);
+    begin_clearing(modem, sim_id, call, cause);
 }
 
 // --- A call's beginning ----------------------------------------------------------------------------------------------
@@ -195,6 +238,12 @@ static void reach_party(Modem& modem, uint32_t sim_id, Call& call) {
     if (call.state != State::DIALING) {
         return;
     }
+    const auto* const stack =
+        std::find(message_centre::c_subscribers.begin(), message_centre::c_subscribers.end(), call.number);
+    if (!call.is_emergency && stack == message_centre::c_subscribers.begin() + (1 - sim_id)) {
+        reach_stack(modem, sim_id, call);
+        return;
+    }
     if (party_of(call) == Party::IS_BUSY) {
         clear_call(modem, sim_id, call, USER_BUSY);
         return;
@@ -209,10 +258,14 @@ static void reach_party(Modem& modem, uint32_t sim_id, Call& call) {
     } else if (party_of(call) == Party::LETS_WAIT) {
         notify(modem, sim_id, call, CALL_WAITING);
     }
+    alert(modem, sim_id, call);
+}
+
+void alert(Modem& modem, uint32_t sim_id, Call& call) {
     call.state = State::ALERTING;
     const UtaCallCsCallId call_id{call.id};
     modem.indicate<uta::row::UtaMsCallCsAlertingIndCb>(sim_id, &call_id);
-    if (party_of(call) == Party::NEVER_ANSWERS) {
+    if (party_of(call) == Party::NEVER_ANSWERS || call.peer != 0) {
         after(modem, c_network_patience, sim_id, call, give_up);
     } else {
         after(modem, c_answering_time, sim_id, call, far_end_answers);
@@ -223,11 +276,16 @@ static void reach_party(Modem& modem, uint32_t sim_id, Call& call) {
 static void remind_of_forwarding(Modem& modem, uint32_t sim_id, const Call& call) {
     constexpr Notification c_reminders[subscriber::CONDITIONS] = {FORWARDS_ALWAYS, FORWARDS_WHEN_BUSY,
                                                                   FORWARDS_WITHOUT_REPLY, FORWARDS_WHEN_NOT_REACHABLE};
+    std::vector<Notification> reminders;
+    reminders.reserve(subscriber::CONDITIONS);
     for (size_t i = 0; i < subscriber::CONDITIONS; ++i) {
         if (subscriber::diversion(sim_id, static_cast<subscriber::Condition>(i))) {
-            notify(modem, sim_id, call, c_reminders[i]);
-            return;
+            reminders.push_back(c_reminders[i]);
         }
+    }
+    if (!reminders.empty()) {
+        const bool are_all = reminders.size() == subscriber::CONDITIONS - 1 && reminders[0] != FORWARDS_ALWAYS;
+        notify(modem, sim_id, call, are_all ? FORWARDS_CONDITIONALLY : reminders[0]);
     }
 }
 
@@ -244,6 +302,11 @@ static void start_dialing(Modem& modem, uint32_t sim_id, Call& call) {
         clear_call(modem, sim_id, call, OPERATOR_BARRING);
         return;
     }
+    if (call.is_withheld && !subscriber::may_withhold(sim_id)) {
+        call.is_withheld = false;
+        notify(modem, sim_id, call, CLIR_REJECTED);
+    }
+    tell_group(modem, sim_id, call);
     remind_of_forwarding(modem, sim_id, call);
     after(modem, c_routing_time, sim_id, call, reach_party);
 }

@@ -24,6 +24,7 @@ struct Call {
     bool is_member = false;    // of the multiparty call
     bool is_withheld = false;  // the far end doesn't see who calls
     int32_t cause = 0;         // of its end
+    uint32_t peer = 0;         // the serial of its other end where that is the other stack, or 0
 };
 
 struct Stack {
@@ -42,6 +43,7 @@ enum Cause : int32_t {
     USER_BUSY = 17,
     NO_ANSWER = 19,
     CALL_REJECTED = 21,
+    OUT_OF_ORDER = 27,  // the destination
     FACILITY_REJECTED = 29,
     TEMPORARY_FAILURE = 41,
     NO_RESOURCES = 47,
@@ -65,6 +67,9 @@ enum Notification : int32_t {
     FORWARDS_WHEN_BUSY = 9,
     FORWARDS_WITHOUT_REPLY = 10,
     FORWARDS_WHEN_NOT_REACHABLE = 11,
+    FORWARDS_CONDITIONALLY = 12,  // under all of the last three conditions
+    CLIR_REJECTED = 14,
+    INCOMING_CALL_DEFLECTED = 17,
     OUTGOING_CALL_BARRED = 18,
     INCOMING_CALL_BARRED = 22,
 };
@@ -84,7 +89,18 @@ void after(Modem& modem, Loop::Milliseconds delay, uint32_t sim_id, const Call& 
 // nowhere at all.
 std::string arrive(Modem& modem, uint32_t sim_id, const std::string& number, bool is_forwarded);
 // The phone would not take an incoming call.
-void incoming_refused(uint32_t sim_id);
+void incoming_refused(Modem& modem, uint32_t sim_id, Call& call);
+// A stack calls the other one: what its subscriber wants decides, and what becomes of it is told to the caller.
+void reach_stack(Modem& modem, uint32_t sim_id, Call& call);
+// An outgoing call alerts; the far end answers after a while, unless it is the other stack.
+void alert(Modem& modem, uint32_t sim_id, Call& call);
+
+// The other end of a stack's call at the other stack, or null.
+Call* peer_of(uint32_t sim_id, const Call& call);
+// Tells it something.
+void notify_peer(Modem& modem, uint32_t sim_id, const Call& call, Notification notification);
+// The closed user group of the parties, if they are in one.
+void tell_group(Modem& modem, uint32_t sim_id, const Call& call);
 
 // Why the network or the phone has no place for one more outgoing call.
 Cause setup_obstacle(uint32_t sim_id, const std::string& number, bool is_emergency);

@@ -5,6 +5,7 @@
 #include "host/modem/calls.h"
 #include "host/modem/commands.h"
 #include "host/modem/gsm_text.h"
+#include "host/modem/message_centre.h"
 #include "host/modem/net.h"
 #include "host/modem/subscriber.h"
 
@@ -45,6 +46,17 @@ void send_name(Modem& modem, uint32_t sim_id, const Call& call) {
     modem.indicate<uta::row::UtaMsCallCsCallingNameInfoIndCb>(sim_id, &param);
 }
 
+// The call of the other stack that would have got here goes on to a number outside.
+void send_on(Modem& modem, uint32_t sim_id, Call& call) {
+    Call* const peer = peer_of(sim_id, call);
+    call.peer = 0;
+    if (peer != nullptr) {
+        peer->peer = 0;
+        notify(modem, 1 - sim_id, *peer, OUTGOING_CALL_FORWARDED);
+        alert(modem, 1 - sim_id, *peer);
+    }
+}
+
 void take_back_for_no_reply(Modem& modem, uint32_t sim_id, Call& call) {
     if (call.state != State::INCOMING) {
         return;
@@ -52,6 +64,7 @@ void take_back_for_no_reply(Modem& modem, uint32_t sim_id, Call& call) {
     if (const auto to = subscriber::diversion(sim_id, subscriber::NO_REPLY)) {
         meet(sim_id, "forwarded " + to->number);
         notify(modem, sim_id, call, INCOMING_CALL_FORWARDED);
+        send_on(modem, sim_id, call);
         clear_call(modem, sim_id, call, NORMAL_CLEARING);
     }
 }
@@ -60,6 +73,7 @@ std::string ring(Modem& modem, uint32_t sim_id, const std::string& number, bool 
     const bool waits = std::any_of(s_stacks[sim_id].calls.begin(), s_stacks[sim_id].calls.end(), is_engaged);
     Call* call = add_call(sim_id, State::INCOMING, number);
     if (call == nullptr) {
+        meet(sim_id, "busy");
         return "there are too many calls";
     }
     meet(sim_id, waits ? "waiting" : "ringing");
@@ -68,6 +82,7 @@ std::string ring(Modem& modem, uint32_t sim_id, const std::string& number, bool 
     fill_text(param.number, call->number);
     modem.indicate<uta::row::UtaMsCallCsIncomingCallIndCb>(sim_id, &param);
     send_name(modem, sim_id, *call);
+    tell_group(modem, sim_id, *call);
     if (is_forwarded) {
         notify(modem, sim_id, *call, FORWARDED_CALL_INCOMING);
     }
@@ -109,13 +124,16 @@ std::string far_command(Modem& modem, const std::vector<std::string>& arguments)
     constexpr struct {
         const char* word;
         Notification notification;
-    } c_words[] = {{"holds", CALL_HELD}, {"retrieves", CALL_RETRIEVED}, {"joins", JOINED_MULTIPARTY}};
+    } c_words[] = {{"holds", CALL_HELD},
+                   {"retrieves", CALL_RETRIEVED},
+                   {"joins", JOINED_MULTIPARTY},
+                   {"deflects", INCOMING_CALL_DEFLECTED}};
     const auto id = arguments.size() > 1 ? parse_integer(arguments[1]) : std::nullopt;
     const auto sim_id = stack_of(arguments, 2);
     const auto* row = std::find_if(std::begin(c_words), std::end(c_words),
                                    [&](const auto& it) { return !arguments.empty() && arguments[0] == it.word; });
     if (!id || !sim_id || row == std::end(c_words)) {
-        return "wants holds, retrieves or joins, and a call id";
+        return "wants holds, retrieves, joins or deflects, and a call id";
     }
     const Call* call = find_call(*sim_id, static_cast<uint32_t>(*id));
     if (call == nullptr) {
@@ -125,6 +143,25 @@ std::string far_command(Modem& modem, const std::vector<std::string>& arguments)
     return "";
 }
 
+std::string provide_command(Modem&, const std::vector<std::string>& arguments) {
+    constexpr const char* c_usage = "wants clir on or off, or group, a number and an index";
+    const std::string what = arguments.size() < 2 ? "" : arguments[0];
+    const auto sim_id = stack_of(arguments, what == "group" ? 3 : 2);
+    const auto index = what == "group" && arguments.size() > 2 ? parse_integer(arguments[2]) : std::optional<int32_t>();
+    if (!sim_id) {
+        return c_usage;
+    }
+    if (what == "clir" && (arguments[1] == "on" || arguments[1] == "off")) {
+        subscriber::provide_clir(*sim_id, arguments[1] == "on");
+        return "";
+    }
+    if (index.value_or(-1) >= 0 && index.value_or(-1) <= UINT16_MAX) {
+        subscriber::provide_group(*sim_id, arguments[1], static_cast<uint16_t>(*index));
+        return "";
+    }
+    return c_usage;
+}
+
 }  // namespace
 
 namespace calls {
@@ -132,7 +169,7 @@ namespace calls {
 std::string arrive(Modem& modem, uint32_t sim_id, const std::string& number, bool is_forwarded) {
     const bool is_engaged_stack = std::any_of(s_stacks[sim_id].calls.begin(), s_stacks[sim_id].calls.end(), is_engaged);
     const bool is_called_already = find_state(sim_id, State::INCOMING) != nullptr;
-    if (subscriber::bars_incoming(sim_id)) {
+    if (subscriber::bars_incoming(sim_id, stack_roams(sim_id))) {
         meet(sim_id, "barred");
     } else if (const auto always = subscriber::diversion(sim_id, subscriber::UNCONDITIONAL)) {
         meet(sim_id, "forwarded " + always->number);
@@ -147,19 +184,48 @@ std::string arrive(Modem& modem, uint32_t sim_id, const std::string& number, boo
     return "";
 }
 
-void incoming_refused(uint32_t sim_id) {
+void incoming_refused(Modem& modem, uint32_t sim_id, Call& call) {
     divert(sim_id, subscriber::BUSY, "busy");
+    if (s_met[sim_id] != "busy") {
+        send_on(modem, sim_id, call);
+    }
+}
+
+void reach_stack(Modem& modem, uint32_t sim_id, Call& call) {
+    const uint32_t other = 1 - sim_id;
+    arrive(modem, other, call.is_withheld ? "" : message_centre::c_subscribers[sim_id], false);
+    const std::string& met = s_met[other];
+    if (met == "barred") {
+        notify(modem, sim_id, call, INCOMING_CALL_BARRED);
+        clear_call(modem, sim_id, call, CALL_REJECTED);
+    } else if (met == "busy" || met == "away") {
+        clear_call(modem, sim_id, call, met == "busy" ? USER_BUSY : OUT_OF_ORDER);
+    } else if (met == "ringing" || met == "waiting") {
+        Call& there = s_stacks[other].calls.back();
+        call.peer = there.serial;
+        there.peer = call.serial;
+        if (met == "waiting") {
+            notify(modem, sim_id, call, CALL_WAITING);
+        }
+        alert(modem, sim_id, call);
+    } else {
+        notify(modem, sim_id, call, OUTGOING_CALL_FORWARDED);
+        alert(modem, sim_id, call);
+    }
 }
 
 }  // namespace calls
 
 Service callers_service() {
-    return {
-        .name = "callers",
-        .functions = {},
-        .commands = {{"met", "ringing|waiting|busy|away|barred|forwarded NUMBER [0|1]",
-                      "fails unless that is what the last caller met", met_command},
-                     {"name", "NUMBER NAME", "the network knows a caller's name and tells it", name_command},
-                     {"far", "holds|retrieves|joins ID [0|1]", "what the far end of a call does with it", far_command}},
-        .describe = [] { return "the last caller met: " + (s_met[0].empty() ? "nothing" : s_met[0]); }};
+    return {.name = "callers",
+            .functions = {},
+            .commands = {{"met", "ringing|waiting|busy|away|barred|forwarded NUMBER [0|1]",
+                          "fails unless that is what the last caller met", met_command},
+                         {"name", "NUMBER NAME", "the network knows a caller's name and tells it", name_command},
+                         {"far", "holds|retrieves|joins|deflects ID [0|1]", "what the far end of a call does with it",
+                          far_command},
+                         {"provide", "clir on|off [0|1] | group NUMBER INDEX [0|1]",
+                          "the subscriber may withhold his number, or not; he and a number are in a closed user group",
+                          provide_command}},
+            .describe = [] { return "the last caller met: " + (s_met[0].empty() ? "nothing" : s_met[0]); }};
 }

@@ -78,7 +78,7 @@ void report_registration(Modem& modem, uint32_t sim_id, int32_t status, int32_t 
     param.rej_cause = cause;
     param.second_cause = cause;
     param.band = network.band;
-    param.roaming = s_stacks[sim_id].registered && network.mcc != c_networks[c_home].mcc ? 1 : 0;
+    param.roaming = stack_roams(sim_id) ? 1 : 0;
     fill(param.network, network);
     param.lai.plmn = param.network.plmn;
     param.lai.lac.lac = network.lac;
@@ -272,6 +272,11 @@ std::string describe() {
 
 bool stack_is_registered(uint32_t sim_id) {
     return s_stacks[sim_id].registered;
+}
+
+bool stack_roams(uint32_t sim_id) {
+    const Stack& stack = s_stacks[sim_id];
+    return stack.registered && c_networks[stack.network].mcc != c_networks[c_home].mcc;
 }
 
 void network_settings_changed(Modem& modem, uint32_t sim_id) {

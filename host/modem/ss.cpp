@@ -112,13 +112,15 @@ void send_identity(const Request& request, ServiceName service) {
     request.respond<uta::row::UtaMsSsIdentificationStatusIndCb>(param);
 }
 
-// Every subscriber may show his number or not, call by call.
+// A subscriber shows his number or not, call by call, unless he may not withhold it.
 void send_clir(const Request& request) {
     constexpr int32_t c_provisioned_and_active = 5;
     constexpr int32_t c_temporary_allowed = 2;
     UtaSsClirIndParamStruct param{};
-    param.status = c_provisioned_and_active;
-    param.cli_restriction = c_temporary_allowed;
+    if (subscriber::may_withhold(request.sim_id)) {
+        param.status = c_provisioned_and_active;
+        param.cli_restriction = c_temporary_allowed;
+    }
     request.respond<uta::row::UtaMsSsClirIndCb>(param);
 }
 

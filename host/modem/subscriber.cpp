@@ -22,6 +22,8 @@ struct Subscriber {
     std::set<Group> waiting = c_all_groups;
     std::string password = "0000";
     int wrong_passwords = 0;
+    bool may_withhold = true;
+    std::map<std::string, uint16_t> groups;  // by the other one's number
 };
 
 std::array<Subscriber, c_stacks> s_subscribers;
@@ -304,12 +306,31 @@ bool bars_outgoing(uint32_t sim_id, const std::string& number) {
             (barring[INTERNATIONAL].contains(TELEPHONY) || barring[INTERNATIONAL_BUT_HOME].contains(TELEPHONY)));
 }
 
-bool bars_incoming(uint32_t sim_id) {
-    return s_subscribers[sim_id].barring[ALL_INCOMING].contains(TELEPHONY);
+bool bars_incoming(uint32_t sim_id, bool roams) {
+    const auto& barring = s_subscribers[sim_id].barring;
+    return barring[ALL_INCOMING].contains(TELEPHONY) || (roams && barring[INCOMING_ROAMING].contains(TELEPHONY));
 }
 
 bool lets_wait(uint32_t sim_id) {
     return s_subscribers[sim_id].waiting.contains(TELEPHONY);
+}
+
+void provide_clir(uint32_t sim_id, bool is_provided) {
+    s_subscribers[sim_id].may_withhold = is_provided;
+}
+
+bool may_withhold(uint32_t sim_id) {
+    return s_subscribers[sim_id].may_withhold;
+}
+
+void provide_group(uint32_t sim_id, const std::string& number, uint16_t index) {
+    s_subscribers[sim_id].groups[number] = index;
+}
+
+std::optional<uint16_t> group_with(uint32_t sim_id, const std::string& number) {
+    const auto& groups = s_subscribers[sim_id].groups;
+    const auto it = groups.find(number);
+    return it != groups.end() ? std::optional(it->second) : std::nullopt;
 }
 
 std::string describe() {

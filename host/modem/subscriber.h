@@ -1,5 +1,6 @@
 // The home location register: for each stack's subscriber what is forwarded, barred and waiting, by basic service, and
-// the barring password. It belongs to the network, and so outlives the modem's loss of power.
+// the barring password, and what the operator provides. It belongs to the network, and so outlives the modem's loss of
+// power.
 //
 // Runs in the loop.
 #pragma once
@@ -59,8 +60,15 @@ struct Diversion {
 };
 std::optional<Diversion> diversion(uint32_t sim_id, Condition condition, Group group = TELEPHONY);
 bool bars_outgoing(uint32_t sim_id, const std::string& number);
-bool bars_incoming(uint32_t sim_id);
+bool bars_incoming(uint32_t sim_id, bool roams);
 bool lets_wait(uint32_t sim_id);
+
+// What the operator provides: whether the subscriber may withhold his number (3GPP TS 22.081), and the index of the
+// closed user group that he shares with a number (3GPP TS 22.085).
+void provide_clir(uint32_t sim_id, bool is_provided);
+bool may_withhold(uint32_t sim_id);
+void provide_group(uint32_t sim_id, const std::string& number, uint16_t index);
+std::optional<uint16_t> group_with(uint32_t sim_id, const std::string& number);
 
 std::string describe();
 

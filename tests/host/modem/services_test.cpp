@@ -91,6 +91,10 @@ TEST(Subscriber, BarringAndItsPassword) {
     EXPECT_EQ(error_of("*#330#"), ILLEGAL_OPERATION);
     EXPECT_EQ(error_of("#330*0000#"), NO_ERROR);
     EXPECT_FALSE(bars_outgoing(1, "+331234"));
+    EXPECT_EQ(error_of("*351*0000*11#"), NO_ERROR);
+    EXPECT_TRUE(bars_incoming(1, true));
+    EXPECT_FALSE(bars_incoming(1, false));
+    EXPECT_EQ(error_of("#351*0000#"), NO_ERROR);
     EXPECT_EQ(error_of("*03*330*0000*1234*1243#"), PASSWORD_REGISTRATION_FAILURE);
     EXPECT_EQ(error_of("*03*330*0000*12345*12345#"), PASSWORD_REGISTRATION_FAILURE);
     EXPECT_EQ(error_of("*03*330*0000*1234*1234#"), NO_ERROR);
@@ -98,7 +102,7 @@ TEST(Subscriber, BarringAndItsPassword) {
         EXPECT_EQ(error_of("*35*0000#"), NEGATIVE_PASSWORD_CHECK);
     }
     EXPECT_EQ(error_of("*35*1234#"), TOO_MANY_ATTEMPTS);
-    EXPECT_FALSE(bars_incoming(1));
+    EXPECT_FALSE(bars_incoming(1, true));
 }
 
 TEST(Subscriber, CodesThatAreNoServices) {
