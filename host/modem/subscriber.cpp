@@ -196,6 +196,7 @@ Error change_barring(Subscriber& subscriber, const MmiString& mmi, const std::ve
 
 std::vector<Entry> list_groups(const std::set<Group>& active) {
     std::vector<Entry> entries;
+    entries.reserve(c_all_groups.size());
     for (const Group group : c_all_groups) {
         entries.push_back({group, c_provisioned | (active.contains(group) ? c_active : 0), "", 0});
     }
