@@ -15,6 +15,9 @@
 #include <cstring>
 #include <span>
 #include <thread>
+#include <vector>
+
+#include "bench/paired.h"
 
 using Clock = std::chrono::steady_clock;
 
@@ -102,4 +105,25 @@ private:
     std::atomic<size_t> response_size_{0};
     int listeners_[3];
     std::atomic<int> out_{-1};
+};
+
+inline double ns(Clock::duration duration) {
+    return std::chrono::duration<double, std::nano>(duration).count();
+}
+
+// What takes its way through the sockets, and a synchronous call before it.
+struct Figures {
+    std::vector<double> subject;
+    std::vector<double> call;
+    std::vector<double> ratio;
+
+    void add(double subject_ns, double bare_ns) {
+        subject.push_back(subject_ns);
+        call.push_back(bare_ns);
+        ratio.push_back(subject_ns / bare_ns);
+    }
+    void print(const char* name) const {
+        std::printf("%-48s %10.1f ns  synchronous call %10.1f ns  ratio %.3f\n", name, median(subject), median(call),
+                    median(ratio));
+    }
 };

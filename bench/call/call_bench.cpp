@@ -6,7 +6,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <vector>
 
 #include "bench/paired.h"
 #include "bench/peer.h"
@@ -34,10 +33,6 @@ void dial(const RIL_RadioFunctions* ril) {
     ril->onRequest(RIL_REQUEST_DIAL, &request, sizeof(request), FakeAndroid::token(1));
 }
 
-double ns(Clock::duration duration) {
-    return std::chrono::duration<double, std::nano>(duration).count();
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -58,23 +53,19 @@ int main(int argc, char** argv) {
     }
 
     constexpr int c_rounds = 3000;
-    std::vector<double> call_ns;
-    std::vector<double> dial_ns;
-    std::vector<double> ratios;
+    Figures dialling;
     for (int round = 0; round < c_rounds; ++round) {
         const Clock::time_point call_start = Clock::now();
         if (RemUtaMsNetOpen(0) != 0) {
             fprintf(stderr, "the call failed\n");
             return 1;
         }
-        call_ns.push_back(ns(Clock::now() - call_start));
+        const double call_ns = ns(Clock::now() - call_start);
         const Clock::time_point dial_start = Clock::now();
         dial(ril);
-        dial_ns.push_back(ns(Clock::duration(peer.seen_at) - dial_start.time_since_epoch()));
-        ratios.push_back(dial_ns.back() / call_ns.back());
+        dialling.add(ns(Clock::duration(peer.seen_at) - dial_start.time_since_epoch()), call_ns);
         end_calls();
     }
-    std::printf("%-48s %10.1f ns  synchronous call %10.1f ns  ratio %.3f\n", "RIL_REQUEST_DIAL to its setup packet",
-                median(dial_ns), median(call_ns), median(ratios));
+    dialling.print("RIL_REQUEST_DIAL to its setup packet");
     return 0;
 }

@@ -71,10 +71,6 @@ void end_sending() {
     FakeAndroid::instance().reset();
 }
 
-double ns(Clock::duration duration) {
-    return std::chrono::duration<double, std::nano>(duration).count();
-}
-
 // The bare exchange: a call whose record has the same octets.
 double call_ns() {
     static const UtaSmsIncSmsAckParam s_ack{};
@@ -85,22 +81,6 @@ double call_ns() {
     }
     return ns(Clock::now() - start);
 }
-
-struct Figures {
-    std::vector<double> subject;
-    std::vector<double> call;
-    std::vector<double> ratio;
-
-    void add(double subject_ns, double bare_ns) {
-        subject.push_back(subject_ns);
-        call.push_back(bare_ns);
-        ratio.push_back(subject_ns / bare_ns);
-    }
-    void print(const char* name) const {
-        std::printf("%-48s %10.1f ns  synchronous call %10.1f ns  ratio %.3f\n", name, median(subject), median(call),
-                    median(ratio));
-    }
-};
 
 }  // namespace
 
