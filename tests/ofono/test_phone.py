@@ -11,6 +11,12 @@ HOME = {"MobileCountryCode": "262", "MobileNetworkCode": "01"}
 NUMBERS = ("+491701234567", "+491701234568")
 
 
+def hang_up(sim, network):
+    sim.VoiceCallManager.HangupAll()
+    eventually(sim.calls, [])
+    eventually(lambda: "no calls" in network("status"))
+
+
 def test_both_sims_are_registered_with_name_and_strength(sim, other, network):
     for modem in (sim, other):
         for name, value in HOME.items():
@@ -31,9 +37,7 @@ def test_a_call_out(sim, network):
     assert network.holds("call is 1 alerting")
     network("call answer 1")
     eventually(sim.calls, [("5550199", "active")])
-    sim.VoiceCallManager.HangupAll()
-    eventually(sim.calls, [])
-    assert not network.holds("call is 1 active")
+    hang_up(sim, network)
 
 
 def test_calls_in_waiting_swapped_and_in_conference(sim, network):
@@ -52,8 +56,7 @@ def test_calls_in_waiting_swapped_and_in_conference(sim, network):
     sim.VoiceCallManager.CreateMultiparty()
     eventually(sim.calls, [("+4989555001", "active"), ("+4989555002", "active")])
     assert network.holds("call is 1 member") and network.holds("call is 2 member")
-    sim.VoiceCallManager.HangupAll()
-    eventually(sim.calls, [])
+    hang_up(sim, network)
 
 
 @pytest.mark.parametrize("text", ["Short and simple", "Grüße €", "A long message in parts. " * 12])
@@ -92,10 +95,11 @@ def test_a_pin_is_entered_when_ofono_starts_then_changed_blocked_and_unblocked(s
         with pytest.raises(dbus.DBusException):
             sim.SimManager.ChangePin("pin", "0000", "1111")
     assert "PIN1 blocked" in network("status")
+    eventually(sim.pin_required, "puk")
     sim.SimManager.ResetPin("puk", "12345678", "1234")
+    sim.online()
     sim.SimManager.UnlockPin("pin", "1234")
     assert "PIN1 off" in network("status")
-    sim.online()
 
 
 def test_roaming(sim, network):
@@ -128,8 +132,7 @@ def test_forwarding_and_barring(sim, network):
     sim.VoiceCallManager.Dial("5550199", "default")
     eventually(sim.calls, [("5550199", "alerting")])
     network("call answer 1")
-    sim.VoiceCallManager.HangupAll()
-    eventually(sim.calls, [])
+    hang_up(sim, network)
     sim.CallForwarding.DisableAll("all", timeout=60)
     eventually(lambda: sim.see("CallForwarding", "VoiceBusy"), "")
     with pytest.raises(dbus.DBusException):
@@ -158,8 +161,7 @@ def test_tones_reach_the_far_end(sim, network):
     eventually(sim.calls, [("5550199", "active")])
     sim.VoiceCallManager.SendTones("12#", timeout=60)
     eventually(lambda: network.holds("heard 12#"))
-    sim.VoiceCallManager.HangupAll()
-    eventually(sim.calls, [])
+    hang_up(sim, network)
 
 
 def test_packets_over_a_data_context(sim, network):
@@ -190,5 +192,4 @@ def test_the_modem_crashes_in_a_call(sim, network):
     eventually(sim.calls, [])
     sim.VoiceCallManager.Dial("5550123", "default")
     eventually(sim.calls, [("5550123", "alerting")])
-    sim.VoiceCallManager.HangupAll()
-    eventually(sim.calls, [])
+    hang_up(sim, network)
