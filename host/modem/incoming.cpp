@@ -166,7 +166,7 @@ std::string provide_command(Modem&, const std::vector<std::string>& arguments) {
 
 namespace calls {
 
-std::string arrive(Modem& modem, uint32_t sim_id, const std::string& number, bool is_forwarded) {
+static std::string place_call(Modem& modem, uint32_t sim_id, const std::string& number, bool is_forwarded) {
     const bool is_engaged_stack = std::any_of(s_stacks[sim_id].calls.begin(), s_stacks[sim_id].calls.end(), is_engaged);
     const bool is_called_already = find_state(sim_id, State::INCOMING) != nullptr;
     if (subscriber::bars_incoming(sim_id, stack_roams(sim_id))) {
@@ -182,6 +182,16 @@ std::string arrive(Modem& modem, uint32_t sim_id, const std::string& number, boo
         return ring(modem, sim_id, number, is_forwarded);
     }
     return "";
+}
+
+// A call is forwarded once from stack to stack.
+std::string arrive(Modem& modem, uint32_t sim_id, const std::string& number, bool is_forwarded) {
+    const std::string error = place_call(modem, sim_id, number, is_forwarded);
+    const uint32_t other = 1 - sim_id;
+    if (!is_forwarded && s_met[sim_id] == std::string("forwarded ") + message_centre::c_subscribers[other]) {
+        modem.later(modem.settings.latency, [&modem, other, number] { arrive(modem, other, number, true); });
+    }
+    return error;
 }
 
 void incoming_refused(Modem& modem, uint32_t sim_id, Call& call) {
