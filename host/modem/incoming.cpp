@@ -186,7 +186,7 @@ static std::string place_call(Modem& modem, uint32_t sim_id, const std::string& 
 
 // A call is forwarded once from stack to stack.
 std::string arrive(Modem& modem, uint32_t sim_id, const std::string& number, bool is_forwarded) {
-    const std::string error = place_call(modem, sim_id, number, is_forwarded);
+    std::string error = place_call(modem, sim_id, number, is_forwarded);
     const uint32_t other = 1 - sim_id;
     if (!is_forwarded && s_met[sim_id] == std::string("forwarded ") + message_centre::c_subscribers[other]) {
         modem.later(modem.settings.latency, [&modem, other, number] { arrive(modem, other, number, true); });
