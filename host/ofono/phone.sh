@@ -47,6 +47,17 @@ dbus-daemon --session --nofork --nopidfile --address="$DBUS_SYSTEM_BUS_ADDRESS" 
 bus=$!
 until [ -S "$out/bus" ]; do sleep 0.1; done
 
+# What the phone's user would do first, which goes as far as a PIN that is asked for; the stories do it themselves.
+go_online() {
+    for switch in Powered Online; do
+        until dbus-send --bus="$DBUS_SYSTEM_BUS_ADDRESS" --print-reply --dest=org.ofono "$1" org.ofono.Modem.SetProperty \
+            string:$switch variant:boolean:true; do
+            kill -0 "$daemon" || return
+            sleep 0.2
+        done
+    done
+}
+
 # A service that is started again when it ends, as on a phone; at most twenty times. It is started without a card after a
 # while.
 (
@@ -58,6 +69,10 @@ until [ -S "$out/bus" ]; do sleep 0.1; done
         done
         OFONO_RIL_DEVICE=ril OFONO_RIL_NUM_SIM_SLOTS=2 ofonod -n -d >>"$out/ofono.log" 2>&1 &
         daemon=$!
+        if [ $# -eq 0 ]; then
+            go_online /ril_0 >/dev/null 2>&1 &
+            go_online /ril_1 >/dev/null 2>&1 &
+        fi
         wait "$daemon"
         echo "oFono ended with status $?" >>"$out/ofono.log"
     done
