@@ -46,6 +46,8 @@ const Console::Command Console::c_commands[] = {
     {"prefer", &Console::prefer, false, "gsm|umts|lte|gsm+umts|umts+lte|any   the technologies that the modem may use"},
     {"data", &Console::data, false,
      "[on APN [PROTOCOL [USER PASSWORD]] | off CID | list | why]   the registration; a data call; the last one's end"},
+    {"ping", &Console::ping, true, "ADDRESS [INTERFACE]   holds if the host answers over a data call"},
+    {"fetch", &Console::fetch, true, "http://ADDRESS/PATH [INTERFACE]   a page over a data call"},
     {"bands", &Console::bands, false, "[MODE]   the band modes that there are; sets one"},
     {"expect", &Console::expect, true,
      "REQUEST ERROR [SECONDS] [VALUE]   a completion; completion is any request's, any any error"},

@@ -73,6 +73,9 @@ private:
     Outcome bands(const Words& words, const std::string& rest);
     std::optional<std::string> ask_card(int command, int file, const std::string& path, size_t p1, size_t p2,
                                         size_t p3);
+    // packets.cpp
+    Outcome ping(const Words& words, const std::string& rest);
+    Outcome fetch(const Words& words, const std::string& rest);
     // toolkit.cpp
     Outcome toolkit(const Words& words, const std::string& rest);
     std::string last_command(bool is_menu);

@@ -4,6 +4,8 @@
 
 #include "host/modem/card.h"
 #include "host/modem/message_centre.h"
+#include "host/modem/net.h"
+#include "host/modem/packet_data.h"
 #include "host/modem/subscriber.h"
 
 namespace calls {
@@ -57,6 +59,10 @@ static uint8_t free_id(uint32_t sim_id) {
         }
     }
     return 0;
+}
+
+void share_radio(Modem& modem, uint32_t sim_id) {
+    packet_service_rests(modem, sim_id, stack_is_on_gsm(sim_id) && !s_stacks[sim_id].calls.empty());
 }
 
 Call* add_call(uint32_t sim_id, State state, const std::string& number) {
@@ -183,6 +189,7 @@ void disconnect(Modem& modem, uint32_t sim_id, Call& call) {
     param.cause = call.cause;
     std::erase_if(s_stacks[sim_id].calls, [&](const Call& other) { return other.id == param.call.call_id; });
     modem.indicate<uta::row::UtaMsCallCsDisconnectedIndCb>(sim_id, &param);
+    share_radio(modem, sim_id);
 }
 
 void clear_call(Modem& modem, uint32_t sim_id, Call& call, int32_t cause) {
@@ -313,6 +320,7 @@ static void start_dialing(Modem& modem, uint32_t sim_id, Call& call) {
 
 void dial(Modem& modem, uint32_t sim_id, Call& call) {
     after(modem, c_dialing_time, sim_id, call, start_dialing);
+    share_radio(modem, sim_id);
 }
 
 Cause setup_obstacle(uint32_t sim_id, const std::string& number, bool is_emergency) {

@@ -108,6 +108,8 @@ Cause setup_obstacle(uint32_t sim_id, const std::string& number, bool is_emergen
 void dial(Modem& modem, uint32_t sim_id, Call& call);
 // Does nothing unless the call alerts.
 void far_end_answers(Modem& modem, uint32_t sim_id, Call& call);
+// Packet service gives way to a call on 2G.
+void share_radio(Modem& modem, uint32_t sim_id);
 // The call clears, whoever wants it to. It keeps its id meanwhile.
 void clear_call(Modem& modem, uint32_t sim_id, Call& call, int32_t cause);
 // Removes the call, whose cause is set.

@@ -81,6 +81,7 @@ std::string ring(Modem& modem, uint32_t sim_id, const std::string& number, bool 
     param.call.call_id = call->id;
     fill_text(param.number, call->number);
     modem.indicate<uta::row::UtaMsCallCsIncomingCallIndCb>(sim_id, &param);
+    share_radio(modem, sim_id);
     send_name(modem, sim_id, *call);
     tell_group(modem, sim_id, *call);
     if (is_forwarded) {

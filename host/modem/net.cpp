@@ -22,6 +22,8 @@ constexpr int32_t c_umts_1 = 50;
 constexpr int32_t c_umts_4 = 53;
 constexpr int32_t c_umts_8 = 57;
 
+constexpr int32_t c_gsm = 1;  // a technology
+
 // A network as the air shows it.
 struct Network {
     uint16_t mcc;
@@ -95,7 +97,7 @@ void report_cell(Modem& modem, uint32_t sim_id) {
     param.cell_id = network.cell_id;
     param.lac = network.lac;
     param.gprs = 1;
-    param.edge = network.rat == 1 ? 1 : 0;
+    param.edge = network.rat == c_gsm ? 1 : 0;
     param.hsdpa = network.rat == 2 ? 1 : 0;
     param.rat = network.rat;
     modem.indicate<uta::row::UtaMsNetCellInfoIndCb>(sim_id, &param);
@@ -277,6 +279,10 @@ bool stack_is_registered(uint32_t sim_id) {
 bool stack_roams(uint32_t sim_id) {
     const Stack& stack = s_stacks[sim_id];
     return stack.registered && c_networks[stack.network].mcc != c_networks[c_home].mcc;
+}
+
+bool stack_is_on_gsm(uint32_t sim_id) {
+    return stack_is_registered(sim_id) && c_networks[s_stacks[sim_id].network].rat == c_gsm;
 }
 
 void network_settings_changed(Modem& modem, uint32_t sim_id) {

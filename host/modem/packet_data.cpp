@@ -5,6 +5,7 @@
 #include <array>
 #include <cstring>
 #include <map>
+#include <utility>
 
 #include "host/modem/commands.h"
 #include "host/modem/modem.h"
@@ -60,6 +61,7 @@ struct Context {
 };
 
 std::array<std::map<int32_t, Context>, c_stacks> s_contexts;
+std::array<bool, c_stacks> s_rests;
 std::map<int32_t, std::string> s_channels;  // handle and device
 int32_t s_last_handle = 0;
 
@@ -425,6 +427,9 @@ std::string describe() {
 }  // namespace
 
 void packet_service_rests(Modem& modem, uint32_t sim_id, bool rests) {
+    if (std::exchange(s_rests[sim_id], rests) == rests) {
+        return;
+    }
     if (rests) {
         const UtaCallPsSuspendIndCbParams param{};
         modem.indicate<uta::row::UtaMsCallPsSuspendIndCb>(sim_id, &param);
@@ -454,6 +459,7 @@ Service packet_data_service() {
         .forget =
             [] {
                 s_contexts = {};
+                s_rests = {};
                 s_channels.clear();
                 s_access_points = c_first_access_points;
             },

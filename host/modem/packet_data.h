@@ -5,5 +5,6 @@
 
 class Modem;
 
-// A call on GSM takes the radio, or gives it back: packet service rests meanwhile (3GPP TS 23.060, 16.2.1).
+// A call on GSM takes the radio, or gives it back: packet service rests meanwhile (3GPP TS 23.060, 16.2.1). Tells the
+// phone of a change.
 void packet_service_rests(Modem& modem, uint32_t sim_id, bool rests);

@@ -7,6 +7,7 @@
 #include <net/if.h>
 #include <net/route.h>
 #include <netinet/in.h>
+#include <netinet/tcp.h>
 #include <sched.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
@@ -15,6 +16,7 @@
 // Behind <netinet/in.h>, whose addresses it takes then.
 #include <linux/ipv6.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstring>
@@ -124,6 +126,13 @@ int listen_on_port() {
     return fd;
 }
 
+// What has no end: a line each 10 ms, until nobody has taken one for a second.
+void give_without_end(int fd) {
+    while (send(fd, "la la la\n", 9, MSG_NOSIGNAL) > 0) {
+        usleep(10'000);
+    }
+}
+
 // One after the other. Whoever says nothing holds the others up for a second.
 [[noreturn]] void serve(int listening) {
     for (;;) {
@@ -133,9 +142,16 @@ int listen_on_port() {
         }
         const timeval patience{1, 0};
         setsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof(patience));
+        constexpr unsigned c_unheard_ms = 1000;
+        setsockopt(fd, IPPROTO_TCP, TCP_USER_TIMEOUT, &c_unheard_ms, sizeof(c_unheard_ms));
         std::array<char, 4096> request;
-        if (recv(fd, request.data(), request.size(), 0) > 0) {
+        const ssize_t got = recv(fd, request.data(), request.size(), 0);
+        if (got > 0) {
             send(fd, c_page.data(), c_page.size(), MSG_NOSIGNAL);
+        }
+        if (std::string_view(request.data(), static_cast<size_t>(std::max<ssize_t>(got, 0)))
+                .starts_with("GET /radio")) {
+            give_without_end(fd);
         }
         close(fd);
     }

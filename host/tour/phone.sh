@@ -9,6 +9,8 @@ mkdir -p "$out"
 console=$bin/host/console/console
 
 "$bin/host/android/prop" set persist.dual_sim ss
+printf '[control]\ngprs_max_pdp_context = 2\n[string]\nmodem_dev_name_1 = data0\nmodem_dev_name_2 = data1\n' \
+    >/system/etc/dun-ril/repository.txt
 seed=${SEED:-$((RANDOM + 1))}
 echo "The order of the modem's packets has the seed $seed; SEED=$seed ./run gives the same again."
 "$bin/host/modem/modem" --quiet --seed "$seed" --capture "$out/packets.cap" 2>"$out/modem.log" &
