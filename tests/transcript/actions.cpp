@@ -1,5 +1,8 @@
 // What a line can do besides a request.
 #include <cutils/properties.h>
+#include <linux/capability.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
 #include <fstream>
 #include <functional>
@@ -39,6 +42,18 @@ std::string property(const std::string& key) {
     char value[PROPERTY_VALUE_MAX];
     property_get(key.c_str(), value, "(unset)");
     return value;
+}
+
+// Of this thread and of those that it starts.
+void give_up_network_rights() {
+    __user_cap_header_struct header{_LINUX_CAPABILITY_VERSION_3, 0};
+    __user_cap_data_struct rights[2];
+    bool done = syscall(SYS_capget, &header, rights) == 0;
+    rights[0].effective &= ~(1U << CAP_NET_ADMIN);
+    done = done && syscall(SYS_capset, &header, rights) == 0;
+    if (!done) {
+        fail("the right to set interfaces stays");
+    }
 }
 
 std::string read_file(const std::string& path) {
@@ -144,6 +159,7 @@ const Player::Action Player::c_actions[] = {
          }
      }},
     {"write", true, [](Player&, const Words& w) { std::ofstream(word(w, 0)) << word(w, 1); }},
+    {"powerless", true, [](Player&, const Words&) { give_up_network_rights(); }},
     {"file", true, [](Player&, const Words& w) { expect(word(w, 1), [&] { return read_file(word(w, 0)); }); }},
     {"shell", true,
      [](Player&, const Words& w) {
