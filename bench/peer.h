@@ -1,5 +1,5 @@
-// The RPC daemon's end for a bench: registers one client, returns 0 to every call at once, and notes when a packet of
-// one function was read.
+// The RPC daemon's end for a bench: registers one client, returns 0 to every call at once unless told otherwise, and
+// notes when a packet of one function was read.
 #pragma once
 
 #include <sys/socket.h>
@@ -13,6 +13,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <map>
 #include <span>
 #include <thread>
 #include <vector>
@@ -23,6 +24,8 @@ using Clock = std::chrono::steady_clock;
 
 class Peer {
 public:
+    using Packet = std::vector<uint8_t>;
+
     explicit Peer(uint32_t watched) : watched_(watched) {
         const char* paths[] = {"/data/rpc_reg", "/data/rpc_send", "/data/rpc_recv"};
         for (int i = 0; i < 3; ++i) {
@@ -44,18 +47,48 @@ public:
 
     std::atomic<Clock::rep> seen_at{0};  // when the last packet of the function was read
 
-    // Behind each return of the watched function goes this response, with the request's context.
-    void answer_with(std::span<const uint8_t> response) {
-        memcpy(response_, response.data(), response.size());
-        response_size_ = response.size();
+    // Behind each return of the function goes this response, with the request's context. For a function without a
+    // request under way, from the thread that sends them.
+    void answer_with(uint32_t function, std::span<const uint8_t> response) {
+        responses_[function] = {response.begin(), response.end()};
     }
+    bool answers(uint32_t function) const { return responses_.contains(function); }
+    // Instead of a 0; with the request's context.
+    void return_with(uint32_t function, std::span<const uint8_t> packet) {
+        returns_[function] = {packet.begin(), packet.end()};
+    }
+    // The calls from here on, until null.
+    void record(std::vector<Packet>* calls) { recorded_ = calls; }
 
     // A packet to the client, once it is there.
-    void give(std::span<const uint8_t> packet) { (void)!send(out_, packet.data(), packet.size(), MSG_NOSIGNAL); }
+    void give(std::span<const uint8_t> packet) { give(out_, packet); }
 
-private:
+    // Calls that come in on one socket; what is said to them goes to the other.
+    void serve(int in, int out) {
+        uint8_t packet[4096];
+        for (ssize_t got = recv(in, packet, sizeof(packet), 0); got > 12; got = recv(in, packet, sizeof(packet), 0)) {
+            const uint32_t function = function_of(packet);
+            if (function == watched_) {
+                seen_at = Clock::now().time_since_epoch().count();
+            }
+            if (std::vector<Packet>* const calls = recorded_; calls != nullptr) {
+                calls->emplace_back(packet, packet + got);
+            }
+            say_return(out, function, packet + 12);
+            if (const auto at = responses_.find(function); at != responses_.end()) {
+                respond(out, at->second, packet + 12);
+            }
+        }
+    }
+
     static uint32_t word(const uint8_t* at) {
         return uint32_t{at[0]} << 24U | uint32_t{at[1]} << 16U | uint32_t{at[2]} << 8U | at[3];
+    }
+    static uint32_t function_of(const uint8_t* packet) { return word(packet + 8); }
+
+private:
+    static void give(int out, std::span<const uint8_t> packet) {
+        (void)!send(out, packet.data(), packet.size(), MSG_NOSIGNAL);
     }
 
     void serve() {
@@ -69,40 +102,40 @@ private:
         out_ = accept(listeners_[2], nullptr, nullptr);
         (void)!send(out_, &id, 1, 0);
         (void)!recv(in, text, 11, MSG_WAITALL);
-        uint8_t packet[4096];
-        for (ssize_t got = recv(in, packet, sizeof(packet), 0); got > 12; got = recv(in, packet, sizeof(packet), 0)) {
-            const uint32_t function = word(packet + 8);
-            if (function == watched_) {
-                seen_at = Clock::now().time_since_epoch().count();
-            }
-            uint8_t answer[] = {2, 4,          0,          0,          0,          22, 2, 4, 0, 0, 0,
-                                0, packet[12], packet[13], packet[14], packet[15], 2,  4, 0, 0, 0, 0};
-            const uint32_t index = function + 1000;
-            answer[10] = static_cast<uint8_t>(index >> 8U);
-            answer[11] = static_cast<uint8_t>(index);
-            if (function == 32) {  // the version
-                answer[20] = 1249 >> 8;
-                answer[21] = 1249 & 0xFF;
-            }
-            give(answer);
-            if (function == watched_ && response_size_ > 0) {
-                respond(packet + 12);
-            }
+        serve(in, out_);
+    }
+
+    void say_return(int out, uint32_t function, const uint8_t* context) {
+        if (const auto at = returns_.find(function); at != returns_.end()) {
+            memcpy(at->second.data() + 12, context, 4);
+            give(out, at->second);
+            return;
         }
+        uint8_t answer[] = {2, 4,          0,          0,          0,          22, 2, 4, 0, 0, 0,
+                            0, context[0], context[1], context[2], context[3], 2,  4, 0, 0, 0, 0};
+        const uint32_t index = function + 1000;
+        answer[10] = static_cast<uint8_t>(index >> 8U);
+        answer[11] = static_cast<uint8_t>(index);
+        if (function == 32) {  // the version
+            answer[20] = 1249 >> 8;
+            answer[21] = 1249 & 0xFF;
+        }
+        give(out, answer);
     }
 
     // The context stands in the packet's header and in its first parameter.
-    void respond(const uint8_t* context) {
+    static void respond(int out, Packet& response, const uint8_t* context) {
         const uint8_t record[] = {0x7F, 6, 6, 2, 4};
-        memcpy(response_ + 12, context, 4);
-        auto* at = static_cast<uint8_t*>(memmem(response_, response_size_, record, sizeof(record)));
+        memcpy(response.data() + 12, context, 4);
+        auto* at = static_cast<uint8_t*>(memmem(response.data(), response.size(), record, sizeof(record)));
         memcpy(at + sizeof(record), context, 4);
-        give({response_, response_size_});
+        give(out, response);
     }
 
     uint32_t watched_;
-    uint8_t response_[2048];
-    std::atomic<size_t> response_size_{0};
+    std::map<uint32_t, Packet> returns_;
+    std::map<uint32_t, Packet> responses_;
+    std::atomic<std::vector<Packet>*> recorded_{nullptr};
     int listeners_[3];
     std::atomic<int> out_{-1};
 };

@@ -103,7 +103,7 @@ int main(int argc, char** argv) {
     }
     sem_init(&s_done, 0, 0);
     Peer peer(uta::row::UtaMsSimApduCmdReq::id);
-    peer.answer_with(record_answer());
+    peer.answer_with(uta::row::UtaMsSimApduCmdReq::id, record_answer());
     const auto link = ModemLinkServer::start(c_modem_link_path, {});
     link->announce(0xB2000000);
     char name[] = "rild";

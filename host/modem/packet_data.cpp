@@ -129,18 +129,36 @@ void write_dns(UtaCallPsIpAddress& out, int32_t ip_type) {
 
 // --- Requests. Each takes effect when its response goes out. ---------------------------------------------------------
 
-// Response has the result and the context's number in front; `work` fills the rest of it and gives the result.
-template <typename Row, typename Response, typename Work>
-int32_t respond(Modem& modem, const Caller& caller, uint32_t sim_id, int32_t cid, uint32_t context_id, Work work) {
-    modem.later(modem.settings.latency, [&modem, caller, sim_id, cid, context_id, work] {
-        Response response{};
-        response.id.cid = cid;
-        Context* const context = find_context(sim_id, cid);
-        response.result = context != nullptr ? work(*context, response) : int32_t{NO_SUCH_CONTEXT};
-        modem.send<Row>(caller.client, caller.context_id, sim_id, &response, context_id);
-    });
-    return c_success;
+UtaCallPsPdpContextId id_of(const UtaCallPsDefinePrimaryReqParams& param) {
+    return param.context.id;
 }
+
+template <typename Param>
+UtaCallPsPdpContextId id_of(const Param& param) {
+    return param.id;
+}
+
+// What is asked of a context: `work` gives the result, and fills what the response has besides.
+template <typename Row, auto work>
+struct About;
+
+template <typename Row, typename Param, typename Response,
+          int32_t (*work)(uint32_t sim_id, const Param& wanted, Context& context, Response& response)>
+struct About<Row, work> {
+    static int32_t ask(Modem& modem, const Caller& caller, uint32_t sim_id, const Param* param, uint32_t context_id) {
+        if (param == nullptr) {
+            return c_refused;
+        }
+        modem.later(modem.settings.latency, [&modem, caller, sim_id, wanted = *param, context_id] {
+            Response response{};
+            response.id = id_of(wanted);
+            Context* const context = find_context(sim_id, response.id.cid);
+            response.result = context != nullptr ? work(sim_id, wanted, *context, response) : int32_t{NO_SUCH_CONTEXT};
+            modem.send<Row>(caller.client, caller.context_id, sim_id, &response, context_id);
+        });
+        return c_success;
+    }
+};
 
 int32_t obtain(Modem&, const Caller&, uint32_t sim_id, UtaCallPsPdpContextId* id) {
     for (int32_t cid = c_first_cid; cid <= c_last_cid; ++cid) {
@@ -156,127 +174,72 @@ int32_t release(Modem&, const Caller&, uint32_t sim_id, const UtaCallPsPdpContex
     return id != nullptr && s_contexts[sim_id].erase(id->cid) == 1 ? c_success : c_refused;
 }
 
-int32_t define(Modem& modem, const Caller& caller, uint32_t sim_id, const UtaCallPsDefinePrimaryReqParams* param,
-               uint32_t context_id) {
-    if (param == nullptr) {
-        return c_refused;
-    }
-    return respond<uta::row::UtaMsCallPsDefinePrimaryRspCb, UtaCallPsDefinePrimaryRspCbParams>(
-        modem, caller, sim_id, param->context.id.cid, context_id,
-        [wanted = param->context](Context& context, UtaCallPsDefinePrimaryRspCbParams&) {
-            context.apn = wanted.apn;
-            context.ip_type = wanted.address.ip_type;
-            context.state = State::DEFINED;
-            return c_success;
-        });
+int32_t define(uint32_t, const UtaCallPsDefinePrimaryReqParams& wanted, Context& context,
+               UtaCallPsDefinePrimaryRspCbParams&) {
+    context.apn = wanted.context.apn;
+    context.ip_type = wanted.context.address.ip_type;
+    context.state = State::DEFINED;
+    return c_success;
 }
 
-int32_t undefine(Modem& modem, const Caller& caller, uint32_t sim_id, const UtaCallPsUndefinePrimaryReqParams* param,
-                 uint32_t context_id) {
-    if (param == nullptr) {
+int32_t undefine(uint32_t, const UtaCallPsUndefinePrimaryReqParams&, Context& context,
+                 UtaCallPsUndefinePrimaryRspCbParams&) {
+    if (context.state == State::ACTIVE) {
         return c_refused;
     }
-    return respond<uta::row::UtaMsCallPsUndefinePrimaryRspCb, UtaCallPsUndefinePrimaryRspCbParams>(
-        modem, caller, sim_id, param->id.cid, context_id, [](Context& context, UtaCallPsUndefinePrimaryRspCbParams&) {
-            if (context.state == State::ACTIVE) {
-                return c_refused;
-            }
-            context = {};
-            return c_success;
-        });
+    context = {};
+    return c_success;
 }
 
-int32_t authenticate(Modem& modem, const Caller& caller, uint32_t sim_id,
-                     const UtaCallPsSetAuthenticationReqParams* param, uint32_t context_id) {
-    if (param == nullptr) {
-        return c_refused;
-    }
-    return respond<uta::row::UtaMsCallPsSetAuthenticationRspCb, UtaCallPsSetAuthenticationRspCbParams>(
-        modem, caller, sim_id, param->id.cid, context_id,
-        [username = std::string(param->username), password = std::string(param->password)](
-            Context& context, UtaCallPsSetAuthenticationRspCbParams&) {
-            context.username = username;
-            context.password = password;
-            return c_success;
-        });
+int32_t authenticate(uint32_t, const UtaCallPsSetAuthenticationReqParams& wanted, Context& context,
+                     UtaCallPsSetAuthenticationRspCbParams&) {
+    context.username = wanted.username;
+    context.password = wanted.password;
+    return c_success;
 }
 
-int32_t ask_for_dns(Modem& modem, const Caller& caller, uint32_t sim_id, const UtaCallPsSetReqDnsReqParams* param,
-                    uint32_t context_id) {
-    if (param == nullptr) {
-        return c_refused;
-    }
-    return respond<uta::row::UtaMsCallPsSetReqDnsRspCb, UtaCallPsSetReqDnsRspCbParams>(
-        modem, caller, sim_id, param->id.cid, context_id, [](Context& context, UtaCallPsSetReqDnsRspCbParams&) {
-            context.wants_dns = true;
-            return c_success;
-        });
+int32_t ask_for_dns(uint32_t, const UtaCallPsSetReqDnsReqParams&, Context& context, UtaCallPsSetReqDnsRspCbParams&) {
+    context.wants_dns = true;
+    return c_success;
 }
 
-int32_t start_context(Modem& modem, const Caller& caller, uint32_t sim_id, const UtaCallPsActivateReqParams* param,
-                      uint32_t context_id) {
-    if (param == nullptr) {
-        return c_refused;
-    }
-    return respond<uta::row::UtaMsCallPsActivateRspCb, UtaCallPsActivateRspCbParams>(
-        modem, caller, sim_id, param->id.cid, context_id, [sim_id](Context& context, UtaCallPsActivateRspCbParams&) {
-            return context.state == State::DEFINED && stack_is_registered(sim_id) ? activate(context) : c_refused;
-        });
+int32_t start_context(uint32_t sim_id, const UtaCallPsActivateReqParams&, Context& context,
+                      UtaCallPsActivateRspCbParams&) {
+    return context.state == State::DEFINED && stack_is_registered(sim_id) ? activate(context) : c_refused;
 }
 
-int32_t get_address(Modem& modem, const Caller& caller, uint32_t sim_id, const UtaCallPsGetNegIpAddrReqParams* param,
-                    uint32_t context_id) {
-    if (param == nullptr) {
-        return c_refused;
-    }
-    return respond<uta::row::UtaMsCallPsGetNegIpAddrRspCb, UtaCallPsGetNegIpAddrRspCbParams>(
-        modem, caller, sim_id, param->id.cid, context_id,
-        [sim_id](const Context& context, UtaCallPsGetNegIpAddrRspCbParams& response) {
-            response.address.ip_type = context.ip_type;
-            write_address(sim_id, response.id.cid, context.ip_type, response.address.ip_addr);
-            return context.state == State::ACTIVE ? c_success : c_refused;
-        });
+int32_t get_address(uint32_t sim_id, const UtaCallPsGetNegIpAddrReqParams&, Context& context,
+                    UtaCallPsGetNegIpAddrRspCbParams& response) {
+    response.address.ip_type = context.ip_type;
+    write_address(sim_id, response.id.cid, context.ip_type, response.address.ip_addr);
+    return context.state == State::ACTIVE ? c_success : c_refused;
 }
 
-int32_t get_dns(Modem& modem, const Caller& caller, uint32_t sim_id, const UtaCallPsGetNegotiatedDnsReqParams* param,
-                uint32_t context_id) {
-    if (param == nullptr) {
-        return c_refused;
+int32_t get_dns(uint32_t, const UtaCallPsGetNegotiatedDnsReqParams&, Context& context,
+                UtaCallPsGetNegotiatedDnsRspCbParams& response) {
+    if (context.wants_dns) {
+        write_dns(response.primary_dns, (context.ip_type & IPV4) != 0 ? IPV4 : IPV6);
+        response.num_secondary_dns = context.ip_type == BOTH ? 1 : 0;
+        if (context.ip_type == BOTH) {
+            write_dns(response.secondary_dns[0], IPV6);
+        }
     }
-    return respond<uta::row::UtaMsCallPsGetNegotiatedDnsRspCb, UtaCallPsGetNegotiatedDnsRspCbParams>(
-        modem, caller, sim_id, param->id.cid, context_id,
-        [](const Context& context, UtaCallPsGetNegotiatedDnsRspCbParams& response) {
-            if (context.wants_dns) {
-                write_dns(response.primary_dns, (context.ip_type & IPV4) != 0 ? IPV4 : IPV6);
-                response.num_secondary_dns = context.ip_type == BOTH ? 1 : 0;
-                if (context.ip_type == BOTH) {
-                    write_dns(response.secondary_dns[0], IPV6);
-                }
-            }
-            return context.state == State::ACTIVE ? c_success : c_refused;
-        });
+    return context.state == State::ACTIVE ? c_success : c_refused;
 }
 
-int32_t connect(Modem& modem, const Caller& caller, uint32_t sim_id, const UtaCallPsConnectReqParams* param,
-                uint32_t context_id) {
-    if (param == nullptr) {
-        return c_refused;
+int32_t connect(uint32_t sim_id, const UtaCallPsConnectReqParams&, Context& context,
+                UtaCallPsConnectRspCbParams& response) {
+    UtaCallPsNegotiatedAddress& address = response.connection.address;
+    address.address_type = context.ip_type;
+    if (context.ip_type == IPV4) {
+        write_address(sim_id, response.id.cid, IPV4, address.address);
+    } else {
+        // Where both are, the IPv4 address stands behind an interface identifier.
+        uint8_t both[20] = {};
+        write_address(sim_id, response.id.cid, IPV4, both);
+        memcpy(address.address + 8, both, 4);
     }
-    return respond<uta::row::UtaMsCallPsConnectRspCb, UtaCallPsConnectRspCbParams>(
-        modem, caller, sim_id, param->id.cid, context_id,
-        [sim_id](const Context& context, UtaCallPsConnectRspCbParams& response) {
-            UtaCallPsNegotiatedAddress& address = response.connection.address;
-            address.address_type = context.ip_type;
-            if (context.ip_type == IPV4) {
-                write_address(sim_id, response.id.cid, IPV4, address.address);
-            } else {
-                // Where both are, the IPv4 address stands behind an interface identifier.
-                uint8_t both[20] = {};
-                write_address(sim_id, response.id.cid, IPV4, both);
-                memcpy(address.address + 8, both, 4);
-            }
-            return context.state == State::ACTIVE ? c_success : c_refused;
-        });
+    return context.state == State::ACTIVE ? c_success : c_refused;
 }
 
 void end_context(Modem& modem, uint32_t sim_id, int32_t cid, int32_t origin, int32_t cause) {
@@ -310,19 +273,12 @@ int32_t deactivate(Modem& modem, const Caller& caller, uint32_t sim_id, const Ut
     return c_success;
 }
 
-int32_t get_primary(Modem& modem, const Caller& caller, uint32_t sim_id, const UtaCallPsGetPrimaryReqParams* param,
-                    uint32_t context_id) {
-    if (param == nullptr) {
-        return c_refused;
-    }
-    return respond<uta::row::UtaMsCallPsGetPrimaryRspCb, UtaCallPsGetPrimaryRspCbParams>(
-        modem, caller, sim_id, param->id.cid, context_id,
-        [](const Context& context, UtaCallPsGetPrimaryRspCbParams& response) {
-            response.context.id = response.id;
-            context.apn.copy(response.context.apn, sizeof(response.context.apn) - 1);
-            response.context.address.ip_type = context.ip_type;
-            return c_success;
-        });
+int32_t get_primary(uint32_t, const UtaCallPsGetPrimaryReqParams&, Context& context,
+                    UtaCallPsGetPrimaryRspCbParams& response) {
+    response.context.id = response.id;
+    context.apn.copy(response.context.apn, sizeof(response.context.apn) - 1);
+    response.context.address.ip_type = context.ip_type;
+    return c_success;
 }
 
 // --- Channels --------------------------------------------------------------------------------------------------------
@@ -442,16 +398,20 @@ Service packet_data_service() {
     using namespace uta::row;
     return {
         .name = "data",
-        .functions = {serve<UtaMsCallPsObtainPdpContextId, obtain>(), serve<UtaMsCallPsReleasePdpContextId, release>(),
-                      serve<UtaMsCallPsDefinePrimaryReq, define>(), serve<UtaMsCallPsUndefinePrimaryReq, undefine>(),
-                      serve<UtaMsCallPsSetAuthenticationReq, authenticate>(),
-                      serve<UtaMsCallPsSetReqDnsReq, ask_for_dns>(), serve<UtaMsCallPsActivateReq, start_context>(),
-                      serve<UtaMsCallPsGetNegIpAddrReq, get_address>(),
-                      serve<UtaMsCallPsGetNegotiatedDnsReq, get_dns>(), serve<UtaMsCallPsConnectReq, connect>(),
-                      serve<UtaMsCallPsDeactivateReq, deactivate>(), serve<UtaMsCallPsGetPrimaryReq, get_primary>(),
-                      serve<UtaRPCPsConnectToDatachannelReq, open_channel>(),
-                      serve<UtaRPCPSConnectSetupReq, set_up_channel>(),
-                      serve<UtaRPCPSConnectReleaseReq, close_channel>()},
+        .functions =
+            {serve<UtaMsCallPsObtainPdpContextId, obtain>(), serve<UtaMsCallPsReleasePdpContextId, release>(),
+             serve<UtaMsCallPsDefinePrimaryReq, About<UtaMsCallPsDefinePrimaryRspCb, define>::ask>(),
+             serve<UtaMsCallPsUndefinePrimaryReq, About<UtaMsCallPsUndefinePrimaryRspCb, undefine>::ask>(),
+             serve<UtaMsCallPsSetAuthenticationReq, About<UtaMsCallPsSetAuthenticationRspCb, authenticate>::ask>(),
+             serve<UtaMsCallPsSetReqDnsReq, About<UtaMsCallPsSetReqDnsRspCb, ask_for_dns>::ask>(),
+             serve<UtaMsCallPsActivateReq, About<UtaMsCallPsActivateRspCb, start_context>::ask>(),
+             serve<UtaMsCallPsGetNegIpAddrReq, About<UtaMsCallPsGetNegIpAddrRspCb, get_address>::ask>(),
+             serve<UtaMsCallPsGetNegotiatedDnsReq, About<UtaMsCallPsGetNegotiatedDnsRspCb, get_dns>::ask>(),
+             serve<UtaMsCallPsConnectReq, About<UtaMsCallPsConnectRspCb, connect>::ask>(),
+             serve<UtaMsCallPsDeactivateReq, deactivate>(),
+             serve<UtaMsCallPsGetPrimaryReq, About<UtaMsCallPsGetPrimaryRspCb, get_primary>::ask>(),
+             serve<UtaRPCPsConnectToDatachannelReq, open_channel>(), serve<UtaRPCPSConnectSetupReq, set_up_channel>(),
+             serve<UtaRPCPSConnectReleaseReq, close_channel>()},
         .commands = {{"data", "end CID [CAUSE] | network [APN] | refuse APN RESULT | rests | goes-on",
                       "the network ends a context (31 and on) or activates its own; refuses an access point with a\n"
                       "result (-128 to -159, 0: no longer); packet service rests, or goes on",

@@ -14,14 +14,6 @@ namespace {
 
 constexpr int c_data_call_active = 2;  // and up; 1 is down by now
 
-template <size_t size>
-char* write(char (&out)[size], const char* text) {
-    const size_t length = strnlen(text, size - 1);
-    memcpy(out, text, length);
-    out[length] = '\0';
-    return out;
-}
-
 const char* type_name(uint32_t ip_type) {
     switch (ip_type) {
         case PDP_IPV6:
@@ -66,7 +58,7 @@ void gprs_add_data_call_list(uint32_t sim_id, const T_GPRS_PDP_CONTEXT_DATA& rec
     response.cid = static_cast<int>(record.uta_cid == c_gprs_network_cid ? c_gprs_network_cid
                                                                          : record.uta_cid - c_gprs_cid_offset);
     response.active = c_data_call_active;
-    response.type = write(call.type, type_name(record.ip_type));
+    response.type = gprs_copy_text(call.type, type_name(record.ip_type));
     gprs_interface_name(gprs_index_of(sim_id, dev), call.ifname);
     response.ifname = call.ifname;
     if (gprs_is_ipv4_by_force(record)) {
@@ -79,7 +71,7 @@ void gprs_add_data_call_list(uint32_t sim_id, const T_GPRS_PDP_CONTEXT_DATA& rec
         write_dnses(record, call.dnses);
         response.dnses = call.dnses;
     }
-    response.gateways = write(call.gateways, record.gateway);
+    response.gateways = gprs_copy_text(call.gateways, record.gateway);
     dev.has_data_call = true;
 }
 

@@ -28,18 +28,13 @@ size_t device_count() {
     return static_cast<size_t>(std::clamp<int32_t>(ril_config_get_max_gprs_pdp_context(), 0, c_pdp_devices_max));
 }
 
-template <size_t size>
-void copy_text(char (&out)[size], const char* text) {
-    snprintf(out, size, "%s", text);
-}
-
 bool is_bound(const pdp_ctx_dev& dev, uint32_t uta_cid) {
     return dev.dev_state != PDP_DEV_FREE && dev.uta_cid == uta_cid;
 }
 
 int32_t open_channel(pdp_ctx_dev& dev) {
     UtaRPCPsDeviceName name{};
-    copy_text(name.name, dev.modem_dev_name);
+    gprs_copy_text(name.name, dev.modem_dev_name);
     const int32_t handle = RemUtaRPCPsConnectToDatachannelReq(&name);
     if (handle < 1) {
         RIL_TRACE(TRACE_ERROR, "Failed to OPEN modem data channel:'%s'\n", dev.modem_dev_name);
@@ -80,7 +75,7 @@ void gprs_init(uint32_t sim_id) {
                       __func__, static_cast<int>(index));
             continue;
         }
-        copy_text(list.devices[index].modem_dev_name, name);
+        gprs_copy_text(list.devices[index].modem_dev_name, name);
     }
     fail_cause_start(sim_id);
     suspend_start();

@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <span>
 
 #include "rpc/multi-client/rpc-stubs/ril/records.h"
@@ -46,6 +47,15 @@ struct pdp_ctx_dev {
     uint32_t uta_cid;  // while the device is not free
     char apn[101];     // of a context that the network activated
 };
+
+// As much of the text as has room, and returns `out`.
+template <size_t size>
+char* gprs_copy_text(char (&out)[size], const char* text) {
+    const size_t length = strnlen(text, size - 1);
+    memcpy(out, text, length);
+    out[length] = '\0';
+    return out;
+}
 
 std::span<pdp_ctx_dev> gprs_devices(uint32_t sim_id);
 

@@ -326,7 +326,7 @@ void gprs_set_up_new(request_context& context, data_call_texts texts, uint32_t u
         gprs_set_pdp_state(context.sim_id(), PDP_DEV_FREE, record->uta_cid);
         return;
     }
-    strncpy(record->apn, texts[DATA_CALL_APN], sizeof(record->apn) - 1);
+    gprs_copy_text(record->apn, texts[DATA_CALL_APN]);
     pdp_act_nok_flag = 1;
     chain_start(c_setup, context.sim_id(), context.hand_over(), 0, UNDO_CHOICE);
 }

@@ -59,7 +59,7 @@ void take_credential(char (&out)[size], const char* text, const char* missing) {
         RIL_TRACE(TRACE_ERROR, missing, "gprs_set_session_params");
         return;
     }
-    strncpy(out, text, size - 1);
+    gprs_copy_text(out, text);
 }
 
 int32_t set_authentication(pdp_auth& auth, data_call_texts texts) {
