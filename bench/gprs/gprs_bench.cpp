@@ -1,9 +1,12 @@
 // A whole RIL_REQUEST_SETUP_DATA_CALL, nine exchanges and the interface, against the same bytes over bare sockets with
 // the hand-offs from thread to thread that the library owes, and the same bare ioctl calls. One peer answers both.
+// All threads share a processor: where the scheduler puts nine of them on several makes more of a difference than
+// what is measured here, and stays for a whole run.
 //   gprs_bench            the ratio
 //   gprs_bench setup N    N data calls, to count instructions with a profiler
 #include <arpa/inet.h>
 #include <net/if.h>
+#include <sched.h>
 #include <semaphore.h>
 #include <sys/ioctl.h>
 
@@ -235,6 +238,10 @@ void measure(const std::function<double()>& library, const std::function<double(
 }  // namespace
 
 int main(int argc, char** argv) {
+    cpu_set_t one;
+    CPU_ZERO(&one);
+    CPU_SET(static_cast<size_t>(sched_getcpu()), &one);
+    check(sched_setaffinity(0, sizeof(one), &one) == 0, "sched_setaffinity");
     std::ofstream("/system/etc/dun-ril/repository.txt") << "[string]\nmodem_dev_name_1 = /dev/data0\n";
     Peer peer(row::UtaMsCallPsDefinePrimaryReq::id);
     teach(peer);
