@@ -1,8 +1,9 @@
-// Data calls in random orders of setups, teardowns, endings by the network, scans and crashes, against a model of the
-// modem that keeps count of what the library holds there.
+// Data calls in random orders of setups, teardowns, endings by the network, scans, suspensions and crashes, against a
+// model of the modem that keeps count of what the library holds there.
 #include <gtest/gtest.h>
 #include <sys/ioctl.h>
 
+#include <algorithm>
 #include <cstdarg>
 #include <map>
 #include <memory>
@@ -172,7 +173,14 @@ protected:
         s_contexts.clear();
         s_channels.clear();
         s_outstanding.clear();
+        suspended = false;
         start_engine(FakeAndroid::env());
+    }
+    void suspend_or_resume() {
+        const bool suspends = one_in(2);
+        rests += std::exchange(suspended, suspends) != suspends ? 1 : 0;
+        const UtaCallPsSuspendIndCbParams param{};
+        suspends ? UtaMsCallPsSuspendIndCb(0, &param) : UtaMsCallPsResumeIndCb(0);
     }
 
     template <class Response>
@@ -250,6 +258,8 @@ protected:
             end_by_network();
         } else if (choice < 96) {
             request(RIL_REQUEST_DATA_CALL_LIST);
+        } else if (choice < 97) {
+            suspend_or_resume();
         } else if (choice < 99) {
             request(RIL_REQUEST_QUERY_AVAILABLE_NETWORKS);
         } else if (one_in(20)) {
@@ -275,6 +285,8 @@ protected:
 
     FakeAndroid& android = FakeAndroid::instance();
     uintptr_t tokens = 0;
+    bool suspended = false;
+    long rests = 0;  // how often packet service came to rest or went on
 };
 
 TEST_F(DataWalk, NothingIsLeft) {
@@ -296,6 +308,8 @@ TEST_F(DataWalk, NothingIsLeft) {
     for (const pdp_ctx_dev& dev : gprs_devices(0)) {
         EXPECT_EQ(dev.dev_state, PDP_DEV_FREE);
     }
+    const std::vector<int> told = android.unsolicited_numbers();
+    EXPECT_EQ(std::count(told.begin(), told.end(), RIL_UNSOL_OEM_HOOK_RAW), rests);
     std::map<RIL_Token, int> completed;
     size_t set_up = 0;
     for (const FakeAndroid::Completion& it : android.completions()) {
