@@ -148,7 +148,10 @@ std::string provide_command(Modem&, const std::vector<std::string>& arguments) {
     constexpr const char* c_usage = "wants clir on or off, or group, a number and an index";
     const std::string what = arguments.size() < 2 ? "" : arguments[0];
     const auto sim_id = stack_of(arguments, what == "group" ? 3 : 2);
-    const auto index = what == "group" && arguments.size() > 2 ? parse_integer(arguments[2]) : std::optional<int32_t>();
+    int32_t index = -1;
+    if (what == "group" && arguments.size() > 2) {
+        index = parse_integer(arguments[2]).value_or(-1);
+    }
     if (!sim_id) {
         return c_usage;
     }
@@ -156,8 +159,8 @@ std::string provide_command(Modem&, const std::vector<std::string>& arguments) {
         subscriber::provide_clir(*sim_id, arguments[1] == "on");
         return "";
     }
-    if (index.value_or(-1) >= 0 && index.value_or(-1) <= UINT16_MAX) {
-        subscriber::provide_group(*sim_id, arguments[1], static_cast<uint16_t>(*index));
+    if (index >= 0 && index <= UINT16_MAX) {
+        subscriber::provide_group(*sim_id, arguments[1], static_cast<uint16_t>(index));
         return "";
     }
     return c_usage;
