@@ -1,6 +1,6 @@
 // From the packet of a signal report to Android's unsolicited response, against a synchronous call of the RPC client
-// through the same sockets with a packet of about the same size.
-//   signal_bench            the ratio
+// through the same sockets with a packet of about the same size. And the blocks that a report takes.
+//   signal_bench            the ratio and the count
 //   signal_bench take N     N reports, to count instructions with a profiler
 #include <semaphore.h>
 
@@ -9,7 +9,6 @@
 #include <cstdlib>
 #include <vector>
 
-#include "bench/paired.h"
 #include "bench/peer.h"
 #include "host/android/modem_link_server.h"
 #include "ril/core/src/async_ril/async_ril.h"
@@ -19,6 +18,21 @@
 #include "rpc/multi-client/rpc-stubs/ril/stubs.h"
 #include "tests/harness/fake_android.h"
 #include "tests/harness/sleeps.h"
+
+namespace {
+
+std::atomic<size_t> s_blocks{0};  // that the core has allocated
+
+}  // namespace
+
+// The core takes its memory with calloc, and nobody else here does.
+extern "C" {
+void* __libc_calloc(size_t count, size_t size);  // NOLINT(bugprone-reserved-identifier)
+void* calloc(size_t count, size_t size) {
+    ++s_blocks;
+    return __libc_calloc(count, size);
+}
+}
 
 namespace {
 
@@ -33,10 +47,6 @@ std::vector<uint8_t> signal_packet() {
     const auto& function = *uta::find_function(uint32_t{uta::row::UtaMsNetRadioSignalIndCb::id});
     const auto packet = uta::pack_packet(function, 0x20000100, words, s_buffer);
     return {packet.begin(), packet.end()};
-}
-
-double ns(Clock::duration duration) {
-    return std::chrono::duration<double, std::nano>(duration).count();
 }
 
 double call_ns() {
@@ -77,16 +87,18 @@ int main(int argc, char** argv) {
     if (argc == 3) {
         return 0;
     }
-    std::vector<double> reports;
-    std::vector<double> calls;
-    std::vector<double> ratios;
+    Figures reports;
+    size_t blocks = 0;
     for (int round = 0; round < c_rounds; ++round) {
-        calls.push_back(call_ns());
+        const double call = call_ns();
+        const size_t before = s_blocks;
         const Clock::time_point start = Clock::now();
         take();
-        reports.push_back(ns(Clock::duration(s_told_at) - start.time_since_epoch()));
-        ratios.push_back(reports.back() / calls.back());
+        reports.add(ns(Clock::duration(s_told_at) - start.time_since_epoch()), call);
+        blocks += s_blocks - before;
         FakeAndroid::instance().reset();
     }
-    print_pairs("a signal report to Android", {median(reports), median(calls), median(ratios)});
+    reports.print("a signal report to Android");
+    std::printf("%-48s %10.3f blocks\n", "a signal report", static_cast<double>(blocks) / c_rounds);
+    return 0;
 }

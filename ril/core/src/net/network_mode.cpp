@@ -115,7 +115,7 @@ void write_band_property(const UtaNetBandList& gsm, const UtaNetBandList& umts) 
     for (const UtaNetBandList* list : {&gsm, &umts}) {
         for (const UtaNetBand& row : rows(*list)) {
             char piece[4];
-            const int wanted = snprintf(piece, sizeof(piece), "/%u", row.band);
+            const int wanted = snprintf(piece, sizeof(piece), "/%d", static_cast<int>(row.band));
             const size_t size = std::min<size_t>(static_cast<size_t>(wanted), sizeof(piece) - 1);
             if (length + size < sizeof(text)) {
                 std::copy_n(piece, size, text + length);
