@@ -17,6 +17,6 @@ need_packages() {
 }
 
 packages_build=(g++ g++-multilib cmake ninja-build iproute2)
-packages_test=(googletest clang libclang-rt-14-dev clang-tidy clang-format libosmocore-dev pkg-config python3 valgrind
-    libbenchmark-dev libprotobuf-dev protobuf-compiler)
+packages_test=(googletest clang libclang-rt-14-dev clang-tidy clang-format libosmocore-dev pkg-config python3 tzdata
+    valgrind libbenchmark-dev libprotobuf-dev protobuf-compiler)
 packages_ofono=(ofono dbus python3-dbus python3-gi python3-pytest)

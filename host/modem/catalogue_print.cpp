@@ -31,6 +31,7 @@ std::string variation_words(uint8_t variation) {
     add(uta::NO_HEADER, "no-header");
     add(uta::PRESENCE, "presence");
     add(uta::ENUM_RESULT, "enum-result");
+    add(uta::MAY_BE_NULL, "may-be-null");
     return text.empty() ? "plain" : text;
 }
 

@@ -16,66 +16,57 @@ constexpr Milliseconds c_next_try{1000};      // after a refusal, or to a stack 
 constexpr Milliseconds c_memory_try{20'000};  // to a stack that has no memory and does not say that it has again
 constexpr size_t c_kept_outside = 1000;
 
-struct Mailbox {
-    std::deque<Waiting> waiting;  // the first one may be under way
-    uint8_t under_way = 0;        // the modem's id of the first one, or 0
-    uint8_t last_id = 0;
-    uint64_t step = 0;  // counts what happened, so that a patience that ran out late is known to be late
-    bool has_memory = true;
+struct Line {
+    sms::Mailbox mailbox;
+    uint64_t step = 0;        // counts what happened, so that a patience that ran out late is known to be late
     bool is_planned = false;  // the next look is
 };
-std::array<Mailbox, c_stacks> s_mailboxes;
+std::array<Line, c_stacks> s_lines;
 std::vector<sms::Message> s_outside;
 
 void look(Modem& modem, uint32_t sim_id);
 
 void plan(Modem& modem, uint32_t sim_id, Milliseconds delay) {
-    if (!std::exchange(s_mailboxes[sim_id].is_planned, true)) {
+    if (!std::exchange(s_lines[sim_id].is_planned, true)) {
         modem.later(delay, [&modem, sim_id] {
-            s_mailboxes[sim_id].is_planned = false;
+            s_lines[sim_id].is_planned = false;
             look(modem, sim_id);
         });
     }
 }
 
-// The message under way comes again, behind the others that wait.
 void try_later(Modem& modem, uint32_t sim_id) {
-    Mailbox& mailbox = s_mailboxes[sim_id];
-    std::rotate(mailbox.waiting.begin(), mailbox.waiting.begin() + 1, mailbox.waiting.end());
-    mailbox.under_way = 0;
-    ++mailbox.step;
+    sms::try_later(s_lines[sim_id].mailbox);
+    ++s_lines[sim_id].step;
     plan(modem, sim_id, c_next_try);
 }
 
 void look(Modem& modem, uint32_t sim_id) {
-    Mailbox& mailbox = s_mailboxes[sim_id];
-    if (mailbox.waiting.empty() || mailbox.under_way != 0 || !mailbox.has_memory) {
-        return;
-    }
-    if (!stack_is_registered(sim_id)) {
+    sms::Mailbox& mailbox = s_lines[sim_id].mailbox;
+    if (!mailbox.waiting.empty() && !stack_is_registered(sim_id)) {
         plan(modem, sim_id, c_next_try);
         return;
     }
-    Waiting& first = mailbox.waiting.front();
-    ++first.tries;
-    mailbox.last_id = static_cast<uint8_t>(mailbox.last_id % UINT8_MAX + 1);
-    mailbox.under_way = mailbox.last_id;
-    const sms::Octets octets = sms::write(first.message);
+    const sms::Waiting* const first = sms::begin_delivery(mailbox);
+    if (first == nullptr) {
+        return;
+    }
+    const sms::Octets octets = sms::write(first->message);
     UtaSmsIncomingParam param{};
     param.id = mailbox.under_way;
     param.message.status = 3;
     param.message.pdu.length = static_cast<uint8_t>(std::min(octets.size(), sizeof(param.message.pdu.data)));
     std::copy_n(octets.begin(), param.message.pdu.length, param.message.pdu.data);
     modem.indicate<uta::row::UtaMsSmsIncomingIndCb>(sim_id, &param);
-    modem.later(c_patience, [&modem, sim_id, step = ++mailbox.step] {
-        if (s_mailboxes[sim_id].step == step) {
+    modem.later(c_patience, [&modem, sim_id, step = ++s_lines[sim_id].step] {
+        if (s_lines[sim_id].step == step) {
             try_later(modem, sim_id);
         }
     });
 }
 
-void keep(Modem& modem, uint32_t sim_id, Waiting waiting) {
-    s_mailboxes[sim_id].waiting.push_back(std::move(waiting));
+void keep(Modem& modem, uint32_t sim_id, sms::Waiting waiting) {
+    s_lines[sim_id].mailbox.waiting.push_back(std::move(waiting));
     plan(modem, sim_id, c_delivery_time);
 }
 
@@ -118,36 +109,33 @@ void deliver(Modem& modem, uint32_t sim_id, const sms::Message& message) {
     keep(modem, sim_id, {message, {}});
 }
 
-void acknowledge(Modem& modem, uint32_t sim_id, uint8_t id, Fate fate) {
-    Mailbox& mailbox = s_mailboxes[sim_id];
-    if (id == 0 || id != mailbox.under_way) {
+void acknowledge(Modem& modem, uint32_t sim_id, uint8_t id, sms::Fate fate) {
+    Line& line = s_lines[sim_id];
+    if (id == 0 || id != line.mailbox.under_way) {
         return;
     }
-    if (fate == Fate::REFUSED) {
-        try_later(modem, sim_id);
-        return;
-    }
-    mailbox.under_way = 0;
-    ++mailbox.step;
-    if (fate == Fate::NO_MEMORY) {
-        mailbox.has_memory = false;
-        modem.later(c_memory_try, [&modem, sim_id, step = mailbox.step] {
-            if (s_mailboxes[sim_id].step == step) {
+    const uint64_t step = ++line.step;
+    const auto delivered = sms::acknowledge(line.mailbox, id, fate);
+    if (fate == sms::Fate::REFUSED) {
+        plan(modem, sim_id, c_next_try);
+    } else if (fate == sms::Fate::NO_MEMORY) {
+        modem.later(c_memory_try, [&modem, sim_id, step] {
+            if (s_lines[sim_id].step == step) {
                 memory_available(modem, sim_id);
             }
         });
+    }
+    if (!delivered) {
         return;
     }
-    const Waiting delivered = mailbox.waiting.front();
-    mailbox.waiting.pop_front();
-    if (delivered.sender) {
-        report(modem, *delivered.sender, c_subscribers[sim_id], delivered.reference);
+    if (delivered->sender) {
+        report(modem, *delivered->sender, c_subscribers[sim_id], delivered->reference);
     }
     look(modem, sim_id);
 }
 
 void memory_available(Modem& modem, uint32_t sim_id) {
-    s_mailboxes[sim_id].has_memory = true;
+    s_lines[sim_id].mailbox.has_memory = true;
     plan(modem, sim_id, c_delivery_time);
 }
 
@@ -156,11 +144,10 @@ void resume(Modem& modem, uint32_t sim_id) {
 }
 
 void lose_contact() {
-    for (Mailbox& mailbox : s_mailboxes) {
-        mailbox.under_way = 0;
-        mailbox.is_planned = false;
-        mailbox.has_memory = true;
-        ++mailbox.step;
+    for (Line& line : s_lines) {
+        sms::lose_contact(line.mailbox);
+        line.is_planned = false;
+        ++line.step;
     }
 }
 
@@ -170,8 +157,8 @@ const std::vector<sms::Message>& sent_outside() {
 
 std::string describe() {
     std::string text;
-    for (size_t i = 0; i < s_mailboxes.size(); ++i) {
-        const Mailbox& mailbox = s_mailboxes[i];
+    for (size_t i = 0; i < s_lines.size(); ++i) {
+        const sms::Mailbox& mailbox = s_lines[i].mailbox;
         text += (i == 0 ? "stack " : "; stack ") + std::to_string(i) + " " + std::to_string(mailbox.waiting.size()) +
                 " waiting";
         if (!mailbox.waiting.empty()) {

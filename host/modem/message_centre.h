@@ -6,29 +6,16 @@
 
 #include <array>
 #include <cstdint>
-#include <deque>
-#include <optional>
 #include <string>
 #include <vector>
 
 #include "host/modem/modem.h"
-#include "host/sms/message.h"
+#include "host/sms/mailbox.h"
 
 namespace message_centre {
 
 constexpr const char* c_number = "+491710760000";
 constexpr std::array<const char*, c_stacks> c_subscribers = {"+491701234567", "+491701234568"};
-
-struct Waiting {
-    sms::Message message;
-    // Who asked for a report, and under which reference.
-    std::optional<uint32_t> sender;
-    uint8_t reference = 0;
-    unsigned tries = 0;
-};
-
-// What becomes of the message under way.
-enum class Fate { DELIVERED, REFUSED, NO_MEMORY };
 
 // A submission from a stack: it goes to the other stack, back to its own, or out of sight.
 void submit(Modem& modem, uint32_t sim_id, const sms::Message& submission, uint8_t reference);
@@ -36,7 +23,7 @@ void submit(Modem& modem, uint32_t sim_id, const sms::Message& submission, uint8
 void deliver(Modem& modem, uint32_t sim_id, const sms::Message& message);
 
 // The receiver has spoken about the message with that id. One that is not under way changes nothing.
-void acknowledge(Modem& modem, uint32_t sim_id, uint8_t id, Fate fate);
+void acknowledge(Modem& modem, uint32_t sim_id, uint8_t id, sms::Fate fate);
 // It has room again.
 void memory_available(Modem& modem, uint32_t sim_id);
 // Delivers as soon as the stack can be reached.

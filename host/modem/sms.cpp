@@ -11,7 +11,7 @@
 
 namespace {
 
-using message_centre::Fate;
+using sms::Fate;
 
 constexpr int32_t c_sent = 541;
 constexpr int32_t c_sending_impossible = 38;  // no network

@@ -1,5 +1,5 @@
-// Messages between a network that keeps what is not acknowledged and an Android that answers when it likes, over random
-// orders of deliveries, acknowledgements, the card's and the modem's answers, refusals, lost memory and crashes.
+// Messages between a message centre that keeps what is not acknowledged and an Android that answers when it likes, over
+// random orders of deliveries, acknowledgements, the card's and the modem's answers, refusals, lost memory and crashes.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -9,6 +9,7 @@
 #include <map>
 #include <random>
 
+#include "host/sms/mailbox.h"
 #include "ril/core/src/agg_request/handlers.h"
 #include "ril/core/src/async_ril/async_ril.h"
 #include "ril/core/src/sim/apdu.h"
@@ -24,12 +25,14 @@ namespace {
 
 constexpr int32_t c_ack_success = 39;
 constexpr int32_t c_ack_replaced = 0;
+constexpr int32_t c_ack_no_memory = 16;
+constexpr int32_t c_ack_memory_exceeded = 40;
 constexpr int32_t c_sent = 541;
 
 enum Kind { PLAIN, REPORT, FOR_CARD, DOWNLOAD, REPLACES, SHOWN_REPLACES, NONSENSE, KINDS };
 
-struct Message {
-    uint32_t number;
+// What happened to a message; its number is that of its sender.
+struct History {
     Kind kind;
     int sent = 0;
     int told = 0;
@@ -46,9 +49,8 @@ struct Owed {
 
 // The network, the modem and the card, and what they saw.
 struct World {
-    std::deque<Message> messages;
-    Message* under_way = nullptr;
-    uint8_t id = 0;                 // the modem's, of the one that was delivered last
+    sms::Mailbox centre;
+    std::deque<History> messages;
     bool waits = false;             // Android was told of one and has not said a word
     uint8_t waiting_id = 0;         // of that one, 0 for one on the card
     bool android_says_yes = false;  // its acknowledgement is being carried out
@@ -59,6 +61,7 @@ struct World {
     std::map<uintptr_t, int> answers;
     uintptr_t tokens = 0;
 
+    History& first() { return messages[std::stoul(centre.waiting.front().message.number)]; }
     bool refuses() { return std::exchange(refuses_next, false); }
     void expect(bool holds, const char* what) {
         if (!holds && wrong.empty()) {
@@ -78,23 +81,30 @@ void take_ack(const UtaSmsIncSmsAckParam& ack) {
         const bool is_told = w.waits && w.android_says_yes && (w.waiting_id == 0 || w.waiting_id == ack.id);
         w.expect(is_told || w.stored, "acknowledged, and Android did not say so");
     }
-    if (w.under_way == nullptr || ack.id != w.id) {
+    if (ack.id != w.centre.under_way) {
         return;  // the network has given up waiting for it
     }
-    if (ack.ack_type == c_ack_replaced) {
-        w.expect(w.under_way->kind == SHOWN_REPLACES, "acknowledged as replaced");
-    }
-    w.under_way->acknowledged = ack.ack_type == c_ack_success || ack.ack_type == c_ack_replaced;
-    w.under_way = nullptr;
+    History& message = w.first();
+    w.expect(ack.ack_type != c_ack_replaced || message.kind == SHOWN_REPLACES, "acknowledged as replaced");
+    const bool is_done = ack.ack_type == c_ack_success || ack.ack_type == c_ack_replaced;
+    const bool no_memory = ack.ack_type == c_ack_no_memory || ack.ack_type == c_ack_memory_exceeded;
+    message.acknowledged = sms::acknowledge(w.centre, ack.id,
+                                            is_done     ? sms::Fate::DELIVERED
+                                            : no_memory ? sms::Fate::NO_MEMORY
+                                                        : sms::Fate::REFUSED)
+                               .has_value();
 }
 
 void take_download_ack(const UtaSmsDataDownloadAckParam& ack) {
     World& w = s_world;
-    if (w.under_way != nullptr && ack.id == w.id) {
-        w.expect(w.under_way->kind == DOWNLOAD, "acknowledged as a download");
-        w.under_way->acknowledged = ack.ack_result == c_sent;
-        w.under_way = nullptr;
+    if (ack.id != w.centre.under_way) {
+        return;
     }
+    History& message = w.first();
+    w.expect(message.kind == DOWNLOAD, "acknowledged as a download");
+    const bool is_done = ack.ack_result == c_sent;
+    message.acknowledged =
+        sms::acknowledge(w.centre, ack.id, is_done ? sms::Fate::DELIVERED : sms::Fate::REFUSED).has_value();
 }
 
 }  // namespace
@@ -149,28 +159,14 @@ int32_t sim_apdu_cmd_req(uint32_t, const UtaSimApduCmdReqParam&, rilreq_rspcb ca
 }
 namespace {
 
-// With the number of the message at its end.
-std::vector<uint8_t> octets_of(const Message& message) {
-    const auto number = message.number;
-    std::vector<uint8_t> octets = {3, 0x91, 0x94, 0x71};
-    const auto add = [&octets](std::initializer_list<uint8_t> more) { octets.insert(octets.end(), more); };
-    if (message.kind == NONSENSE) {
-        add({3});
-        return octets;
-    }
-    if (message.kind == REPORT) {
-        add({6, 1, 4, 0x91, 0x21, 0x43, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 0});
-    } else {
-        const bool replaces = message.kind == REPLACES || message.kind == SHOWN_REPLACES;
-        const uint8_t pid = message.kind == DOWNLOAD ? 0x7F : replaces ? 0x41 : 0;
-        const uint8_t dcs = message.kind == DOWNLOAD || message.kind == FOR_CARD ? 0xF2
-                            : message.kind == SHOWN_REPLACES                     ? 0xF0
-                                                                                 : 0;
-        add({4, 4, 0x91, 0x21, 0x43, pid, dcs, 1, 1, 1, 1, 1, 1, 1, 4});
-    }
-    add({static_cast<uint8_t>(number >> 24), static_cast<uint8_t>(number >> 16), static_cast<uint8_t>(number >> 8),
-         static_cast<uint8_t>(number)});
-    return octets;
+sms::Message message_of(Kind kind, size_t number) {
+    sms::Message message;
+    message.service_centre = "+4917";
+    message.number = std::to_string(number);
+    message.kind = kind == REPORT ? sms::Kind::STATUS_REPORT : kind == NONSENSE ? sms::Kind{3} : sms::Kind::DELIVER;
+    message.pid = kind == DOWNLOAD ? 0x7F : kind == REPLACES || kind == SHOWN_REPLACES ? 0x41 : 0;
+    message.data.dcs = kind == DOWNLOAD || kind == FOR_CARD ? 0xF2 : kind == SHOWN_REPLACES ? 0xF0 : 0;
+    return message;
 }
 
 void handle(int32_t request, void* data, size_t length, RIL_Token token) {
@@ -223,9 +219,14 @@ protected:
         }
         w.expect(!w.waits, "told while another one waits");
         w.waits = true;
-        w.waiting_id = w.id;
-        const std::string text(static_cast<const char*>(data), length);
-        Message& message = w.messages[std::stoul(text.substr(text.size() - 8), nullptr, 16)];
+        w.waiting_id = w.centre.last_id;
+        const auto octets = sms::octets_of({static_cast<const char*>(data), length});
+        const auto read = octets ? sms::read(*octets) : std::nullopt;
+        if (!read) {
+            w.expect(false, "told what is no message");
+            return;
+        }
+        History& message = w.messages[std::stoul(read->number)];
         w.expect(message.kind == (number == RIL_UNSOL_RESPONSE_NEW_SMS ? PLAIN : REPORT), "told as something else");
         ++message.told;
         w.expect(message.told <= message.sent, "told more often than it was sent");
@@ -235,32 +236,50 @@ protected:
 
     void deliver() {
         World& w = s_world;
-        if (w.under_way != nullptr) {
+        if (chance(2)) {
+            const Kind kind = static_cast<Kind>(random(KINDS));
+            w.centre.waiting.push_back({message_of(kind, w.messages.size()), {}});
+            w.messages.push_back({kind});
+        }
+        send_first(chance(8));
+    }
+
+    // What nobody will ever acknowledge is tried three times (3GPP TS 23.040, 9.2.3.12).
+    static bool is_expired(const sms::Waiting& waiting) {
+        const Kind kind = s_world.first().kind;
+        return (kind == REPLACES || kind == NONSENSE) && waiting.tries == 3;
+    }
+
+    static void send_first(bool refused) {
+        World& w = s_world;
+        while (w.centre.under_way == 0 && !w.centre.waiting.empty() && is_expired(w.centre.waiting.front())) {
+            w.centre.waiting.pop_front();
+        }
+        const sms::Waiting* const first = sms::begin_delivery(w.centre);
+        if (first == nullptr) {
             return;
         }
-        const auto missing = std::find_if(w.messages.begin(), w.messages.end(),
-                                          [](const Message& m) { return !m.acknowledged && m.kind < REPLACES; });
-        if (missing != w.messages.end() && chance(2)) {
-            w.under_way = &*missing;
-        } else {
-            w.messages.push_back({static_cast<uint32_t>(w.messages.size()), static_cast<Kind>(random(KINDS))});
-            w.under_way = &w.messages.back();
-        }
-        ++w.under_way->sent;
-        w.id = static_cast<uint8_t>(w.id % 255 + 1);
+        ++w.first().sent;
         UtaSmsIncomingParam param{};
-        param.id = w.id;
-        const auto octets = octets_of(*w.under_way);
+        param.id = w.centre.under_way;
+        const auto octets = sms::write(first->message);
         param.message.pdu.length = static_cast<uint8_t>(octets.size());
         std::copy(octets.begin(), octets.end(), param.message.pdu.data);
-        w.refuses_next = chance(8);
+        w.refuses_next = refused;
         UtaMsSmsIncomingIndCb(0, &param);
         w.refuses_next = false;
     }
 
+    static void lose_patience() {
+        if (s_world.centre.under_way != 0) {
+            sms::try_later(s_world.centre);
+        }
+    }
+
     // --- Answers of the modem and the card, in any order
 
-    void answer() {
+    void answer() { answer(!chance(4), chance(8)); }
+    void answer(bool good, bool refuses_next) {
         World& w = s_world;
         if (w.owed.empty()) {
             return;
@@ -268,8 +287,7 @@ protected:
         const size_t at = random(w.owed.size());
         const Owed owed = w.owed[at];
         w.owed.erase(w.owed.begin() + static_cast<std::ptrdiff_t>(at));
-        const bool good = !chance(4);
-        w.refuses_next = chance(8);
+        w.refuses_next = refuses_next;
         w.stored = false;
         switch (owed.function) {
             case uta::row::UtaMsSmsSendReq::id: {
@@ -309,23 +327,24 @@ protected:
         qelril_post_request(0, number, data, length, FakeAndroid::token(++s_world.tokens));
     }
 
-    void acknowledge() {
+    void acknowledge() { acknowledge(static_cast<int>(random(3)), chance(8)); }
+    void acknowledge(int success, bool refused) {
         World& w = s_world;
         const bool waited = w.waits;
-        int answer[] = {static_cast<int>(random(3)), 211};
+        int answer[] = {success, 211};
         char text[] = "0100";
         char status[] = {static_cast<char>('0' + answer[0]), '\0'};
         char* texts[] = {status, text};
         w.android_says_yes = answer[0] == 1;
-        w.refuses_next = chance(8);
-        const Message* const before = w.under_way;
+        w.refuses_next = refused;
+        const uint8_t before = w.centre.under_way;
         if (chance(2)) {
             ask(RIL_REQUEST_SMS_ACKNOWLEDGE, answer, sizeof(answer));
         } else {
             ask(RIL_REQUEST_ACKNOWLEDGE_INCOMING_GSM_SMS_WITH_PDU, texts, sizeof(texts));
         }
         w.refuses_next = w.android_says_yes = false;
-        w.expect(waited || before == w.under_way, "acknowledged what nobody was told");
+        w.expect(waited || before == w.centre.under_way, "acknowledged what nobody was told");
         w.waits = false;
     }
 
@@ -361,7 +380,7 @@ protected:
     void crash() {
         stop_engine();
         s_world.owed.clear();
-        s_world.under_way = nullptr;
+        sms::lose_contact(s_world.centre);
         s_world.waits = false;
         start_engine(FakeAndroid::env());
     }
@@ -375,7 +394,7 @@ protected:
     void step() {
         switch (random(20)) {
             case 0:
-                s_world.under_way = nullptr;  // the network's patience ends
+                lose_patience();
                 break;
             case 1:
                 if (chance(5)) {
@@ -417,11 +436,25 @@ protected:
                                                  [](const rilreq_state& entry) { return entry.entry_in_use != 0; }));
     }
 
-    void settle() {
+    void answer_all() {
         while (!s_world.owed.empty()) {
-            answer();
+            answer(true, false);
         }
-        acknowledge();
+    }
+
+    // From here on everything goes well, and the centre is rid of all it has.
+    void settle() {
+        World& w = s_world;
+        int room[] = {1};
+        answer_all();
+        ask(RIL_REQUEST_REPORT_SMS_MEMORY_STATUS, room, sizeof(room));
+        for (size_t rounds = 4 * w.centre.waiting.size() + 2; rounds > 0; --rounds) {
+            answer_all();
+            acknowledge(1, false);
+            lose_patience();
+            w.centre.has_memory = true;
+            send_first(false);
+        }
     }
 
     size_t random(size_t below) { return std::uniform_int_distribution<size_t>(0, below - 1)(generator); }
@@ -445,10 +478,14 @@ TEST_F(LinkModelTest, RandomWalk) {
         for (uintptr_t token = 1; token <= s_world.tokens; ++token) {
             ASSERT_EQ(s_world.answers[token], 1) << "walk " << walk << ", request " << token;
         }
-        // Those that were acknowledged to the network have been told, stored or carried out.
-        for (const Message& message : s_world.messages) {
-            if (message.acknowledged && (message.kind == PLAIN || message.kind == REPORT)) {
-                EXPECT_GE(message.told, 1) << "walk " << walk << ", message " << message.number;
+        // The centre has delivered everything, and what it was told to have delivered has been told, stored or done.
+        EXPECT_EQ(s_world.centre.waiting.size(), 0U) << "walk " << walk;
+        for (size_t i = 0; i < s_world.messages.size(); ++i) {
+            const History& message = s_world.messages[i];
+            EXPECT_EQ(message.acknowledged, message.kind != REPLACES && message.kind != NONSENSE)
+                << "walk " << walk << ", message " << i;
+            if (message.kind == PLAIN || message.kind == REPORT) {
+                EXPECT_GE(message.told, 1) << "walk " << walk << ", message " << i;
             }
         }
         crash();

@@ -60,8 +60,8 @@ struct Refusal {
 };
 
 // The same, unpacked. False for a packet that lies about a length or belongs to a pending row. A record for which the
-// packet has 05 00 or a presence byte of 2 is null in `parameters`; the former is refused where a response or
-// indication has no presence bytes, since its entry point reads the record without a test.
+// packet has 05 00 or a presence byte of 2 is null in `parameters`; the former is refused where a response's or
+// indication's row does not say that it may be, since its entry point reads the record without a test.
 bool unpack_packet(const Function& function, std::span<const uint8_t> body, uint32_t& context_id,
                    Parameters& parameters, Refusal* refusal = nullptr);
 

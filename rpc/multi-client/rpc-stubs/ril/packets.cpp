@@ -271,7 +271,7 @@ bool unpack_packet(const Function& function, std::span<const uint8_t> body, uint
                  &parameters.mem_table,
                  static_cast<uint8_t*>(parameters.records)};
     const bool presence = (function.variation & PRESENCE) != 0;
-    const bool may_be_null = presence || is_outgoing(function.kind);
+    const bool may_be_null = (function.variation & (PRESENCE | MAY_BE_NULL)) != 0 || is_outgoing(function.kind);
     for (size_t i = function.n_parameters; i-- > 0 && !cursor.failed;) {
         unpack_parameter(it, i, presence);
         if (!may_be_null && parameters_of(function)[i].type == Type::record && parameters.words[i] == 0) {

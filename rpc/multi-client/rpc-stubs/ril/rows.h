@@ -50,7 +50,7 @@ enum class Kind : uint8_t {
 };
 
 // How a function departs from its family; a set of bits.
-enum Variation : uint8_t { PLAIN = 0, NO_HEADER = 1, PRESENCE = 2, ENUM_RESULT = 4 };
+enum Variation : uint8_t { PLAIN = 0, NO_HEADER = 1, PRESENCE = 2, ENUM_RESULT = 4, MAY_BE_NULL = 8 };
 
 // What a field of a record or a parameter of a function is.
 enum class Type : uint8_t {
