@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <vector>
 
+#include "bench/blocks.h"
 #include "bench/peer.h"
 #include "host/android/modem_link_server.h"
 #include "ril/core/src/async_ril/async_ril.h"
@@ -18,21 +19,6 @@
 #include "rpc/multi-client/rpc-stubs/ril/stubs.h"
 #include "tests/harness/fake_android.h"
 #include "tests/harness/sleeps.h"
-
-namespace {
-
-std::atomic<size_t> s_blocks{0};  // that the core has allocated
-
-}  // namespace
-
-// The core takes its memory with calloc, and nobody else here does.
-extern "C" {
-void* __libc_calloc(size_t count, size_t size);  // NOLINT(bugprone-reserved-identifier)
-void* calloc(size_t count, size_t size) {
-    ++s_blocks;
-    return __libc_calloc(count, size);
-}
-}
 
 namespace {
 

@@ -12,6 +12,7 @@
 #include <string_view>
 #include <vector>
 
+#include "bench/blocks.h"
 #include "bench/paired.h"
 #include "bench/peer.h"
 #include "host/android/modem_link_server.h"
@@ -22,21 +23,6 @@
 #include "rpc/multi-client/rpc-stubs/ril/stubs.h"
 #include "tests/harness/fake_android.h"
 #include "tests/harness/sleeps.h"
-
-namespace {
-
-std::atomic<size_t> s_blocks{0};  // that the core has allocated
-
-}  // namespace
-
-// The core takes its memory with calloc, and nobody else here does.
-extern "C" {
-void* __libc_calloc(size_t count, size_t size);  // NOLINT(bugprone-reserved-identifier)
-void* calloc(size_t count, size_t size) {
-    ++s_blocks;
-    return __libc_calloc(count, size);
-}
-}
 
 namespace {
 
