@@ -1,10 +1,10 @@
 // A message from the network: the length octet may lie, and what lies behind the message must not matter.
 #include <algorithm>
 #include <cstring>
+#include <tuple>
 
 #include "fuzz/decode/input.h"
 #include "ril/core/src/sms/sms_tpdu.h"
-#include "tests/sms/sms_members.h"
 
 namespace {
 
@@ -19,6 +19,12 @@ void check(const unpacked_smsinfo& info) {
     FUZZ_CHECK(info.coding <= SMS_CODING_RESERVED && info.msg_class <= SMS_CLASS_NONE);
     FUZZ_CHECK(info.extended_class <= SMS_EXTENDED_CLASS_NONE && info.delivery_status <= SMS_DELIVERY_FAILED);
     FUZZ_CHECK(info.coding != SMS_CODING_RESERVED || info.ud_length == 0);
+}
+
+auto members(const unpacked_smsinfo& info) {
+    return std::tie(info.msg_type_id, info.delivery_status, info.coding, info.msg_class, info.extended_class,
+                    info.address_is_alpha, info.reply_path, info.ud_text, info.ud_length, info.alpha_address, info.dcs,
+                    info.address, info.sc_address);
 }
 
 using Unpack = uint32_t (*)(const sms_tpdu*, unpacked_smsinfo*, bool);

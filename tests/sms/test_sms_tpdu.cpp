@@ -4,7 +4,6 @@
 
 #include "ril/core/src/sms/sms_tpdu.h"
 #include "tests/decode/codec_test.h"
-#include "tests/sms/sms_members.h"
 
 namespace {
 
@@ -117,46 +116,6 @@ TEST(SmsTpdu, ProtocolIdentifierBehindEveryKindOfAddress) {
         sms_get_pid(&tpdu, &pid_type, &pid);
         EXPECT_EQ(pid, 0x7D) << address;
         EXPECT_EQ(pid_type, SMS_PID_ME_DATA_DOWNLOAD);
-    }
-}
-
-bool is_text(std::span<const char> text) {
-    return std::find(text.begin(), text.end(), '\0') != text.end();
-}
-
-// What comes out must not depend on what lies behind the end of the message, and must stay in its bounds.
-void expect_bounded(const Bytes& pdu) {
-    unpacked_smsinfo first{};
-    unpacked_smsinfo second{};
-    const sms_tpdu zeroes = tpdu_of(pdu, 0x00);
-    const sms_tpdu ones = tpdu_of(pdu, 0xFF);
-    ASSERT_EQ(sms_unpack_msg(&zeroes, &first, true), sms_unpack_msg(&ones, &second, true));
-    ASSERT_TRUE(members(first) == members(second));
-    ASSERT_LT(first.ud_length, first.ud_text.size());
-    ASSERT_EQ(first.ud_text[first.ud_length], 0);
-    ASSERT_EQ(first.alpha_address.back(), 0);
-    ASSERT_TRUE(is_text(first.address) && is_text(first.sc_address));
-    uint32_t types[2];
-    uint8_t pids[2];
-    sms_get_pid(&zeroes, &types[0], &pids[0]);
-    sms_get_pid(&ones, &types[1], &pids[1]);
-    ASSERT_EQ(types[0], types[1]);
-    ASSERT_EQ(pids[0], pids[1]);
-}
-
-TEST(SmsTpdu, MessagesCutAnywhereAndWithLyingOctets) {
-    for (const Vector& v : c_vectors) {
-        const Bytes whole = hex(v.pdu);
-        for (size_t length = 0; length <= whole.size(); ++length) {
-            expect_bounded(Bytes(whole.begin(), whole.begin() + static_cast<ptrdiff_t>(length)));
-        }
-        for (size_t position = 0; position < std::min<size_t>(whole.size(), 60); ++position) {
-            for (int value = 0; value < 256; ++value) {
-                Bytes lying = whole;
-                lying[position] = static_cast<uint8_t>(value);
-                expect_bounded(lying);
-            }
-        }
     }
 }
 
