@@ -272,10 +272,16 @@ bool unpack_packet(const Function& function, std::span<const uint8_t> body, uint
                  static_cast<uint8_t*>(parameters.records)};
     const bool presence = (function.variation & PRESENCE) != 0;
     const bool may_be_null = (function.variation & (PRESENCE | MAY_BE_NULL)) != 0 || is_outgoing(function.kind);
-    for (size_t i = function.n_parameters; i-- > 0 && !cursor.failed;) {
+    const std::span<const Parameter> all = parameters_of(function);
+    for (size_t i = all.size(); i-- > 0 && !cursor.failed;) {
         unpack_parameter(it, i, presence);
-        if (!may_be_null && parameters_of(function)[i].type == Type::record && parameters.words[i] == 0) {
+        if (!may_be_null && all[i].type == Type::record && parameters.words[i] == 0) {
             ExFail(cursor, "it has no record");
+        }
+    }
+    for (size_t i = 0; i < all.size(); ++i) {
+        if (all[i].type == Type::array && parameters.words[i] != 0) {
+            parameters.words[all[i].count_from] = parameters.scalars[i];  // nobody reads behind what was unpacked
         }
     }
     return judge(cursor, body, refusal);
