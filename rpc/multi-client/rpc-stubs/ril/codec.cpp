@@ -1,5 +1,6 @@
 #include "rpc/multi-client/rpc-stubs/ril/codec.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 
@@ -335,7 +336,8 @@ static void unpack_field(std::span<const Field> fields, size_t index, uint8_t* m
             EXUnpackOCTETSTRINGStatic(at, size_t{field.count} * field.width, cursor);
             break;
         case Type::array:
-            EXUnpackOCTETSTRINGStatic(at, array_count, cursor);
+            // One of no octets has room for one: what says that nothing follows clears an element.
+            EXUnpackOCTETSTRINGStatic(at, std::max<size_t>(array_count, 1), cursor);
             break;
         case Type::record:
             for (size_t i = field.count; i-- > 0;) {

@@ -1,6 +1,5 @@
 #include "rpc/multi-client/rpc-stubs/ril/wire.h"
 
-#include <algorithm>
 #include <cstring>
 
 #include "rpc/multi-client/rpc-stubs/ril/wire_cursor.h"
@@ -325,13 +324,14 @@ size_t EXUnpackOCTETSTRINGStatic(void* destination, size_t capacity, ExReadCurso
     if (!take_octet_header(cursor, octets)) {
         return 0;
     }
-    if (octets.total == 0) {
-        memset(destination, 0, std::min(size_t{1} << ExOctetShift(octets.type), capacity));
-        return static_cast<size_t>(cursor.next - start);
-    }
-    if (octets.length > capacity) {
+    const size_t wanted = octets.total != 0 ? 0 : size_t{1} << ExOctetShift(octets.type);
+    if (wanted > capacity || (octets.total != 0 && octets.length > capacity)) {
         ExFail(cursor, "an octet string is longer than its array");
         return 0;
+    }
+    if (octets.total == 0) {
+        memset(destination, 0, wanted);
+        return static_cast<size_t>(cursor.next - start);
     }
     const uint8_t* data = take_octet_data(cursor, octets);
     if (data == nullptr) {
