@@ -78,7 +78,7 @@ bool is_echoed(const Address& address, const std::string& interface) {
     const bool is_ipv4 = address.bytes.ss_family == AF_INET;
     const int protocol = is_ipv4 ? int{IPPROTO_ICMP} : int{IPPROTO_ICMPV6};
     const Socket socket(connect_to(address, SOCK_RAW, protocol, interface, c_patience));
-    std::array<uint16_t, 4> request{htons((is_ipv4 ? ICMP_ECHO : ICMP6_ECHO_REQUEST) << 8U), 0,
+    std::array<uint16_t, 4> request{htons(static_cast<uint16_t>((is_ipv4 ? ICMP_ECHO : ICMP6_ECHO_REQUEST) << 8U)), 0,
                                     static_cast<uint16_t>(getpid()), 1};
     request[1] = is_ipv4 ? checksum(request) : uint16_t{0};  // else the kernel's, with the addresses
     if (send(socket.fd(), request.data(), sizeof(request), 0) != static_cast<ssize_t>(sizeof(request))) {

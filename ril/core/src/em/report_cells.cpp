@@ -96,7 +96,12 @@ int em_xcellinfo_true_freq(const UtaEmRrTestparam& cell) {
     const int arfcn = shown_arfcn(cell);
     for (const gsm_range& range : c_gsm_ranges) {
         if (range.band == cell.band && arfcn >= range.first && arfcn <= range.last) {
-            return static_cast<int>(((arfcn - range.base) * 0.2 + range.start + range.duplex) * 10);
+            // Each step is rounded to a double: with the digits that the x87 keeps beyond it, some come out one less.
+            volatile double frequency = (arfcn - range.base) * 0.2;
+            frequency = frequency + range.start;
+            frequency = frequency + range.duplex;
+            frequency = frequency * 10;
+            return static_cast<int>(frequency);
         }
     }
     return arfcn * 10;
