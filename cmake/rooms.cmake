@@ -115,6 +115,7 @@ function(dun_bench name)
   find_package(benchmark REQUIRED)
   dun_program(${name} ${ARGN})
   target_link_libraries(${name} PRIVATE benchmark::benchmark)
+  set_target_properties(${name} PROPERTIES DISABLE_PRECOMPILE_HEADERS ON)  # the package has flags of its own
 endfunction()
 
 # Adds the folders that have a CMakeLists.txt.
