@@ -128,6 +128,10 @@ bool Modem::start_manager(std::string& error) {
         error = std::string(c_modem_link_path) + ": " + strerror(errno);
         return false;
     }
+    factory_channel_ = FactoryChannel::start(loop_, [this] { return power_ == Power::UP; });
+    if (factory_channel_ == nullptr) {  // a phone can do without
+        say("%s: %s", c_factory_path, strerror(errno));
+    }
     return true;
 }
 

@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "host/android/modem_link_server.h"
+#include "host/modem/factory_channel.h"
 #include "host/modem/faults.h"
 #include "host/modem/power_switch.h"
 #include "host/modem/rpc_daemon.h"
@@ -56,7 +57,8 @@ struct Passage {
 
 class Modem {
 public:
-    // With its power switch and the modem manager. Null, with the reason in `error`, when those are not to be had.
+    // With its power switch, the modem manager and the factory channel. Null, with the reason in `error`, when those
+    // are not to be had.
     static std::unique_ptr<Modem> start(Loop& loop, Capture& capture, Settings settings, std::string& error);
     // Lets clients in: the last step, whose end clients wait for. Nothing else may be called before. False with the
     // reason in `error`.
@@ -145,6 +147,7 @@ private:
     std::map<uint16_t, Handle> handlers_;
     std::unique_ptr<RpcDaemon> daemon_;
     std::unique_ptr<PowerSwitch> switch_;
+    std::unique_ptr<FactoryChannel> factory_channel_;
     std::unique_ptr<ModemLinkServer> link_;
     Power power_ = Power::OFF;
     uint64_t power_cycle_ = 0;  // counts the losses of power

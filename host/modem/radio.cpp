@@ -6,6 +6,7 @@
 #include <ctime>
 #include <optional>
 #include <string_view>
+#include <utility>
 
 #include "host/modem/modem.h"
 #include "host/modem/net.h"
@@ -244,6 +245,27 @@ int32_t configure(Modem& modem, const Caller& caller, uint32_t sim_id, const Uta
     return c_success;
 }
 
+// The stacks change their technologies and preferences with each other. Nothing in the request tells whose it is: it is
+// the first stack's.
+int32_t swap_rats(Modem& modem, const Caller& caller, const UtaStackInstances*, uint32_t context_id) {
+    modem.later(modem.settings.latency, [&modem, caller, context_id] {
+        UtaNetConfigureNetworkModeParam& first = s_radios[0].mode;
+        UtaNetConfigureNetworkModeParam& second = s_radios[1].mode;
+        std::swap(first.rats, second.rats);
+        std::swap(first.order, second.order);
+        const UtaNetSwapRatSettingsRspParam answer = {
+            c_success, {first.rats, first.order}, {second.rats, second.order}};
+        modem.send<uta::row::UtaMsNetSwapRatSettingsRspCb>(caller.client, caller.context_id, uint32_t{0}, &answer,
+                                                           context_id);
+        for (uint32_t sim_id = 0; sim_id < c_stacks; ++sim_id) {
+            const UtaNetSwapRatSettingsIndParam swapped = {c_success, answer.first, answer.second};
+            modem.indicate<uta::row::UtaMsNetSwapRatSettingsIndCb>(sim_id, &swapped);
+            network_settings_changed(modem, sim_id);
+        }
+    });
+    return c_success;
+}
+
 int32_t band_status(Modem& modem, const Caller& caller, uint32_t sim_id, uint32_t context_id) {
     modem.later(modem.settings.latency, [&modem, caller, sim_id, context_id] {
         UtaNetBandStatusParams status{};
@@ -340,8 +362,9 @@ Service radio_service() {
         .name = "radio",
         .functions = {serve<UtaMsNetSetRadioSignalReporting, set_reporting>(),
                       serve<UtaMsNetGetPlmnListData, get_names>(), serve<UtaMsNetConfigureNetworkModeReq, configure>(),
-                      serve<UtaMsNetBandStatusReq, band_status>(), serve<SetApScreenState, set_screen>(),
-                      serve<UtaMsNetSetFdorTimer, set_scri_timer>(), serve<UtaMsNetReadFdorTimer, read_scri_timer>(),
+                      serve<UtaMsNetSwapRatSettingsReq, swap_rats>(), serve<UtaMsNetBandStatusReq, band_status>(),
+                      serve<SetApScreenState, set_screen>(), serve<UtaMsNetSetFdorTimer, set_scri_timer>(),
+                      serve<UtaMsNetReadFdorTimer, read_scri_timer>(),
                       serve<UtaMsNetWriteFdorDelayTimer, set_delay_timer>(),
                       serve<UtaMsNetReadFdorDelayTimer, read_delay_timer>(), serve<UtaMsNetTriggerFdorExt, trigger>()},
         .commands = {{"signal", "0..99|walk|indoor|tunnel [0|1]", "what a stack hears of its cell", signal_command},

@@ -23,7 +23,7 @@ constexpr const char* c_stage = "/tmp";
 constexpr std::string_view c_host = "/.host";
 
 constexpr std::array<std::string_view, 7> c_not_from_host = {".", "..", "dev", "proc", "sys", "data", "system"};
-constexpr std::array<const char*, 7> c_devices = {"null", "zero", "full", "random", "urandom", "tty", "ptmx"};
+constexpr std::array<const char*, 6> c_devices = {"null", "zero", "full", "random", "urandom", "tty"};
 constexpr std::array<std::array<const char*, 2>, 4> c_device_links = {{
     {"/proc/self/fd", "/dev/fd"},
     {"/proc/self/fd/0", "/dev/stdin"},
@@ -136,17 +136,30 @@ void make_sys() {
     make_file(state, "ON");
 }
 
+void show_device(const std::string& name) {
+    const std::string path = "/dev/" + name;
+    if (access(on_host(path).c_str(), F_OK) == 0) {
+        show(on_host(path), path);
+    }
+}
+
+// Pseudo-terminals of the phone's own: a kernel makes them only where the multiplexer stands beside their file system.
+void make_terminals() {
+    make_folder("/dev/pts");
+    if (mount("devpts", "/dev/pts", "devpts", MS_NOSUID | MS_NOEXEC, "newinstance,ptmxmode=0666,mode=0620") == 0) {
+        check(symlink("pts/ptmx", "/dev/ptmx"), "/dev/ptmx");
+    } else {
+        show_device("pts");
+        show_device("ptmx");
+    }
+}
+
 void make_dev() {
     make_folder("/dev");
-    for (const std::string name : c_devices) {
-        const std::string path = "/dev/" + name;
-        if (access(on_host(path).c_str(), F_OK) == 0) {
-            show(on_host(path), path);
-        }
+    for (const char* const name : c_devices) {
+        show_device(name);
     }
-    if (access(on_host("/dev/pts").c_str(), F_OK) == 0) {
-        show(on_host("/dev/pts"), "/dev/pts");
-    }
+    make_terminals();
     for (const auto& [target, path] : c_device_links) {
         check(symlink(target, path), path);
     }
