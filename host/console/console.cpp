@@ -60,7 +60,7 @@ const Console::Command Console::c_commands[] = {
     {"fails", &Console::fails, true, "COMMAND   holds if the command doesn't"},
     {"traffic", &Console::traffic, false, "on [MILLISECONDS] [REQUEST...] | off   harmless requests in the background"},
     {"modem", &Console::modem, true,
-     "COMMAND   to the modem's control socket; card and network need no modem in front"},
+     "COMMAND   to the modem's control socket; card, network and temperature need no modem in front"},
     {"sms", &Console::sms, false, c_sms_help},
     {"broadcast", &Console::broadcast, false, c_broadcast_help},
     {"toolkit", &Console::toolkit, false, c_toolkit_help},
@@ -202,7 +202,7 @@ Console::Outcome Console::carry_out(const std::string& line) {
     if (const auto requests = service_requests(*words)) {
         return ask_all(requests->empty() ? std::nullopt : requests);
     }
-    if (word == "card" || word == "network") {
+    if (word == "card" || word == "network" || word == "temperature") {
         is_step_ = true;
         return modem(*words, behind(line, 0));
     }

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "host/console/parcel_text.h"
 #include "host/console/toolkit.h"
 #include "host/sms/message.h"
 
@@ -38,6 +39,22 @@ std::string page_text(const sms::Octets& page) {
     text.erase(std::min(text.find_last_not_of('\r') + 1, text.size()));
     return " channel=" + std::to_string(page[2] << 8 | page[3]) + " page=" + std::to_string(page[5] >> 4) + "/" +
            std::to_string(page[5] & 15) + " text=\"" + text + "\"";
+}
+
+// An alarm of a temperature sensor: the event, the sensor, hundredths of a degree.
+std::string alarm_text(const sms::Octets& bytes) {
+    constexpr uint8_t c_alarm = 208;
+    if (bytes.size() != 3 * sizeof(int32_t) || bytes[0] != c_alarm) {
+        return "";
+    }
+    ParcelCursor cursor({reinterpret_cast<const char*>(bytes.data()) + sizeof(int32_t), 2 * sizeof(int32_t)});
+    const int32_t sensor = cursor.int32();
+    return " sensor=" + std::to_string(sensor) + " degrees=" + std::to_string(cursor.int32() / 100);
+}
+
+// The octets of a value between angles.
+std::optional<sms::Octets> raw_octets(const std::string& value) {
+    return sms::octets_of(value.substr(1, value.size() < 2 ? 0 : value.size() - 2));
 }
 
 Requests send(const Words& words) {
@@ -115,8 +132,12 @@ std::string message_in_unsol(int number, const std::string& value) {
         case RIL_UNSOL_RESPONSE_NEW_SMS_STATUS_REPORT:
             return described(sms::octets_of(value));
         case RIL_UNSOL_RESPONSE_NEW_BROADCAST_SMS: {
-            const auto page = sms::octets_of(value.substr(1, value.size() < 2 ? 0 : value.size() - 2));
+            const auto page = raw_octets(value);
             return page ? page_text(*page) : "";
+        }
+        case RIL_UNSOL_OEM_HOOK_RAW: {
+            const auto bytes = raw_octets(value);
+            return bytes ? alarm_text(*bytes) : "";
         }
         case RIL_UNSOL_STK_PROACTIVE_COMMAND:
         case RIL_UNSOL_STK_EVENT_NOTIFY:

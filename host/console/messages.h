@@ -1,5 +1,5 @@
-// Short messages and broadcasts for people: what stands in the octets that the phone shows, and the requests that a
-// text becomes.
+// Short messages, broadcasts and alarms for people: what stands in the octets that the phone shows, and the requests
+// that a text becomes.
 #pragma once
 
 #include <optional>

@@ -133,6 +133,7 @@ constexpr Shortcut c_shortcuts[] = {
     {"cells", RIL_REQUEST_GET_CELL_INFO_LIST, "void", ""},
     {"network-type", RIL_REQUEST_SET_PREFERRED_NETWORK_TYPE, "ints", "TYPE"},
     {"ussd", RIL_REQUEST_SEND_USSD, "string", "TEXT"},
+    {"oem", RIL_REQUEST_OEM_HOOK_STRINGS, "strings", "COMMAND [WORD...]"},
 };
 
 template <typename Table>
