@@ -99,7 +99,7 @@ endfunction()
 
 # dun_fuzz(NAME SOURCES file... [USES target...]): a libFuzzer program. ctest runs it for a short while on top of its
 # seed corpus corpus/NAME beside its source; run it by hand with -max_total_time=600 for a long one.
-set(DUN_FUZZ_SECONDS 10 CACHE STRING "Length of each fuzz target's run under ctest")
+set(DUN_FUZZ_SECONDS 6 CACHE STRING "Length of each fuzz target's run under ctest")
 function(dun_fuzz name)
   cmake_parse_arguments(ARG "" "" "SOURCES;USES" ${ARGN})
   dun_program(${name} SOURCES ${ARG_SOURCES} USES ${ARG_USES})
