@@ -99,6 +99,7 @@ void set_return(ScriptedModem& modem, const std::vector<Word>& words) {
 const Player::Action Player::c_actions[] = {
     {"phone", false, [](Player& p, const Words& w) { p.start_phone(word(w, 0), texts_of(w, 1)); }},
     {"clock", false, [](Player& p, const Words& w) { p.phone().android.advance(std::stoll(word(w, 0))); }},
+    {"call", false, [](Player& p, const Words& w) { p.call(w); }},
     {"event", false,
      [](Player& p, const Words& w) {
          const std::string& event = word(w, 0);
@@ -176,6 +177,35 @@ const Player::Action* Player::find_action(const std::string& name) {
         }
     }
     return nullptr;
+}
+
+void Player::call(const Words& words) {
+    using Function = int32_t (*)(intptr_t, intptr_t, intptr_t);
+    static std::array<int32_t, 100> s_area;
+    const auto function = reinterpret_cast<Function>(phone().symbol(word(words, 0).c_str()));
+    if (function == nullptr) {
+        fail("the library does not export it");
+    }
+    std::vector<intptr_t> arguments;
+    size_t next = 1;
+    for (; next < words.size() && words[next].text != "gives" && words[next].text != "leaves"; ++next) {
+        const std::string& text = words[next].text;
+        if (const size_t colon = text.find(':'); colon != std::string::npos) {
+            name_ = text.substr(0, colon);
+            arguments.push_back(reinterpret_cast<intptr_t>(new_token(*find_request(text.substr(colon + 1)))));
+        } else if (text[0] == '&') {
+            s_area = {number(text.substr(1))};
+            arguments.push_back(reinterpret_cast<intptr_t>(s_area.data()));
+        } else {
+            arguments.push_back(number(text));
+        }
+    }
+    arguments.resize(3);
+    const int32_t result = function(arguments[0], arguments[1], arguments[2]);
+    if (next < words.size()) {
+        const int32_t seen = words[next].text == "gives" ? result : s_area[0];
+        expect(word(words, next + 1), [seen] { return std::to_string(seen); });
+    }
 }
 
 Phone& Player::phone() {

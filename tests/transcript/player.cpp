@@ -210,12 +210,7 @@ void Player::request(std::string text) {
     }
     auto* arguments = new Arguments;  // the thread's
     read_words(*number, words, *arguments);
-    static uintptr_t s_tokens = 0x1000;
-    RIL_Token token = FakeAndroid::token(++s_tokens);
-    {
-        const std::lock_guard lock(lock_);
-        requests_[token] = {name_, *number};
-    }
+    RIL_Token token = new_token(*number);
     const RIL_RadioFunctions* ril = functions();
     std::promise<void> done;
     std::future<void> is_done = done.get_future();
@@ -230,6 +225,14 @@ void Player::request(std::string text) {
     if (waits && !came_back) {
         fail("the request does not come back");
     }
+}
+
+RIL_Token Player::new_token(int number) {
+    static uintptr_t s_tokens = 0x1000;
+    RIL_Token token = FakeAndroid::token(++s_tokens);
+    const std::lock_guard lock(lock_);
+    requests_[token] = {name_, number};
+    return token;
 }
 
 void Player::take_packets() {

@@ -39,6 +39,7 @@ private:
     void set_returns(const std::vector<Line>& lines, size_t at);
     void act(const Line& line);
     void request(std::string text);
+    RIL_Token new_token(int number);  // of the request that lines are about
     void see_packets(const Line& line);
     void answer(const Line& line);
     void see_events(const Line& line);
@@ -56,6 +57,7 @@ private:
     // actions.cpp
     Phone& phone();
     void start_phone(const std::string& state, const std::vector<std::string>& arguments);
+    void call(const Words& words);
     void changed_modem();
     size_t open();  // requests that are not completed
     void forget();  // what went by

@@ -7,6 +7,7 @@
 
 #include "ril/core/src/async_ril/async_ril.h"
 #include "ril/core/src/em/em_state.h"
+#include "ril/core/src/system_manager/modules.h"
 #include "ril/utils/mem_util.h"
 #include "ril/utils/trace.h"
 
@@ -238,14 +239,23 @@ void em_on_request_complete_neighbour_cell_ids(uint32_t sim_id) {
     }
 }
 
+void end_request(uint32_t sim_id) {
+    ril_request_complete(std::exchange(s_em_req[sim_id].token, nullptr), RIL_E_RADIO_NOT_AVAILABLE, nullptr, 0);
+    clear(sim_id, EM_UNKNOWN, nullptr);
+}
+
 }  // namespace
 
 // Both SIMs share the refresh; its rate is the caller's and outlives the modem.
 void report_cells_start(uint32_t sim_id) {
-    ril_request_complete(std::exchange(s_em_req[sim_id].token, nullptr), RIL_E_RADIO_NOT_AVAILABLE, nullptr, 0);
-    clear(sim_id, EM_UNKNOWN, nullptr);
+    end_request(sim_id);
     em_isCellInfo_timer_running = 0;
     ++s_start;
+}
+
+void em_module_exit() {
+    end_request(0);
+    end_request(1);
 }
 
 void em_get_xcellinfo(uint32_t sim_id, const UtaEmData& report) {

@@ -39,15 +39,13 @@ constexpr size_t c_reply_max = 1000;
 
 // Waits for the channel to have something, at the longest five seconds; the RIL thread's end ends it too.
 bool has_something(int channel) {
-    constexpr int c_slice_ms = 100;
+    constexpr int c_slice_us = 100 * 1000;
     constexpr int c_slices = 50;
-    for (int slice = 0; slice < c_slices && !thread_stop_requested(); ++slice) {
-        pollfd wanted = {channel, POLLIN, 0};
-        if (poll(&wanted, 1, c_slice_ms) > 0) {
-            return true;
-        }
+    pollfd wanted = {channel, POLLIN, 0};
+    for (int slice = 0; slice < c_slices && poll(&wanted, 1, 0) == 0 && !thread_stop_requested(); ++slice) {
+        usleep(c_slice_us);
     }
-    return false;
+    return poll(&wanted, 1, 0) > 0;
 }
 
 // What the channel says half a second after a question, in however many pieces; empty when it says nothing.

@@ -238,6 +238,7 @@ int32_t modem_init() {
 int32_t module_exit() {
     agg_module_exit();
     gprs_exit();
+    em_module_exit();
     return 0;
 }
 
