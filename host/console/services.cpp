@@ -72,13 +72,24 @@ Requests dtmf(const Words& words) {
     return requests;
 }
 
+Requests cged(const Words& words) {
+    constexpr const char* c_report = "166";
+    constexpr const char* c_page = "167";
+    const bool is_page = words.size() == 1;
+    if (words.size() > 1) {
+        return {};
+    }
+    return {{RIL_REQUEST_OEM_HOOK_STRINGS, "strings", is_page ? Words{c_page, "0", words[0]} : Words{c_report, "0"}}};
+}
+
 }  // namespace
 
 std::optional<Requests> service_requests(const Words& line) {
     constexpr struct {
         const char* word;
         Requests (*requests)(const Words& words);
-    } c_words[] = {{"forward", forward}, {"bar", bar}, {"waiting", waiting}, {"clir", clir}, {"dtmf", dtmf}};
+    } c_words[] = {{"forward", forward}, {"bar", bar},   {"waiting", waiting},
+                   {"clir", clir},       {"dtmf", dtmf}, {"cged", cged}};
     for (const auto& row : c_words) {
         if (line.front() == row.word) {
             return row.requests(Words(line.begin() + 1, line.end()));

@@ -1,4 +1,4 @@
-// Supplementary services and tones for people: what the words of a line ask of Android's interface.
+// Supplementary services, tones and engineering reports for people: what the words of a line ask of Android's interface.
 #pragma once
 
 #include <optional>
@@ -18,4 +18,5 @@ constexpr const char* c_service_help[] = {
     "  waiting [on|off]            or asked",
     "  clir [default|invoke|suppress]   whether the own number is hidden; or asked",
     "  dtmf DIGITS                 one tone after the other",
+    "  cged [PAGE]                 an engineering report of the cell and the phone, or a page of the counters",
 };

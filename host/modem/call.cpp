@@ -5,6 +5,7 @@
 #include "host/modem/calls.h"
 #include "host/modem/clir.h"
 #include "host/modem/commands.h"
+#include "host/modem/engineering.h"
 
 namespace {
 
@@ -37,6 +38,7 @@ struct Request {
     Call* find(State state) const { return find_state(sim_id, state); }
     std::vector<Call>& calls() const { return s_stacks[sim_id].calls; }
     void report(const std::vector<uint8_t>& moved, Status status) const { report_moved(modem, sim_id, moved, status); }
+    UtaEmMnTestparam& count() const { return counted(sim_id); }
 };
 
 template <typename Work>
@@ -70,6 +72,7 @@ void set_up_call(const Request& request, const std::string& number, bool is_emer
     if (obstacle == NO_CAUSE) {
         if (request.find(State::HELD) == nullptr) {
             held = move_calls(request.sim_id, State::ACTIVE, State::HELD);
+            count_move(request.sim_id, held, NOW_HELD);
         }
         for (Call& call : request.calls()) {
             if (call.state == State::ACTIVE) {
@@ -135,6 +138,7 @@ int32_t release(Modem& modem, const Caller& caller, uint32_t sim_id, const UtaCa
         request.respond<uta::row::UtaMsCallCsReleaseCallRspCb>(response);
         for (Call* call : released) {
             if (call->state == State::INCOMING) {
+                request.count().call_reject_cause = static_cast<uint8_t>(wanted.cause);
                 incoming_refused(request.modem, request.sim_id, *call);
             }
             clear_call(request.modem, request.sim_id, *call, wanted.cause);
@@ -166,6 +170,9 @@ int32_t accept(Modem& modem, const Caller& caller, uint32_t sim_id, const UtaCal
         if (response.field_2 == c_success) {
             held = move_calls(request.sim_id, State::ACTIVE, State::HELD);
             call->state = State::ACTIVE;
+            count_move(request.sim_id, held, NOW_HELD);
+            ++request.count().connect_msgs;
+            ++request.count().connect_ack_msgs;
         }
         request.respond<uta::row::UtaMsCallCsAcceptCallRspCb>(response);
         if (response.field_2 == c_success) {
@@ -187,7 +194,9 @@ void answer_move(const Request& request, State from, State to) {
     }
     request.respond<Row>(moved.empty() ? make_response<Response>(FACILITY_REJECTED)
                                        : make_response<Response>(NO_CAUSE, moved.front()));
-    request.report(moved, to == State::HELD ? NOW_HELD : NOW_RETRIEVED);
+    const Status status = to == State::HELD ? NOW_HELD : NOW_RETRIEVED;
+    count_move(request.sim_id, moved, status);
+    request.report(moved, status);
 }
 
 int32_t hold(Modem& modem, const Caller& caller, uint32_t sim_id, uint32_t context_id) {
@@ -232,6 +241,8 @@ int32_t swap(Modem& modem, const Caller& caller, uint32_t sim_id, uint32_t conte
         response.active_call.call_id = now_active.front();
         response.held_call.call_id = now_held.front();
         request.respond<uta::row::UtaMsCallCsSwapCallsRspCb>(response);
+        count_move(request.sim_id, now_held, NOW_HELD);
+        count_move(request.sim_id, now_active, NOW_RETRIEVED);
         request.report(now_held, NOW_HELD);
         request.report(now_active, NOW_RETRIEVED);
     });
@@ -243,6 +254,7 @@ int32_t join(Modem& modem, const Caller& caller, uint32_t sim_id, uint32_t conte
         const Cause obstacle = pair_obstacle(request);
         std::vector<uint8_t> retrieved;
         if (obstacle == NO_CAUSE) {
+            ++request.count().facility_msgs;
             retrieved = move_calls(request.sim_id, State::HELD, State::ACTIVE);
             for (Call& call : request.calls()) {
                 call.is_member = call.state == State::ACTIVE;
@@ -274,6 +286,7 @@ int32_t split(Modem& modem, const Caller& caller, uint32_t sim_id, const UtaCall
             std::erase(held, id);
             call->state = State::ACTIVE;
             leave_multiparty(request.sim_id, *call);
+            ++request.count().facility_msgs;
         }
         request.respond<uta::row::UtaMsCallCsSplitMptyRspCb>(
             make_response<UtaCallCsSplitMptyRspCbParams>(done ? NO_CAUSE : FACILITY_REJECTED, id));
@@ -287,6 +300,9 @@ int32_t transfer(Modem& modem, const Caller& caller, uint32_t sim_id, uint32_t c
         const State second = request.find(State::ACTIVE) != nullptr ? State::ACTIVE : State::ALERTING;
         const Call* other = request.find(second);
         const bool done = other != nullptr && request.find(State::HELD) != nullptr;
+        if (done) {
+            ++request.count().facility_msgs;
+        }
         request.respond<uta::row::UtaMsCallCsTransferCallsRspCb>(
             done ? make_response<UtaCallCsTransferCallsRspCbParams>(NO_CAUSE, other->id)
                  : make_response<UtaCallCsTransferCallsRspCbParams>(FACILITY_REJECTED));

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "host/modem/card.h"
+#include "host/modem/engineering.h"
 #include "host/modem/message_centre.h"
 #include "host/modem/net.h"
 #include "host/modem/packet_data.h"
@@ -96,6 +97,7 @@ void notify(Modem& modem, uint32_t sim_id, const Call& call, Notification notifi
     UtaCallCsNotificationIndCbParams param{};
     param.call.call_id = call.id;
     param.type = notification;
+    ++counted(sim_id).facility_msgs;
     modem.indicate<uta::row::UtaMsCallCsNotificationIndCb>(sim_id, &param);
 }
 
@@ -142,6 +144,15 @@ std::vector<uint8_t> move_calls(uint32_t sim_id, State from, State to) {
     return moved;
 }
 
+void count_move(uint32_t sim_id, const std::vector<uint8_t>& moved, Status status) {
+    if (moved.empty()) {
+        return;
+    }
+    UtaEmMnTestparam& counters = counted(sim_id);
+    ++(status == NOW_HELD ? counters.hold_msgs : counters.retrieve_msgs);
+    ++(status == NOW_HELD ? counters.hold_ack_msgs : counters.retrieve_ack_msgs);
+}
+
 void report_moved(Modem& modem, uint32_t sim_id, const std::vector<uint8_t>& moved, Status status) {
     for (const uint8_t id : moved) {
         const Call& call = *find_call(sim_id, id);
@@ -162,6 +173,11 @@ void leave_multiparty(uint32_t sim_id, Call& leaving) {
 }
 
 static void begin_clearing(Modem& modem, uint32_t sim_id, Call& call, int32_t cause) {
+    // What the phone refuses is no failure of a call.
+    if (cause != NORMAL_CLEARING && call.state != State::INCOMING) {
+        counted(sim_id).call_failure_cause = static_cast<uint8_t>(cause);
+    }
+    ++counted(sim_id).disconnect_msgs;
     call.state = State::RELEASING;
     call.cause = cause;
     leave_multiparty(sim_id, call);
@@ -184,6 +200,10 @@ static void clear_peer(Modem& modem, uint32_t sim_id, Call& call) {
 
 void disconnect(Modem& modem, uint32_t sim_id, Call& call) {
     clear_peer(modem, sim_id, call);
+    if (call.state == State::RELEASING) {
+        ++counted(sim_id).release_msgs;
+        ++counted(sim_id).release_comp_msgs;
+    }
     UtaCallCsDisconnectedIndCbParams param{};
     param.call.call_id = call.id;
     param.cause = call.cause;
@@ -233,8 +253,12 @@ void far_end_answers(Modem& modem, uint32_t sim_id, Call& call) {
         clear_call(modem, sim_id, call, NO_RESOURCES);
         return;
     }
-    report_moved(modem, sim_id, move_calls(sim_id, State::ACTIVE, State::HELD), NOW_HELD);
+    const auto held = move_calls(sim_id, State::ACTIVE, State::HELD);
+    count_move(sim_id, held, NOW_HELD);
+    report_moved(modem, sim_id, held, NOW_HELD);
     call.state = State::ACTIVE;
+    ++counted(sim_id).connect_msgs;
+    ++counted(sim_id).connect_ack_msgs;
     report_connected(modem, sim_id, call);
     if (party_of(call) == Party::IS_CUT_OFF) {
         after(modem, c_cut_off_time, sim_id, call, cut_off);
@@ -270,6 +294,7 @@ static void reach_party(Modem& modem, uint32_t sim_id, Call& call) {
 
 void alert(Modem& modem, uint32_t sim_id, Call& call) {
     call.state = State::ALERTING;
+    ++counted(sim_id).alert_msgs;
     const UtaCallCsCallId call_id{call.id};
     modem.indicate<uta::row::UtaMsCallCsAlertingIndCb>(sim_id, &call_id);
     if (party_of(call) == Party::NEVER_ANSWERS || call.peer != 0) {
@@ -300,6 +325,7 @@ static void start_dialing(Modem& modem, uint32_t sim_id, Call& call) {
     if (call.state != State::DIALING) {
         return;
     }
+    ++counted(sim_id).call_proceeding_msgs;
     UtaCallCsDialingIndCbParams param{};
     param.call.call_id = call.id;
     modem.indicate<uta::row::UtaMsCallCsDialingIndCb>(sim_id, &param);
@@ -319,6 +345,7 @@ static void start_dialing(Modem& modem, uint32_t sim_id, Call& call) {
 }
 
 void dial(Modem& modem, uint32_t sim_id, Call& call) {
+    ++(call.is_emergency ? counted(sim_id).emergency_setup_msgs : counted(sim_id).setup_msgs);
     after(modem, c_dialing_time, sim_id, call, start_dialing);
     share_radio(modem, sim_id);
 }

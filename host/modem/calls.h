@@ -118,6 +118,7 @@ void leave_multiparty(uint32_t sim_id, Call& leaving);
 
 // All calls in one state go to the other. The indications come later, behind the response: report_moved.
 std::vector<uint8_t> move_calls(uint32_t sim_id, State from, State to);
+void count_move(uint32_t sim_id, const std::vector<uint8_t>& moved, Status status);  // where the phone asked for it
 void report_moved(Modem& modem, uint32_t sim_id, const std::vector<uint8_t>& moved, Status status);
 void notify(Modem& modem, uint32_t sim_id, const Call& call, Notification notification);
 void report_connected(Modem& modem, uint32_t sim_id, const Call& call);

@@ -4,6 +4,7 @@
 
 #include "host/modem/calls.h"
 #include "host/modem/commands.h"
+#include "host/modem/engineering.h"
 #include "host/modem/gsm_text.h"
 #include "host/modem/message_centre.h"
 #include "host/modem/net.h"
@@ -77,6 +78,9 @@ std::string ring(Modem& modem, uint32_t sim_id, const std::string& number, bool 
         return "there are too many calls";
     }
     meet(sim_id, waits ? "waiting" : "ringing");
+    ++counted(sim_id).setup_msgs;
+    ++counted(sim_id).call_confirmed_msgs;
+    ++counted(sim_id).alert_msgs;
     UtaCallCsIncomingCallIndCbParams param{};
     param.call.call_id = call->id;
     fill_text(param.number, call->number);

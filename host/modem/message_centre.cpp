@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "host/modem/engineering.h"
 #include "host/modem/net.h"
 
 namespace message_centre {
@@ -52,6 +53,7 @@ void look(Modem& modem, uint32_t sim_id) {
         return;
     }
     const sms::Octets octets = sms::write(first->message);
+    ++counted(sim_id).mt_gprs_sms_count;
     UtaSmsIncomingParam param{};
     param.id = mailbox.under_way;
     param.message.status = 3;
@@ -114,7 +116,14 @@ void acknowledge(Modem& modem, uint32_t sim_id, uint8_t id, sms::Fate fate) {
     if (id == 0 || id != line.mailbox.under_way) {
         return;
     }
+    constexpr uint8_t c_memory_exceeded = 22;  // 3GPP TS 24.011, 8.2.5.4
+    constexpr uint8_t c_unspecified = 111;
     const uint64_t step = ++line.step;
+    if (fate == sms::Fate::DELIVERED) {
+        ++counted(sim_id).mt_gprs_sms_count_succ;
+    } else {
+        counted(sim_id).last_mt_fail_cause = fate == sms::Fate::NO_MEMORY ? c_memory_exceeded : c_unspecified;
+    }
     const auto delivered = sms::acknowledge(line.mailbox, id, fate);
     if (fate == sms::Fate::REFUSED) {
         plan(modem, sim_id, c_next_try);

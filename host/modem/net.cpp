@@ -8,6 +8,7 @@
 #include <charconv>
 
 #include "host/modem/card.h"
+#include "host/modem/engineering.h"
 #include "host/modem/modem.h"
 #include "host/modem/radio.h"
 
@@ -22,26 +23,12 @@ constexpr int32_t c_umts_1 = 50;
 constexpr int32_t c_umts_4 = 53;
 constexpr int32_t c_umts_8 = 57;
 
-constexpr int32_t c_gsm = 1;  // a technology
-
-// A network as the air shows it.
-struct Network {
-    uint16_t mcc;
-    uint16_t mnc;
-    bool three_digit_mnc;
-    int32_t rat;  // 1 GSM, 2 UMTS, 3 LTE
-    bool forbidden;
-    int32_t band;
-    uint16_t lac;
-    uint32_t cell_id;
-};
-
 constexpr std::array<Network, 5> c_networks = {{
-    {262, 1, false, 2, false, c_umts_1, 0x1A2B, 0x00ABCDEF},
-    {262, 1, false, 1, false, c_gsm_900, 0x1A2C, 0x00001234},
-    {262, 2, false, 2, false, c_umts_8, 0x2B01, 0x00B00B1E},
-    {262, 3, false, 3, true, c_no_band, 0x3C01, 0x00C0FFEE},
-    {310, 260, true, 2, false, c_umts_4, 0x4D01, 0x00D15EA5},
+    {262, 1, false, 2, false, c_umts_1, 0x1A2B, 0x00ABCDEF, 10612, 9662, 321},
+    {262, 1, false, 1, false, c_gsm_900, 0x1A2C, 0x00001234, 25, 25, 0x11},
+    {262, 2, false, 2, false, c_umts_8, 0x2B01, 0x00B00B1E, 3012, 2787, 98},
+    {262, 3, false, 3, true, c_no_band, 0x3C01, 0x00C0FFEE, 1300, 19300, 77},
+    {310, 260, true, 2, false, c_umts_4, 0x4D01, 0x00D15EA5, 1637, 1412, 205},
 }};
 constexpr size_t c_home = 0;
 
@@ -53,7 +40,6 @@ constexpr int32_t c_cause_no_subscriber = 2;  // IMSI unknown in HLR
 constexpr int32_t c_cause_not_allowed = 11;   // PLMN not allowed (3GPP TS 24.008, annex G.1)
 constexpr int32_t c_cause_conflict = 22;      // the other SIM has the radio
 constexpr int32_t c_status_unknown = 3;
-constexpr uint16_t c_scrambling_code = 321;
 
 constexpr Milliseconds c_search_time{60};
 constexpr Milliseconds c_scan_time{250};
@@ -62,8 +48,29 @@ struct Stack {
     bool on = false;
     size_t network = c_home;  // registered there, or about to be
     bool registered = false;
+    bool camps = false;  // on a cell, registered or not
 };
 std::array<Stack, c_stacks> s_stacks;
+
+// The network's cell at a site. Those of GSM differ in their frequency.
+Cell cell_of(const Network& network, uint32_t sim_id, size_t site) {
+    constexpr size_t c_arfcn_step = 4;
+    Cell cell{};
+    cell.network = &network;
+    cell.id = static_cast<uint32_t>(network.cell_id + site);
+    cell.channel = static_cast<uint16_t>(network.channel + (network.rat == c_gsm ? c_arfcn_step * site : 0));
+    cell.code = static_cast<uint16_t>(network.code + site);
+    cell.level = level_of_site(sim_id, site);
+    return cell;
+}
+
+Cell serving_cell(uint32_t sim_id) {
+    return cell_of(c_networks[s_stacks[sim_id].network], sim_id, serving_site(sim_id));
+}
+
+bool is_same_plmn(const Network& one, const Network& other) {
+    return one.mcc == other.mcc && one.mnc == other.mnc;
+}
 
 void fill(UtaNetRatPlmn& out, const Network& network) {
     out.rat = network.rat;
@@ -94,7 +101,7 @@ void report_cell(Modem& modem, uint32_t sim_id) {
     UtaNetCellInfoIndParam param{};
     param.mcc = network.mcc;
     param.mnc = network.mnc;
-    param.cell_id = network.cell_id;
+    param.cell_id = serving_cell(sim_id).id;
     param.lac = network.lac;
     param.gprs = 1;
     param.edge = network.rat == c_gsm ? 1 : 0;
@@ -104,8 +111,13 @@ void report_cell(Modem& modem, uint32_t sim_id) {
 }
 
 void go_to(Modem& modem, uint32_t sim_id, size_t network) {
-    s_stacks[sim_id].network = network;
-    s_stacks[sim_id].registered = true;
+    Stack& stack = s_stacks[sim_id];
+    if (stack.camps && stack.network != network) {
+        count_cell_change(sim_id, c_networks[stack.network], c_networks[network]);
+    }
+    stack.network = network;
+    stack.registered = true;
+    stack.camps = true;
     report_cell(modem, sim_id);
     report_registration(modem, sim_id, c_registered, c_no_cause);
     radio_registered(modem, sim_id, c_networks[network].mcc, c_networks[network].mnc);
@@ -174,7 +186,7 @@ int32_t attach_packet_service(Modem& modem, const Caller& caller, uint32_t sim_i
 int32_t signal_info(Modem& modem, const Caller& caller, uint32_t sim_id, uint32_t context_id) {
     modem.later(modem.settings.latency, [&modem, caller, sim_id, context_id] {
         UtaNetExtendedRadioSignalParam signal{};
-        signal.psc = c_scrambling_code;
+        signal.psc = serving_cell(sim_id).code;
         modem.send<uta::row::UtaMsNetGetExtendedRadioSignalInfoRspCb>(caller.client, caller.context_id, sim_id, &signal,
                                                                       context_id);
     });
@@ -190,8 +202,15 @@ int32_t configure_receiver(Modem& modem, const Caller& caller, uint32_t sim_id,
     return c_success;
 }
 
+void lose_service(Modem& modem, uint32_t sim_id) {
+    s_stacks[sim_id].registered = false;
+    s_stacks[sim_id].camps = false;
+    report_registration(modem, sim_id, c_no_service, c_no_cause);
+}
+
 void limit_service(Modem& modem, uint32_t sim_id) {
     s_stacks[sim_id].registered = false;
+    s_stacks[sim_id].camps = true;
     report_registration(modem, sim_id, c_limited_service, c_no_cause);
 }
 
@@ -203,7 +222,7 @@ void search(Modem& modem, uint32_t sim_id) {
         } else if (stack.on && !stack.registered) {
             const size_t home = find_cell(sim_id, c_networks[c_home].mcc, c_networks[c_home].mnc);
             if (home == c_networks.size()) {
-                report_registration(modem, sim_id, c_no_service, c_no_cause);
+                lose_service(modem, sim_id);
             } else {
                 go_to(modem, sim_id, home);
             }
@@ -233,8 +252,7 @@ std::string network_command(Modem& modem, const std::vector<std::string>& argume
     const std::string what = arguments.empty() ? "" : arguments[0];
     const uint32_t sim_id = arguments.size() > 1 && arguments.back() == "1" ? 1 : 0;
     if (what == "lost") {
-        s_stacks[sim_id].registered = false;
-        report_registration(modem, sim_id, c_no_service, c_no_cause);
+        lose_service(modem, sim_id);
         return "";
     }
     if (what == "conflict") {
@@ -300,8 +318,35 @@ void network_settings_changed(Modem& modem, uint32_t sim_id) {
         go_to(modem, sim_id, other);
         return;
     }
-    stack.registered = false;
-    report_registration(modem, sim_id, c_no_service, c_no_cause);
+    lose_service(modem, sim_id);
+}
+
+void serving_site_changed(Modem& modem, uint32_t sim_id) {
+    const Network& network = c_networks[s_stacks[sim_id].network];
+    if (s_stacks[sim_id].camps) {
+        count_cell_change(sim_id, network, network);
+        report_cell(modem, sim_id);
+    }
+}
+
+std::vector<Cell> cells_around(uint32_t sim_id) {
+    if (!s_stacks[sim_id].camps) {
+        return {};
+    }
+    const Network& own = c_networks[s_stacks[sim_id].network];
+    std::vector<Cell> cells;
+    cells.reserve(c_networks.size() * c_sites);
+    cells.push_back(serving_cell(sim_id));
+    for (const Network& network : c_networks) {
+        for (size_t site = 0; site < c_sites; ++site) {
+            const bool is_serving = &network == &own && site == serving_site(sim_id);
+            const Cell cell = cell_of(network, sim_id, site);
+            if (!is_serving && is_same_plmn(network, own) && radio_allows(sim_id, network.rat) && cell.level > 0) {
+                cells.push_back(cell);
+            }
+        }
+    }
+    return cells;
 }
 
 Service net_service() {

@@ -394,6 +394,11 @@ void packet_service_rests(Modem& modem, uint32_t sim_id, bool rests) {
     }
 }
 
+bool packet_data_is_active(uint32_t sim_id) {
+    return std::any_of(s_contexts[sim_id].begin(), s_contexts[sim_id].end(),
+                       [](const auto& entry) { return entry.second.state == State::ACTIVE; });
+}
+
 Service packet_data_service() {
     using namespace uta::row;
     return {

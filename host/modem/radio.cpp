@@ -23,8 +23,12 @@ constexpr int c_report_step = 4;  // a smaller change is not worth a report
 constexpr int c_report_step_screen_off = 16;
 constexpr Milliseconds c_walk_time{250};
 
-// A walk past three cells: what the phone hears at each step.
+// A walk past three sites: what the phone hears at each step of the nearest, and the steps at which it passes them. The
+// last one lies behind the end of the way.
 constexpr std::array<uint8_t, 16> c_walk = {50, 58, 66, 72, 64, 52, 38, 26, 34, 46, 60, 74, 62, 48, 32, 44};
+constexpr std::array<int, c_sites> c_site_steps = {3, 11, 18};
+constexpr int c_fading = 6;  // a step further away
+constexpr uint8_t c_no_signal = 99;
 
 constexpr uint32_t c_timezone_quarters = 4;  // central Europe
 constexpr int32_t c_configured = 1;
@@ -48,7 +52,8 @@ struct Radio {
     bool reporting = false;
     uint8_t signal = c_signal_start;
     uint8_t reported = 0xFF;
-    size_t walk_step = c_walk.size();  // at its end: no walk
+    size_t step = 0;     // of the way, where the phone is
+    uint32_t walks = 0;  // begun or broken off
     UtaNetConfigureNetworkModeParam mode = start_mode();
     uint8_t scri_timer = 5;  // seconds, as is the next
     uint8_t delay_timer = 10;
@@ -98,14 +103,21 @@ void set_signal(Modem& modem, uint32_t sim_id, uint8_t signal) {
     report_signal(modem, sim_id);
 }
 
-void walk(Modem& modem, uint32_t sim_id) {
-    Radio& radio = s_radios[sim_id];
-    if (radio.walk_step >= c_walk.size()) {
+int distance(uint32_t sim_id, size_t site) {
+    return std::abs(static_cast<int>(s_radios[sim_id].step) - c_site_steps[site]);
+}
+
+void walk(Modem& modem, uint32_t sim_id, size_t step, uint32_t number) {
+    if (step >= c_walk.size() || s_radios[sim_id].walks != number) {
         return;
     }
-    set_signal(modem, sim_id, c_walk[radio.walk_step]);
-    ++radio.walk_step;
-    modem.later(c_walk_time, [&modem, sim_id] { walk(modem, sim_id); });
+    const size_t site = serving_site(sim_id);
+    s_radios[sim_id].step = step;
+    if (serving_site(sim_id) != site) {
+        serving_site_changed(modem, sim_id);
+    }
+    set_signal(modem, sim_id, c_walk[step]);
+    modem.later(c_walk_time, [&modem, sim_id, step, number] { walk(modem, sim_id, step + 1, number); });
 }
 
 int32_t set_reporting(Modem& modem, const Caller&, uint32_t sim_id, int32_t reporting) {
@@ -119,15 +131,14 @@ std::string signal_command(Modem& modem, const std::vector<std::string>& argumen
     const uint32_t sim_id = arguments.size() > 1 && arguments.back() == "1" ? 1 : 0;
     unsigned value = 0;
     const auto [end, error] = std::from_chars(what.data(), what.data() + what.size(), value);
-    s_radios[sim_id].walk_step = c_walk.size();
+    const uint32_t number = ++s_radios[sim_id].walks;
     if (what == "walk") {
-        s_radios[sim_id].walk_step = 0;
-        walk(modem, sim_id);
+        walk(modem, sim_id, 0, number);
     } else if (what == "indoor") {
         set_signal(modem, sim_id, c_signal_indoor);
     } else if (what == "tunnel") {
         set_signal(modem, sim_id, c_signal_tunnel);
-    } else if (error == std::errc() && end == what.data() + what.size() && value <= 99) {
+    } else if (error == std::errc() && end == what.data() + what.size() && value <= c_no_signal) {
         set_signal(modem, sim_id, static_cast<uint8_t>(value));
     } else {
         return "wants 0 to 98, 99 for none, walk, indoor or tunnel";
@@ -340,6 +351,20 @@ std::string describe() {
 bool radio_allows(uint32_t sim_id, int32_t rat) {
     const UtaNetRats& rats = s_radios[sim_id].mode.rats;
     return rat == 1 ? rats.gsm != 0 : rat == 2 ? rats.umts != 0 : rats.lte != 0;
+}
+
+size_t serving_site(uint32_t sim_id) {
+    size_t nearest = 0;
+    for (size_t site = 1; site < c_sites; ++site) {
+        nearest = distance(sim_id, site) < distance(sim_id, nearest) ? site : nearest;
+    }
+    return nearest;
+}
+
+uint8_t level_of_site(uint32_t sim_id, size_t site) {
+    const uint8_t signal = s_radios[sim_id].signal;
+    const int further = distance(sim_id, site) - distance(sim_id, serving_site(sim_id));
+    return signal == c_no_signal ? uint8_t{0} : static_cast<uint8_t>(std::max(0, signal - c_fading * further));
 }
 
 void radio_registered(Modem& modem, uint32_t sim_id, uint16_t mcc, uint16_t mnc) {

@@ -10,6 +10,7 @@ Service cbs_service();
 Service clir_service();
 Service cps_service();
 Service dvp_service();
+Service engineering_service();
 Service net_service();
 Service nvm_service();
 Service packet_data_service();
@@ -27,5 +28,5 @@ std::vector<Service> modem_services() {
             card_commands_service(), card_codes_service(), net_service(),     radio_service(),   call_service(),
             callers_service(),       ss_service(),         clir_service(),    tones_service(),   sms_service(),
             cbs_service(),           apdus_service(),      toolkit_service(), sensors_service(), dvp_service(),
-            tx_power_service()};
+            tx_power_service(),      engineering_service()};
 }

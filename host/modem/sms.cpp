@@ -5,6 +5,7 @@
 
 #include "host/modem/card.h"
 #include "host/modem/commands.h"
+#include "host/modem/engineering.h"
 #include "host/modem/message_centre.h"
 #include "host/modem/net.h"
 #include "host/modem/toolkit.h"
@@ -50,6 +51,19 @@ int32_t judge(uint32_t sim_id, const std::optional<sms::Message>& submission, bo
     return fdn_check && !card_allows_call(sim_id, submission->number) ? c_refused_by_fdn : c_sent;
 }
 
+// A message that FDN kept here was none. The causes of a network go into an octet (3GPP TS 24.011, 8.2.5.4).
+void count_submission(uint32_t sim_id, int32_t result) {
+    if (result == c_refused_by_fdn) {
+        return;
+    }
+    ++counted(sim_id).mo_gprs_sms_count;
+    if (result == c_sent) {
+        ++counted(sim_id).mo_gprs_sms_count_succ;
+    } else if (result >= 0 && result <= UINT8_MAX) {
+        counted(sim_id).last_mo_fail_cause = static_cast<uint8_t>(result);
+    }
+}
+
 int32_t send_message(Modem& modem, const Caller& caller, uint32_t sim_id, const UtaSmsSendParam* param,
                      uint32_t context_id) {
     if (param == nullptr || param->message.pdu.length > sizeof(param->message.pdu.data)) {
@@ -60,6 +74,7 @@ int32_t send_message(Modem& modem, const Caller& caller, uint32_t sim_id, const 
     modem.later(modem.settings.latency, [&modem, caller, sim_id, submission, fdn_check, context_id] {
         UtaSmsSendRspParam response{};
         response.result = judge(sim_id, submission, fdn_check);
+        count_submission(sim_id, response.result);
         uint8_t& reference = s_stacks[sim_id].last_reference;
         reference = static_cast<uint8_t>(reference % UINT8_MAX + 1);
         response.reference.mr = reference;

@@ -1,6 +1,7 @@
 // Tones on their way to the far end of a call (3GPP TS 24.008, 5.5.7), which remembers what it hears.
 #include "host/modem/calls.h"
 #include "host/modem/commands.h"
+#include "host/modem/engineering.h"
 
 namespace {
 
@@ -46,7 +47,11 @@ int32_t start_dtmf(Modem& modem, const Caller& caller, uint32_t sim_id, const Ut
     modem.later(modem.settings.latency, [&modem, caller, sim_id, wanted = *param, context_id] {
         UtaCallCsStartDtmfRspCbParams response{};
         response.call = wanted.call;
-        if (!begin_tone(sim_id, wanted)) {
+        ++counted(sim_id).start_dtmf_msgs;
+        if (begin_tone(sim_id, wanted)) {
+            ++counted(sim_id).start_dtmf_ack_msgs;
+        } else {
+            ++counted(sim_id).start_dtmf_rej_msgs;
             response.result = 1;
             response.call_error_cause = UNKNOWN_CALL;
         }
@@ -63,6 +68,8 @@ int32_t stop_dtmf(Modem& modem, const Caller& caller, uint32_t sim_id, const Uta
     }
     modem.later(modem.settings.latency, [&modem, caller, sim_id, id = *call_id, context_id] {
         end_tone(sim_id);
+        ++counted(sim_id).stop_dtmf_msgs;
+        ++counted(sim_id).stop_dtmf_ack_msgs;
         modem.send<uta::row::UtaMsCallCsStopDtmfRspCb>(caller.client, caller.context_id, sim_id, &id, context_id);
     });
     return c_success;
