@@ -107,17 +107,21 @@ int distance(uint32_t sim_id, size_t site) {
     return std::abs(static_cast<int>(s_radios[sim_id].step) - c_site_steps[site]);
 }
 
-void walk(Modem& modem, uint32_t sim_id, size_t step, uint32_t number) {
-    if (step >= c_walk.size() || s_radios[sim_id].walks != number) {
-        return;
-    }
+void go_to(Modem& modem, uint32_t sim_id, size_t step) {
     const size_t site = serving_site(sim_id);
     s_radios[sim_id].step = step;
     if (serving_site(sim_id) != site) {
         serving_site_changed(modem, sim_id);
     }
     set_signal(modem, sim_id, c_walk[step]);
-    modem.later(c_walk_time, [&modem, sim_id, step, number] { walk(modem, sim_id, step + 1, number); });
+}
+
+void walk(Modem& modem, uint32_t sim_id, size_t step, uint32_t walks) {
+    if (step >= c_walk.size() || s_radios[sim_id].walks != walks) {
+        return;
+    }
+    go_to(modem, sim_id, step);
+    modem.later(c_walk_time, [&modem, sim_id, step, walks] { walk(modem, sim_id, step + 1, walks); });
 }
 
 int32_t set_reporting(Modem& modem, const Caller&, uint32_t sim_id, int32_t reporting) {
@@ -128,20 +132,26 @@ int32_t set_reporting(Modem& modem, const Caller&, uint32_t sim_id, int32_t repo
 
 std::string signal_command(Modem& modem, const std::vector<std::string>& arguments) {
     const std::string what = arguments.empty() ? "" : arguments[0];
-    const uint32_t sim_id = arguments.size() > 1 && arguments.back() == "1" ? 1 : 0;
+    const bool is_step = what == "at";
+    const size_t stack_at = is_step ? 2 : 1;
+    const uint32_t sim_id = arguments.size() > stack_at && arguments[stack_at] == "1" ? 1 : 0;
+    const std::string number = is_step && arguments.size() > 1 ? arguments[1] : what;
     unsigned value = 0;
-    const auto [end, error] = std::from_chars(what.data(), what.data() + what.size(), value);
-    const uint32_t number = ++s_radios[sim_id].walks;
+    const auto [end, error] = std::from_chars(number.data(), number.data() + number.size(), value);
+    const bool is_number = error == std::errc() && end == number.data() + number.size();
+    const uint32_t walks = ++s_radios[sim_id].walks;
     if (what == "walk") {
-        walk(modem, sim_id, 0, number);
+        walk(modem, sim_id, 0, walks);
     } else if (what == "indoor") {
         set_signal(modem, sim_id, c_signal_indoor);
     } else if (what == "tunnel") {
         set_signal(modem, sim_id, c_signal_tunnel);
-    } else if (error == std::errc() && end == what.data() + what.size() && value <= c_no_signal) {
+    } else if (is_step && is_number && value < c_walk.size()) {
+        go_to(modem, sim_id, value);
+    } else if (!is_step && is_number && value <= c_no_signal) {
         set_signal(modem, sim_id, static_cast<uint8_t>(value));
     } else {
-        return "wants 0 to 98, 99 for none, walk, indoor or tunnel";
+        return "wants 0 to 98, 99 for none, walk, at and one of its steps, 0 to 15, indoor or tunnel";
     }
     return "";
 }
@@ -392,10 +402,13 @@ Service radio_service() {
                       serve<UtaMsNetReadFdorTimer, read_scri_timer>(),
                       serve<UtaMsNetWriteFdorDelayTimer, set_delay_timer>(),
                       serve<UtaMsNetReadFdorDelayTimer, read_delay_timer>(), serve<UtaMsNetTriggerFdorExt, trigger>()},
-        .commands = {{"signal", "0..99|walk|indoor|tunnel [0|1]", "what a stack hears of its cell", signal_command},
-                     {"nitz", "NAME [ZONE [DST]]",
-                      "the network of stack 0 tells a name, in UCS2, and the time: quarters of an hour from UTC, hours",
-                      nitz_command}},
+        .commands =
+            {{"signal", "0..99|walk|at STEP|indoor|tunnel [0|1]",
+              "what a stack hears of its cell; a walk passes three sites, at its steps 3, 11 and (not reached) 18",
+              signal_command},
+             {"nitz", "NAME [ZONE [DST]]",
+              "the network of stack 0 tells a name, in UCS2, and the time: quarters of an hour from UTC, hours",
+              nitz_command}},
         .forget = forget,
         .describe = describe,
         .stack_switched = stack_switched};

@@ -22,7 +22,7 @@ phone="$! $phone"
 
 status=0
 if [ "$mode" = tour ]; then
-    cat host/tour/tour.txt host/tour/radio.txt host/tour/calls.txt host/tour/data.txt host/tour/services.txt host/tour/messages.txt host/tour/toolkit.txt host/tour/makers.txt host/tour/card.txt host/tour/off.txt >"$out/tour.txt"
+    cat host/tour/tour.txt host/tour/radio.txt host/tour/calls.txt host/tour/data.txt host/tour/services.txt host/tour/messages.txt host/tour/toolkit.txt host/tour/makers.txt host/tour/card.txt host/tour/engineering.txt host/tour/off.txt >"$out/tour.txt"
     PATH=$bin/host/android:$PATH "$console" "$out/tour.txt"
     status=$?
     "$bin/host/modem/uta-print" --file "$out/packets.cap" >"$out/packets.txt"
