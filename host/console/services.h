@@ -1,4 +1,4 @@
-// Supplementary services, tones and engineering reports for people: what the words of a line ask of Android's interface.
+// What the words of a line for people (supplementary services, tones, engineering reports) ask of Android's interface.
 #pragma once
 
 #include <optional>
