@@ -7,108 +7,28 @@
 import os
 import random
 import re
-import socket
 import struct
-import subprocess
 import sys
-import time
 
-PATIENCE = 10.0
+sys.path.append(os.path.join(os.path.dirname(__file__), "../harness"))
+from programs import Client, Lines, Program, connect, until
+
 SUCCESS, GENERIC_FAILURE, PASSWORD_INCORRECT = 0, 2, 3
 GET_SIM_STATUS, ENTER_PIN, ENTER_PUK, CHANGE_PIN, SIM_IO, QUERY_LOCK, SET_LOCK = 1, 2, 3, 6, 28, 42, 43
 
 
-class Client:
-    """Of rild's socket: integers and texts, one behind the other, and what a form takes off an answer."""
-
-    def __init__(self, until):
-        self.serial = 0
-        self.unasked = []  # number and data
-        until(self.connect)
-
-    def connect(self):
-        self.socket = socket.socket(socket.AF_UNIX)
-        self.socket.settimeout(PATIENCE)
-        return self.socket.connect_ex("/dev/socket/rild") == 0
-
-    def message(self):
-        (length,) = struct.unpack(">I", self.socket.recv(4, socket.MSG_WAITALL))
-        self.data = self.socket.recv(length, socket.MSG_WAITALL)
-        assert len(self.data) == length, "rild hung up"
-
-    def integer(self):
-        (value,) = struct.unpack_from("<i", self.data)
-        self.data = self.data[4:]
-        return value
-
-    def text(self):
-        units = self.integer()
-        if units < 0:
-            return None
-        value, self.data = self.data[:2 * units].decode("utf-16-le"), self.data[(2 * units + 2 + 3) // 4 * 4:]
-        return value
-
-    def take(self, form):
-        """i an integer, s a text, [...] a count and so many of what is in between."""
-        values = []
-        while form:
-            if form[0] == "[":
-                inner, form = form[1:form.rindex("]")], form[form.rindex("]") + 1:]
-                values.append([self.take(inner) for _ in range(self.integer())])
-            else:
-                values.append(self.integer() if form[0] == "i" else self.text())
-                form = form[1:]
-        return values
-
-    def is_unasked(self):
-        """Of a message; one that is, is kept."""
-        self.message()
-        is_unasked = self.integer() == 1
-        if is_unasked:
-            self.unasked.append((self.integer(), self.data))
-        return is_unasked
-
-    def ask(self, number, arguments, form):
-        """The error and the data of the answer."""
-        self.serial += 1
-        parcel = struct.pack("<ii", number, self.serial)
-        for value in arguments:
-            if value is None or isinstance(value, int):
-                parcel += struct.pack("<i", -1 if value is None else value)
-            else:
-                units = value.encode("utf-16-le") + bytes(2)
-                parcel += struct.pack("<i", len(value)) + units + bytes(-len(units) % 4)
-        self.socket.sendall(struct.pack(">I", len(parcel)) + parcel)
-        while self.is_unasked():
-            pass
-        assert self.integer() == self.serial
-        error = self.integer()
-        values = self.take(form) if self.data else None
-        assert not self.data, f"{len(self.data)} bytes behind the answer to {number}"
-        return error, values
-
-
 class Phone:
     def __init__(self, modem, rild, library):
-        self.processes = [subprocess.Popen([modem, "--quiet", "--latency", "0"])]
-        self.until(lambda: os.path.exists("/data/rpcd/rpcd.txt"))
-        self.control = socket.socket(socket.AF_UNIX)
-        self.control.connect("/dev/socket/modem_control")
-        self.lines = self.control.makefile("rw", encoding="utf-8")
-        self.processes.append(subprocess.Popen([rild, "-l", library]))
-        self.client = Client(self.until)
-        self.until(lambda: self.card_state() == 1)
-
-    def until(self, holds):
-        deadline = time.monotonic() + PATIENCE
-        while not holds():
-            assert time.monotonic() < deadline, "it doesn't come"
-            time.sleep(0.002)
+        self.processes = [Program(modem, "--quiet", "--latency", "0")]
+        until(lambda: os.path.exists("/data/rpcd/rpcd.txt"))
+        self.control = Lines(connect("/dev/socket/modem_control"))
+        self.processes.append(Program(rild, "-l", library))
+        self.client = Client()
+        until(lambda: self.card_state() == 1)
 
     def modem_says(self, command):
-        self.lines.write(command + "\n")
-        self.lines.flush()
-        return self.lines.readline().rstrip("\n")
+        self.control.say(command)
+        return self.control.hear()
 
     def modem(self, command):
         answer = self.modem_says(command)
@@ -124,9 +44,9 @@ class Phone:
 
     def put_in(self, card):
         self.modem("card remove")
-        self.until(lambda: self.card_state() == 0)
+        until(lambda: self.card_state() == 0)
         self.modem("card insert " + card)
-        self.until(lambda: self.card_state() == 1)
+        until(lambda: self.card_state() == 1)
 
     def sim_io(self, command, file, path, p1, p2, p3, data=None):
         error, value = self.client.ask(SIM_IO, [command, file, path, p1, p2, p3, data, None, None], "iis")
@@ -135,8 +55,7 @@ class Phone:
 
     def end(self):
         for process in reversed(self.processes):
-            process.terminate()
-            assert process.wait(PATIENCE) == 0, process.returncode
+            process.end()
 
 
 # --- Files -----------------------------------------------------------------------------------------------------------
@@ -379,7 +298,7 @@ def power_on(phone):
     while not any(number == RADIO_STATE and data[:4] == bytes(4) for number, data in phone.client.unasked):
         phone.client.is_unasked()
     assert phone.client.ask(RADIO_POWER, [1, 1], "")[0] == SUCCESS
-    phone.until(lambda: phone.client.ask(SEND_SMS, [2, None, "0100039121F3000003C1E010"], "isi")[0] == SUCCESS)
+    until(lambda: phone.client.ask(SEND_SMS, [2, None, "0100039121F3000003C1E010"], "isi")[0] == SUCCESS)
     phone.client.unasked.clear()
 
 
@@ -418,11 +337,11 @@ def use(phone, chance, seen, steps):
         while len(unasked()) < len(card.told):
             phone.client.is_unasked()
         assert unasked() == card.told, f"step {step}: {what}: {unasked()}, wanted {card.told}"
-        phone.until(lambda: phone.modem_says(f'toolkit counts "{card.counts()}"') == "ok")
+        until(lambda: phone.modem_says(f'toolkit counts "{card.counts()}"') == "ok")
         seen += [command[1:] for command in card.told if command[0] == PROACTIVE]
         card.told.clear()
         phone.client.unasked.clear()
-        phone.until(lambda: all(phone.modem_says(f"call is {i} active") == f"error no such call: {i}" for i in (1, 2)))
+        until(lambda: all(phone.modem_says(f"call is {i} active") == f"error no such call: {i}" for i in (1, 2)))
     return card.commands
 
 

@@ -1,16 +1,15 @@
-// The packet printer's output, on packets written by hand, whole, cut and bent; and the catalogue's notation.
+// The packet printer and the packets made from assignments, on packets written by hand, whole, cut and bent; and the
+// catalogue's notation.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cstdlib>
 #include <ctime>
-#include <set>
-#include <sstream>
 
 #include "host/modem/catalogue_print.h"
 #include "host/modem/packet_print.h"
-#include "rpc/multi-client/rpc-stubs/ril/catalogue.h"
+#include "host/modem/packet_text.h"
+#include "rpc/multi-client/rpc-stubs/ril/catalogue_names.h"
 
 namespace {
 
@@ -25,8 +24,6 @@ std::string print(const std::string& hex, bool one_field_a_line = false) {
     return text;
 }
 
-constexpr const char* c_accept =
-    "020400000029 02040000002C 20000105 7F2C16 7F06060204 20000105 7F810003020101 020400000000";
 constexpr const char* c_accepted =
     "020400000039 02040000002D 20000105 7F2D26 7F06060204 20000105 7F811913 020400000000 020400000000"
     " 7F810003020101 020400000000";
@@ -36,87 +33,55 @@ struct Golden {
     const char* text;
 };
 
-constexpr Golden c_golden[] = {
-    {c_accept,
-     "request    UtaMsCallCsAcceptCallReq                    20000105 sim_id=0 call_id.call_id=1 "
-     "context_id=0x20000105\n"},
-    {"020400000016 020400000414 20000105 020400000000",
-     "return     UtaMsCallCsAcceptCallReq                    20000105 = 0\n"},
-    {c_accepted,
-     "response   UtaMsCallCsAcceptCallRspCb                  20000105 sim_id=0 param.call.call_id=1 "
-     "param.field_2=0 param.field_3=0 context_id=0x20000105\n"},
-    {"020400000013 020400000020 20000100 7F2000", "call       RpcGetRemoteVerInfo                         20000100\n"},
-    {"020400000016 020400000408 20000100 0204000004E1",
-     "return     RpcGetRemoteVerInfo                         20000100 = 1249\n"},
-    // Output parameters, the last first on the wire.
-    {"020400000022 02040000051E 20000100 020400000000 0204FFFFFFFF 020107 0201FF",
-     "return     CsiUtaMsTpcGetState                         20000100 = 0 status=255 index=7 applied=-1\n"},
-    {"020400000035 0204000000E4 20000105 7F816421 7F06060204 20000105 020408049ABC 020400000000 020400000001"
-     " 020400000000",
-     "request    UtaMsCpsSetModeReq                          20000105 sim_id=0 mode=1:on value_3=0 "
-     "callback=0x08049ABC context_id=0x20000105\n"},
-    // What the catalogue does not know, or not yet, is told as bytes.
-    {"020400000014 0204000000EB 20000100 01020304",
-     "unknown    function_235                                20000100 rest=01020304\n"},
-    {"020400000026 020400000063 20000100 7F6313 7F820E03AABBCC 020400000002 020400000001",
-     "call       UtaAudioEqualizerSetup                      20000100 rest=7F63137F820E03AABBCC0204000000020204"
-     "00000001\n"},
-    // Two packets together.
-    {"020400000013 020400000020 20000100 7F2000 020400000016 020400000408 20000100 0204000004E1",
-     "call       RpcGetRemoteVerInfo                         20000100\n"
-     "return     RpcGetRemoteVerInfo                         20000100 = 1249\n"},
-    // Another tag than the catalogue's goes unnoticed by the client.
-    {"020400000029 02040000002C 20000105 7F2C16 7F06060204 20000105 7F810103020101 020400000000",
-     "request    UtaMsCallCsAcceptCallReq                    20000105 sim_id=0 call_id.call_id=1 "
-     "context_id=0x20000105\n"},
-};
-
 TEST(Print, Golden) {
+    constexpr Golden c_golden[] = {
+        {c_accepted,
+         "response   UtaMsCallCsAcceptCallRspCb                  20000105 sim_id=0 param.call.call_id=1 "
+         "param.field_2=0 param.field_3=0 context_id=0x20000105\n"},
+        // Output parameters, the last first on the wire.
+        {"020400000022 02040000051E 20000100 020400000000 0204FFFFFFFF 020107 0201FF",
+         "return     CsiUtaMsTpcGetState                         20000100 = 0 status=255 index=7 applied=-1\n"},
+        // What the catalogue does not know, or not yet, is told as bytes.
+        {"020400000014 0204000000EB 20000100 01020304",
+         "unknown    function_235                                20000100 rest=01020304\n"},
+        {"020400000026 020400000063 20000100 7F6313 7F820E03AABBCC 020400000002 020400000001",
+         "call       UtaAudioEqualizerSetup                      20000100 rest=7F63137F820E03AABBCC0204000000020204"
+         "00000001\n"},
+        // Two packets together.
+        {"020400000013 020400000020 20000100 7F2000 020400000016 020400000408 20000100 0204000004E1",
+         "call       RpcGetRemoteVerInfo                         20000100\n"
+         "return     RpcGetRemoteVerInfo                         20000100 = 1249\n"},
+    };
     for (const Golden& golden : c_golden) {
         EXPECT_THAT(print(golden.hex), testing::StartsWith(golden.text));
     }
-}
-
-TEST(Print, OneFieldALine) {
-    EXPECT_EQ(
+    EXPECT_THAT(
         print(c_accepted, true),
-        "response   UtaMsCallCsAcceptCallRspCb                  20000105 sim_id             = 0 : i32\n"
-        "response   UtaMsCallCsAcceptCallRspCb                  20000105 param.call.call_id = 1 : u8\n"
-        "response   UtaMsCallCsAcceptCallRspCb                  20000105 param.field_2      = 0 : enum\n"
-        "response   UtaMsCallCsAcceptCallRspCb                  20000105 param.field_3      = 0 : enum\n"
-        "response   UtaMsCallCsAcceptCallRspCb                  20000105 context_id         = 0x20000105 : ctx\n");
+        HasSubstr("20000105 sim_id             = 0 : i32\n"
+                  "response   UtaMsCallCsAcceptCallRspCb                  20000105 param.call.call_id = 1 : u8\n"));
 }
 
 TEST(Print, Captured) {
     setenv("TZ", "UTC", 1);
     tzset();
-    const auto line = [](const char* text) {
-        const auto captured = parse_captured(text);
-        EXPECT_TRUE(captured) << text;
-        std::string lines;
-        for (const PrintedPacket& packet : captured ? read_captured(*captured) : std::vector<PrintedPacket>{}) {
-            lines += print_packet(*captured, packet, {});
-        }
-        return lines;
+    constexpr Golden c_golden[] = {
+        {"1700000000.123456789 12 recv < 02040000001602040000040820000100020400000"
+         "4E1",
+         "22:13:20.123456  12 < return     RpcGetRemoteVerInfo                         20000100 = 1249\n"},
+        {"1700000000.000000001 0 event < B1000000",
+         "22:13:20.000000   - < event      E_MODEM_DOWN                                -        code=0xB1000000\n"},
+        {"1.000000000 1 reg > 5245474953544552", " > register   REGISTER  "},
+        {"1.000000000 1 reg < 01", " < register   APPLICATION_ID "},
+        {"1.000000000 1 send < 4849", " GREETING "},
+        {"1.000000000 1 send > 4445524547495354455205", "app_id=5"},
     };
-    EXPECT_EQ(print_heading({}),
-              "TIME             CL D KIND       FUNCTION                                    CONTEXT  FIELDS\n");
-    EXPECT_EQ(line("1700000000.123456789 12 recv < 02040000001602040000040820000100020400000"
-                   "4E1"),
-              "22:13:20.123456  12 < return     RpcGetRemoteVerInfo                         20000100 = 1249\n");
-    EXPECT_EQ(
-        line("1700000000.000000001 0 event < B1000000"),
-        "22:13:20.000000   - < event      E_MODEM_DOWN                                -        code=0xB1000000\n");
-    EXPECT_THAT(line("1.000000000 1 reg > 5245474953544552"), HasSubstr(" > register   REGISTER  "));
-    EXPECT_THAT(line("1.000000000 1 reg < 01"), HasSubstr(" < register   APPLICATION_ID "));
-    EXPECT_THAT(line("1.000000000 1 send < 4849"), HasSubstr(" GREETING "));
-    EXPECT_THAT(line("1.000000000 1 send > 4445524547495354455205"), HasSubstr("app_id=5"));
-}
-
-TEST(Print, CaptureLinesRoundTripAndMistakes) {
-    const Captured captured{1700000000000000042, 7, Channel::RECV, false, {0x02, 0xFF}};
-    const std::string text = format_captured(captured);
-    EXPECT_EQ(text, "1700000000.000000042 7 recv < 02FF\n");
+    for (const Golden& golden : c_golden) {
+        const auto captured = parse_captured(golden.hex);
+        ASSERT_TRUE(captured) << golden.hex;
+        EXPECT_THAT(print_packet(*captured, read_captured(*captured).at(0), {}), HasSubstr(golden.text));
+    }
+    EXPECT_EQ(format_captured({1700000000000000042, 7, Channel::RECV, false, {0x02, 0xFF}}),
+              "1700000000.000000042 7 recv < 02FF\n");
     for (const char* line : {"", "x", "1.5 1 send > 02", "1.000000000 1 both > 02", "1.000000000 1 send = 02",
                              "1.000000000 x send > 02", "1.000000000 1 send > 0", "1.000000000 1 send > 02 03",
                              "99999999999999.000000000 1 send > 02", "-1.000000000 1 send > 02"}) {
@@ -125,7 +90,7 @@ TEST(Print, CaptureLinesRoundTripAndMistakes) {
 }
 
 // Every cut of a packet is refused, also by its own size.
-TEST(Print, Truncated) {
+TEST(Print, CutAndBent) {
     const Bytes whole = from_hex(c_accepted).value();
     for (size_t length = 1; length < whole.size(); ++length) {
         Bytes cut(whole.begin(), whole.begin() + static_cast<long>(length));
@@ -136,15 +101,8 @@ TEST(Print, Truncated) {
             EXPECT_THAT(print(to_hex(cut)), HasSubstr(" at byte ")) << length;
         }
     }
-}
-
-TEST(Print, Malformed) {
     constexpr Golden c_bad[] = {
-        {"0204", "no packet header rest=0204"},
-        {"02040000000B 02040000002C",
-         "request    UtaMsCallCsAcceptCallReq                    -       "
-         " !! a size of 11 for 12 bytes\n"},
-        {"02040000000C 02040000002C", "it ends too early at byte 12\n"},
+        {"02040000000B 02040000002C", " !! a size of 11 for 12 bytes\n"},
         {"02040000002B 02040000002C 20000105 7F2C18 7F06060204 20000105 7F810030020101 0500 020400000000",
          "20000105 !! a record is longer than what is left at byte 32 rest=7F2C187F"},
         {"020400000024 02040000002D 20000105 7F2D11 7F06060204 20000105 0500 020400000000",
@@ -162,28 +120,111 @@ TEST(Print, Malformed) {
 }
 
 TEST(Catalogue, EveryFunctionAndRecord) {
-    std::istringstream in(print_catalogue());
+    const std::string text = print_catalogue();
     size_t functions = 0;
-    std::set<std::string> names;
-    for (std::string line; std::getline(in, line);) {
-        functions += line.starts_with("function ") ? 1 : 0;
-        names.insert(line);
+    for (size_t at = text.find("\nfunction "); at != std::string::npos; at = text.find("\nfunction ", at + 1)) {
+        ++functions;
     }
     EXPECT_EQ(functions, uta::c_functions.size());
-    EXPECT_TRUE(names.contains(
-        "function 228 228 request enum-result UtaMsCpsSetModeReq (i32 sim_id, enum mode, i32 value_3, callback "
-        "callback, ctx context_id)"));
-    for (const char* line : {
-             "function 310 2 call plain CsiUtaMsTpcGetState (i32 sim_id, >u8 status, >u8 index, >i32 applied)",
-             "record UtaCallCsCallId 128 1 7F8100 live",
-             "field UtaSimApduCmdReqParam UtaSimApduData? apdu",
-             "field UtaSimApduPath octets16[5] path",
-             "field UtaSimGenPinReqParam union:activity member",
-             "case UtaSimGenPinReqParam 4 UtaSimPinChange change",
-             "field UtaRecord10 u8*24 field_1",
-             "record UtaAudioEqualizerParams 270 5 7F820E pending",
-         }) {
-        EXPECT_TRUE(names.contains(line)) << line;
+    for (const char* line :
+         {"function 228 228 request enum-result UtaMsCpsSetModeReq (i32 sim_id, enum mode, i32 value_3, callback "
+          "callback, ctx context_id)",
+          "function 310 2 call plain CsiUtaMsTpcGetState (i32 sim_id, >u8 status, >u8 index, >i32 applied)",
+          "record UtaCallCsCallId 128 1 7F8100 live", "field UtaSimApduCmdReqParam UtaSimApduData? apdu",
+          "field UtaSimApduPath octets16[5] path", "field UtaSimGenPinReqParam union:activity member",
+          "case UtaSimGenPinReqParam 4 UtaSimPinChange change", "field UtaRecord10 u8*24 field_1",
+          "record UtaAudioEqualizerParams 270 5 7F820E pending"}) {
+        EXPECT_THAT(text, HasSubstr(std::string(line) + "\n"));
+    }
+}
+
+// --- Packets from assignments ----------------------------------------------------------------------------------------
+
+std::string make(const std::string& function, const std::vector<std::string>& assignments, std::string& error) {
+    return to_hex(make_packet(*uta::find_function(function), 0x20000105, assignments, error));
+}
+
+TEST(PacketText, Made) {
+    const struct {
+        const char* function;
+        std::vector<std::string> assignments;
+        const char* bytes;
+    } c_cases[] = {
+        {"UtaMsCallCsAcceptCallReq",
+         {"sim_id=-1", "call_id.call_id=0xFE", "context_id=7"},
+         "020400000029 02040000002C 20000105 7F2C16 7F0606020400000007 7F8100030201FE 0204FFFFFFFF"},
+        {"UtaMsCallCsAcceptCallReq",
+         {"call_id=null"},
+         "020400000024 02040000002C 20000105 7F2C11 7F06060204 20000105 0500 020400000000"},
+        // The union's member, and with it the activity.
+        {"UtaMsSimGenPinReq",
+         {"member.verify.pin=1", "verify.code1.code=31323334FFFFFFFF"},
+         "020400000056 0204000000AF 20000105 7F812F42 7F06060204 20000105 7F83552F 020400000000 020100"
+         " 7F835222 020400000001 7F834918 5508 02040000000A 020400000002 31323334FFFFFFFF 0000 020400000000"},
+        // A null pointer, 16-bit elements in the order of memory.
+        {"UtaMsSimApduCmdReq",
+         {"path=0x3F00,0x7FFF", "req_mode=2"},
+         "02040000004D 020400000092 20000105 7F811239 7F06060204 20000105 7F821E26 0500 7F821C1A"
+         " 5605 02040000000C 020400000002 003FFF7F000000000000 0000 020102 020100 020400000000"},
+        // An enumeration's value by its name.
+        {"UtaMsCpsSetModeIndCb",
+         {"mode=on"},
+         "020400000030 0204000000E9 20000105 7F81691C 7F846B12 020400000000 020400000000 020400000001 020400000000"},
+        // Without a function header, the record behind a presence byte or nothing but that.
+        {"UtaMsSimRecoveryReq",
+         {"param=null"},
+         "020400000022 02040000017C 20000105 7F06060204 20000105 020102 020400000000"},
+        // Counted octets, whose total is 0.
+        {"UtaNvmWrite",
+         {"data=AABBCC", "offset=8", "area=7"},
+         "020400000042 020400000153 20000105 7F1F2F 7F1A2C 020400000000 5503 020400000000 020400000003 AABBCC000000"
+         " 020400000003 020400000008 020400000007"},
+    };
+    std::string error;
+    for (const auto& it : c_cases) {
+        EXPECT_EQ(make(it.function, it.assignments, error), to_hex(*from_hex(it.bytes))) << it.function << " " << error;
+    }
+    // A list is behind the numbers on the wire, its last element first.
+    EXPECT_THAT(make("UtaMsCallCsSetUus1Info", {"elements[1].type=3", "elements[0].dcs=4"}, error),
+                testing::AllOf(HasSubstr("7F81358245010201027F8134819B020100020100020400000003"),
+                               HasSubstr("7F8134819D020104020100020400000000")));
+    // Text fills the start of its 82 bytes.
+    EXPECT_THAT(make("UtaMsCallCsSetupVoiceCallReq", {"number=+49 30"}, error),
+                HasSubstr("2B3439203330" + std::string(2 * 76, '0')));
+    EXPECT_NE(make("UtaMsCallCsSetupVoiceCallReq", {"number=" + std::string(82, '7')}, error), "");
+    EXPECT_EQ(make("UtaMsCallCsSetupVoiceCallReq", {"number=" + std::string(83, '7')}, error), "");
+}
+
+TEST(PacketText, Mistakes) {
+    const struct {
+        const char* function;
+        std::vector<std::string> assignments;
+        const char* error;
+    } c_mistakes[] = {
+        {"UtaMsSimGenPinReq", {"pin=1"}, "pin is one of param.member.verify.pin param.member.unblock.pin"},
+        {"UtaMsSimGenPinReq", {"nothing=1"}, "no field nothing in UtaMsSimGenPinReq"},
+        {"UtaMsSimGenPinReq", {"member.verify=1"}, "member is a record"},
+        {"UtaMsSimGenPinReq", {"field_1=256"}, "is one of"},
+        {"UtaMsSimGenPinReq", {"param.field_1=256"}, "bad number 256 for field_1"},
+        {"UtaMsSimGenPinReq", {"param.field_1=-129"}, "bad number"},
+        {"UtaMsSimGenPinReq", {"param.field_1[1]=1"}, "has room for 1"},
+        {"UtaMsSimGenPinReq", {"param=null", "param.field_1=1"}, "param is null"},
+        {"UtaMsSimGenPinReq", {"verify.code1.code=313"}, "octets"},
+        {"UtaMsSimGenPinReq", {"verify.code1.code=313233343536373839"}, "octets"},
+        {"UtaMsSimGenPinReq", {"=1"}, "not an assignment"},
+        {"UtaMsSimGenPinReq", {"sim_id[0]=1"}, "sim_id has no elements"},
+        {"UtaMsSimGenPinReq", {"a[99999]=1"}, "bad index"},
+        {"UtaMsSimApduCmdReq", {"path=1,2,3,4,5,6"}, "path has room for 5"},
+        {"UtaMsSimApduCmdReq", {"apdu[0]=present"}, "apdu has no elements"},
+        {"UtaAudioEqualizerSetup", {}, "not spelled out"},
+        {"UtaNvmWrite", {"length=3"}, "follows from the list"},
+        {"UtaMsCallCsSetUus1Info", {"elements[0]=3"}, "elements is a record"},
+        {"UtaMsCallCsSetUus1Info", {"elements.type=3"}, "wants an element's number"},
+    };
+    for (const auto& it : c_mistakes) {
+        std::string error;
+        EXPECT_EQ(make(it.function, it.assignments, error), "") << it.error;
+        EXPECT_THAT(error, HasSubstr(it.error));
     }
 }
 
