@@ -45,9 +45,7 @@ void told(int number, const void* data, size_t length) {
     }
 }
 
-void timed(RIL_TimedCallback, void*, const timeval*) {}
-
-const RIL_Env c_env = {completed, told, timed};
+const RIL_Env c_env = {completed, told, [](RIL_TimedCallback, void*, const timeval*) {}};
 
 void handle(int32_t request, void* data, size_t length, RIL_Token token) {
     static constexpr request_row c_ack = ROW(ril_request_sms_acknowledge);

@@ -60,9 +60,7 @@ void told(int number, const void* data, size_t length) {
     }
 }
 
-void timed(RIL_TimedCallback, void*, const timeval*) {}
-
-const RIL_Env c_env = {completed, told, timed};
+const RIL_Env c_env = {completed, told, [](RIL_TimedCallback, void*, const timeval*) {}};
 
 void handle(int32_t request, void* data, size_t length, RIL_Token token) {
     static constexpr request_row c_query = ROW(ril_request_query_call_forward_status);
@@ -89,45 +87,30 @@ void answer(Input& input) {
     }
     const uint32_t context_id = s_owed.front();
     s_owed.pop_front();
-    switch (input.choice() % 8) {
-        case 0: {
-            auto param = any<UtaSsCallForwardingIndParamStruct>(input);
+    const auto say = [&]<class Record>(void (*entry_point)(uint32_t, const Record*, uint32_t)) {
+        auto param = any<Record>(input);
+        if constexpr (std::is_same_v<Record, UtaSsCallForwardingIndParamStruct>) {
             for (UtaSsCallForwardingEntry& entry : param.entries) {
                 entry.number[sizeof(entry.number) - 1] = '\0';
             }
-            UtaMsSsCallForwardingIndCb(0, &param, context_id);
-            break;
         }
-        case 1: {
-            const auto param = any<UtaSsCallWaitingIndParamStruct>(input);
-            UtaMsSsCallWaitingIndCb(0, &param, context_id);
-            break;
-        }
-        case 2: {
-            const auto param = any<UtaSsCallBarringIndParamStruct>(input);
-            UtaMsSsCallBarringIndCb(0, &param, context_id);
-            break;
-        }
-        case 3: {
-            const auto param = any<UtaSsClirIndParamStruct>(input);
-            UtaMsSsClirIndCb(0, &param, context_id);
-            break;
-        }
-        case 4: {
-            const auto param = any<UtaSsIdentificationStatusIndParamStruct>(input);
-            UtaMsSsIdentificationStatusIndCb(0, &param, context_id);
-            break;
-        }
-        case 5: {
-            const auto param = any<UtaSsNetworkErrorIndParamStruct>(input);
-            UtaMsSsNetworkErrorIndCb(0, &param, context_id);
-            break;
-        }
-        default: {
-            const auto param = any<UtaSsUssdParamStruct>(input);
-            UtaMsSsUssdRspCb(0, &param, context_id);
-            break;
-        }
+        entry_point(0, &param, context_id);
+    };
+    switch (input.choice() % 8) {
+        case 0:
+            return say(UtaMsSsCallForwardingIndCb);
+        case 1:
+            return say(UtaMsSsCallWaitingIndCb);
+        case 2:
+            return say(UtaMsSsCallBarringIndCb);
+        case 3:
+            return say(UtaMsSsClirIndCb);
+        case 4:
+            return say(UtaMsSsIdentificationStatusIndCb);
+        case 5:
+            return say(UtaMsSsNetworkErrorIndCb);
+        default:
+            return say(UtaMsSsUssdRspCb);
     }
 }
 

@@ -3,13 +3,11 @@
 #include <semaphore.h>
 
 #include <chrono>
-#include <csignal>
 #include <thread>
 
 #include "ril/core/src/async_ril/async_ril.h"
 #include "ril/utils/mem_util.h"
 #include "ril/utils/ril_instance.h"
-#include "tests/harness/failing_alloc.h"
 #include "tests/harness/fake_android.h"
 #include "tests/harness/stood_in_rooms.h"
 
@@ -90,31 +88,6 @@ TEST_F(Engine, PrivateAreas) {
     EXPECT_EQ(android().completed(token(1)) + android().completed(token(2)), 0);
 }
 
-TEST_F(Engine, PrivateAreasWithoutMemory) {
-    const auto id = static_cast<uint32_t>(qelril_get_free_ctxt_id(token(1)));
-    int mark = 0;
-    void* out = &mark;
-    for (int nth = 0; nth < 2; ++nth) {
-        const FailingAlloc failing(nth);
-        EXPECT_EQ(qelril_create_multi_mod_priv(id, 28, 24, &out), -1);
-        EXPECT_EQ(rilreq_state_info[id].p_priv_data, nullptr);
-    }
-    const FailingAlloc failing(0);
-    EXPECT_EQ(qelril_create_priv_area(id, 16, &out), -1);
-    EXPECT_EQ(out, &mark);
-    EXPECT_TRUE(in_use(id));
-    qelril_return_generic_failure(id);
-    EXPECT_FALSE(in_use(id));
-    EXPECT_EQ(android().completed(token(1)), 1);
-}
-
-TEST_F(Engine, AnEntryWithALeftPointerIsTakenAllTheSame) {
-    int left = 0;
-    rilreq_state_info[3].p_priv_data = &left;
-    EXPECT_EQ(qelril_get_free_ctxt_id(token(1)), 3);
-    EXPECT_EQ(rilreq_state_info[3].p_priv_data, nullptr);
-}
-
 TEST_F(Engine, ResponseReachesOnlyAContextInUse) {
     int calls = 0;
     const auto id = static_cast<uint32_t>(qelril_get_free_ctxt_id(token(1)));
@@ -131,26 +104,6 @@ TEST_F(Engine, ResponseReachesOnlyAContextInUse) {
     qelril_free_and_return(id);
     EXPECT_EQ(qelril_post_utamsrspcb(0, &calls, id, count_call), 0);
     EXPECT_EQ(calls, 2);
-}
-
-TEST_F(Engine, IndicationOfTheOtherStackIsDropped) {
-    bool called = false;
-    const auto callback = [](uint32_t, const void* p) { *static_cast<bool*>(const_cast<void*>(p)) = true; };
-    EXPECT_EQ(qelril_post_utamsindcb(1, &called, callback), -1);
-    EXPECT_FALSE(called);
-    EXPECT_EQ(qelril_post_utamsindcb(0, &called, callback), 0);
-    EXPECT_TRUE(called);
-}
-
-TEST_F(Engine, PostsNeedNoMemory) {
-    int calls = 0;
-    const auto id = static_cast<uint32_t>(qelril_get_free_ctxt_id(token(1)));
-    stood_in.handler = [&](int32_t, void*, size_t, RIL_Token) { ++calls; };
-    const FailingAlloc failing(0);
-    EXPECT_EQ(qelril_post_request(0, 10, nullptr, 0, token(2)), 0);
-    EXPECT_EQ(qelril_post_utamsrspcb(0, &calls, id, count_call), 0);
-    EXPECT_EQ(calls, 2);
-    EXPECT_FALSE(FailingAlloc::refused());
 }
 
 TEST_F(Engine, PostsWithoutEngineReturnAtOnce) {
@@ -222,18 +175,6 @@ TEST_F(Engine, TimerFailsARequestInFlightAndOnlyThat) {
     EXPECT_EQ(android().completions().size(), 2U);
 }
 
-// It compares no token: a context that was handed out again fails in place of the old one.
-TEST_F(Engine, TimerFailsWhateverHoldsItsContextNow) {
-    const auto id = static_cast<uint32_t>(qelril_get_free_ctxt_id(token(1)));
-    qelril_arm_response_timer(0, id, 10);
-    qelril_complete_and_return(id, RIL_E_SUCCESS, nullptr, 0);
-    while (qelril_get_free_ctxt_id(token(5)) != static_cast<int32_t>(id)) {
-    }
-    android().advance(10000);
-    EXPECT_FALSE(in_use(id));
-    EXPECT_EQ(android().completed(token(5)), 1);
-}
-
 TEST_F(Engine, TimerOfAnEarlierModemLeavesTheNextOneAlone) {
     const auto id = static_cast<uint32_t>(qelril_get_free_ctxt_id(token(1)));
     qelril_arm_response_timer(0, id, 25);
@@ -245,14 +186,6 @@ TEST_F(Engine, TimerOfAnEarlierModemLeavesTheNextOneAlone) {
     EXPECT_TRUE(in_use(id));
     EXPECT_EQ(android().completed(token(2)), 0);
     EXPECT_EQ(android().timers(), 0U);
-}
-
-TEST_F(Engine, TimerWithoutMemoryLetsTheRequestRun) {
-    const auto id = static_cast<uint32_t>(qelril_get_free_ctxt_id(token(1)));
-    const FailingAlloc failing(0);
-    qelril_arm_response_timer(0, id, 10);
-    EXPECT_EQ(android().timers(), 0U);
-    EXPECT_TRUE(in_use(id));
 }
 
 // The RIL thread sits in a wait that nobody ends, with a request in its hands and others behind it.
@@ -293,30 +226,6 @@ TEST_F(Engine, StopReleasesEverybodyAndAnswersEverything) {
     sys_sem_free(never);
 }
 
-// The modem event thread keeps the signal to itself, and its children inherit that.
-TEST_F(Engine, StopsWhateverSignalsItsCreatorBlocks) {
-    stop_engine();
-    sigset_t all, before;
-    sigfillset(&all);
-    pthread_sigmask(SIG_SETMASK, &all, &before);
-    start_engine(FakeAndroid::env());
-    pthread_sigmask(SIG_SETMASK, &before, nullptr);
-    sys_sem_t never = sys_sem_new(0);
-    std::atomic<bool> asleep{false};
-    stood_in.handler = [&](int32_t, void*, size_t, RIL_Token) {
-        asleep = true;
-        sys_sem_wait(never);
-    };
-    std::thread poster([] { qelril_post_request(0, 10, nullptr, 0, token(1)); });
-    while (!asleep) {
-        std::this_thread::yield();
-    }
-    stop_engine();
-    poster.join();
-    sys_sem_free(never);
-    start_engine(FakeAndroid::env());
-}
-
 TEST_F(Engine, APostFromTheRilThreadFailsAtOnce) {
     int32_t results[3] = {};
     stood_in.handler = [&](int32_t, void*, size_t, RIL_Token t) {
@@ -342,25 +251,6 @@ TEST_F(Engine, AContextMayWaitForOneAnswerOnly) {
     }
     EXPECT_EQ(qelril_post_utamsrspcb(0, &calls, id, count_call), 0);
     EXPECT_EQ(calls, 2);
-}
-
-TEST_F(Engine, StartTellsWhatModemInitSays) {
-    stop_engine();
-    stood_in.modem_init = [] {
-        // The engine already runs: the start sequence may use it.
-        EXPECT_EQ(qelril_post_utamsindcb(ril_instance, nullptr, [](uint32_t, const void*) {}), 0);
-        return -1;
-    };
-    EXPECT_EQ(qelril_init(), -1);
-}
-
-TEST(EngineDeath, NoMailboxNoEngine) {
-    EXPECT_EXIT(
-        {
-            const FailingAlloc failing(0);
-            qelril_init();
-        },
-        testing::ExitedWithCode(255), "");
 }
 
 }  // namespace

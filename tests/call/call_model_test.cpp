@@ -3,14 +3,14 @@
 
 #include <gtest/gtest.h>
 
-#include <cstring>
 #include <deque>
+#include <functional>
+#include <map>
 #include <random>
 
 #include "ril/core/src/agg_request/handlers.h"
 #include "ril/core/src/async_ril/async_ril.h"
 #include "ril/core/src/call/call.h"
-#include "ril/core/src/call/ecc_list.h"
 #include "ril/core/src/call/follow_up.h"
 #include "ril/core/src/profile/profile.h"
 #include "ril/core/src/sim/sim.h"
@@ -30,9 +30,6 @@ struct Sent {
 bool s_sends_fail = false;
 std::string s_sent;
 std::vector<Sent> s_accepted;  // by the modem, in this step
-ecc_list s_card_list;
-uint32_t s_card_records = 0;
-uint32_t s_sim_state = 4;
 
 }  // namespace
 
@@ -55,17 +52,6 @@ int32_t uta::call(uint16_t id, const uta::Word* words) {
     }
     s_accepted.push_back({id, context_id});
     return 0;
-}
-
-// The rooms around the calls.
-uint32_t get_sim_state(uint32_t) {
-    return s_sim_state;
-}
-const ecc_list* sim_get_ecc_list(uint32_t) {
-    return &s_card_list;
-}
-uint32_t sim_get_ecc_records(uint32_t) {
-    return s_card_records;
 }
 
 namespace {
@@ -163,42 +149,40 @@ protected:
 
     void random_indication(std::mt19937& random) {
         const uint8_t id = random_id(random);
+        const auto say = [id]<class Record>(void (*entry_point)(uint32_t, const Record*), int32_t status = 0) {
+            Record p{};
+            if constexpr (requires { p.status; }) {
+                p.status = status;
+            }
+            if constexpr (requires { p.call; }) {
+                p.call.call_id = id;
+            } else {
+                p.call_id = id;
+            }
+            entry_point(0, &p);
+        };
         switch (random() % 8) {
-            case 0: {
-                const UtaCallCsDialingIndCbParams p{{id}, {}, 0};
-                UtaMsCallCsDialingIndCb(0, &p);
+            case 0:
+                say(UtaMsCallCsDialingIndCb);
                 return model.dialing(id);
-            }
-            case 1: {
-                const UtaCallCsCallId p{id};
-                UtaMsCallCsAlertingIndCb(0, &p);
+            case 1:
+                say(UtaMsCallCsAlertingIndCb);
                 return model.alerting(id);
-            }
-            case 2: {
-                UtaCallCsIncomingCallIndCbParams p{};
-                p.call.call_id = id;
-                UtaMsCallCsIncomingCallIndCb(0, &p);
+            case 2:
+                say(UtaMsCallCsIncomingCallIndCb);
                 return model.incoming(id);
-            }
             case 3:
-            case 4: {
-                UtaCallCsConnectedIndCbParams p{};
-                p.call.call_id = id;
-                UtaMsCallCsConnectedIndCb(0, &p);
+            case 4:
+                say(UtaMsCallCsConnectedIndCb);
                 return model.connected(id);
-            }
             case 5: {
-                UtaCallCsCallStatusIndParams p{};
-                p.call.call_id = id;
-                p.status = static_cast<int32_t>(11 + random() % 3);
-                UtaMsCallCsCallStatusIndCb(0, &p);
-                return model.status(id, p.status);
+                const auto status = static_cast<int32_t>(11 + random() % 3);
+                say(UtaMsCallCsCallStatusIndCb, status);
+                return model.status(id, status);
             }
-            default: {
-                const UtaCallCsDisconnectedIndCbParams p{{id}, 16};
-                UtaMsCallCsDisconnectedIndCb(0, &p);
+            default:
+                say(UtaMsCallCsDisconnectedIndCb);
                 return model.disconnected(id);
-            }
         }
     }
 
@@ -218,35 +202,45 @@ protected:
         const int32_t result = random() % 3 == 0 ? 1 : 0;
         const uint32_t context_id = sent.context_id;
         const auto answer = [&](auto p, auto entry_point) { entry_point(0, &p, context_id); };
-        switch (sent.function) {
-            case 34:
-                answer(UtaCallCsSetupCallRspCbParams{{id}, result, 17}, UtaMsCallCsSetupCallRspCb);
-                break;
-            case 39:
-                answer(UtaCallCsReleaseCallRspCbParams{0, {id}, result, 0}, UtaMsCallCsReleaseCallRspCb);
-                break;
-            case 44:
-                answer(UtaCallCsAcceptCallRspCbParams{{id}, result, 0}, UtaMsCallCsAcceptCallRspCb);
-                break;
-            case 47:
-                answer(UtaCallCsSwapCallsRspCbParams{{id}, {second}, result, 0}, UtaMsCallCsSwapCallsRspCb);
-                break;
-            case 49:
-                answer(UtaCallCsHoldCallRspCbParams{{id}, result, 0}, UtaMsCallCsHoldCallRspCb);
-                break;
-            case 51:
-                answer(UtaCallCsRetrieveCallRspCbParams{{id}, result, 0}, UtaMsCallCsRetrieveCallRspCb);
-                break;
-            case 53:
-                answer(UtaCallCsSplitMptyRspCbParams{{id}, result, 0}, UtaMsCallCsSplitMptyRspCb);
-                break;
-            case 55:
-                answer(UtaCallCsJoinCallsRspCbParams{result, 0}, UtaMsCallCsJoinCallsRspCb);
-                break;
-            default:
-                answer(UtaCallCsTransferCallsRspCbParams{{id}, result, 0}, UtaMsCallCsTransferCallsRspCb);
-                break;
-        }
+        const std::map<int, std::function<void()>> c_answers = {
+            {34,
+             [&] {
+                 answer(UtaCallCsSetupCallRspCbParams{{id}, result, 17}, UtaMsCallCsSetupCallRspCb);
+             }},
+            {39,
+             [&] {
+                 answer(UtaCallCsReleaseCallRspCbParams{0, {id}, result, 0}, UtaMsCallCsReleaseCallRspCb);
+             }},
+            {44,
+             [&] {
+                 answer(UtaCallCsAcceptCallRspCbParams{{id}, result, 0}, UtaMsCallCsAcceptCallRspCb);
+             }},
+            {47,
+             [&] {
+                 answer(UtaCallCsSwapCallsRspCbParams{{id}, {second}, result, 0}, UtaMsCallCsSwapCallsRspCb);
+             }},
+            {49,
+             [&] {
+                 answer(UtaCallCsHoldCallRspCbParams{{id}, result, 0}, UtaMsCallCsHoldCallRspCb);
+             }},
+            {51,
+             [&] {
+                 answer(UtaCallCsRetrieveCallRspCbParams{{id}, result, 0}, UtaMsCallCsRetrieveCallRspCb);
+             }},
+            {53,
+             [&] {
+                 answer(UtaCallCsSplitMptyRspCbParams{{id}, result, 0}, UtaMsCallCsSplitMptyRspCb);
+             }},
+            {55,
+             [&] {
+                 answer(UtaCallCsJoinCallsRspCbParams{result, 0}, UtaMsCallCsJoinCallsRspCb);
+             }},
+            {57,
+             [&] {
+                 answer(UtaCallCsTransferCallsRspCbParams{{id}, result, 0}, UtaMsCallCsTransferCallsRspCb);
+             }},
+        };
+        c_answers.at(sent.function)();
         model.answer(sent.function, static_cast<int>(context_id & 0xFFU), id, second, result);
         for (const Sent& one : s_accepted) {
             outstanding.push_back({one, tokens});
@@ -333,26 +327,6 @@ TEST_F(CallModelTest, RandomOrders) {
             qelril_init();
         }
     }
-}
-
-TEST_F(CallModelTest, EmergencyNumbersOfTheCard) {
-    s_card_list = {0, {{{4, {'5', '5', '5'}}, {3, {'1', '1', '2'}}, {9, {'1', '1', '0', '1', '1', '0'}}}}};
-    const auto category = [](const char* number) {
-        uint8_t found = 99;
-        return callmngr_is_ecc(0, number, found) == 1 ? found : -1;
-    };
-    s_card_records = 2;
-    EXPECT_EQ(category("555"), 4);
-    EXPECT_EQ(category("112"), 3);
-    EXPECT_EQ(category("110110"), -1);
-    EXPECT_EQ(category("110"), -1);  // the card is ready
-    s_card_records = 255;            // more than there is room for
-    EXPECT_EQ(category("110110"), 9);
-    s_card_records = 0;
-    s_sim_state = 3;
-    EXPECT_EQ(category("555"), -1);
-    EXPECT_EQ(category("110"), 1);
-    s_sim_state = 4;
 }
 
 }  // namespace

@@ -7,7 +7,6 @@
 #include <map>
 #include <random>
 
-#include "tests/harness/wire_phone.h"
 #include "tests/lifecycle/lifecycle.h"
 
 // Of the sanitizers' allocators; null without one.
@@ -78,18 +77,23 @@ const std::string c_registration =
     " 02 04 00 00 00 00 02 04 00 00 00 00 02 04 00 00 00 00";
 
 // A card that wants no PIN.
-std::string card_info() {
-    const std::string zeros = u32(0) + u32(0) + u32(0) + u32(0) + u32(0) + u32(0) + u32(0) + u32(0);
-    return indication(148, record("82 29", zeros + u8(10) + u8(3) + u8(10) + u8(3) + u32(1) + u32(2) + u8(255) +
-                                               octets("1234567890", 10) + u32(3)));
-}
+const std::string c_card =
+    " 02 04 00 00 00 87 02 04 00 00 00 94 20 00 01 00 7F 81 14 73 7F 82 29 69 02 04 00 00 00 00 02 04 00 00 00 00"
+    " 02 04 00 00 00 00 02 04 00 00 00 00 02 04 00 00 00 00 02 04 00 00 00 00 02 04 00 00 00 00 02 04 00 00 00 00"
+    " 02 01 0A 02 01 03 02 01 0A 02 01 03 02 04 00 00 00 01 02 04 00 00 00 02 02 01 FF 55 0A 02 04 00 00 00 0A 02"
+    " 04 00 00 00 00 31 32 33 34 35 36 37 38 39 30 02 04 00 00 00 03 02 04 00 00 00 00";
 
 // The card's answer to a command, without data.
 std::string card_answer() {
-    const std::string none = octets("", 255);
-    const std::string file =
-        "05 00" + record("82 20", none) + u16(0) + u16(0) + record("82 1F", none) + u16(0) + u16(0);
-    return response(147, record("82 22", record("82 21", file) + u32(0) + u8(0)));
+    std::string zeros;
+    for (int i = 0; i < 255; ++i) {
+        zeros += " 00";
+    }
+    return " 02 04 00 00 02 74 02 04 00 00 00 93 AA AA AA AA 7F 81 13 82 5E 02 7F 06 06 02 04 AA AA AA AA 7F 82 22 82 "
+           "49"
+           " 02 7F 82 21 82 3A 02 05 00 7F 82 20 82 0E 01 55 81 FF 02 04 00 00 00 FF 02 04 00 00 00 00" +
+           zeros + " 02 02 00 00 02 02 00 00 7F 82 1F 82 0E 01 55 81 FF 02 04 00 00 00 FF 02 04 00 00 00 00" + zeros +
+           " 02 02 00 00 02 02 00 00 02 04 00 00 00 00 02 01 00 02 04 00 00 00 00";
 }
 
 // Indications for the RIL thread, and answers to any context, of which some are in flight and most are not.
@@ -99,7 +103,7 @@ void send_from_modem(Phone& phone, const std::atomic<bool>& ending) {
     while (!ending) {
         request[15] = static_cast<uint8_t>(random());
         const auto mode = static_cast<uint8_t>(random() % 3);
-        phone.modem.send(c_card_removed + c_registration + card_info());
+        phone.modem.send(c_card_removed + c_registration + c_card);
         phone.modem.send(with_context(mode_answer(random() % 2 == 0 ? 227 : 229, mode), request));
         std::this_thread::sleep_for(std::chrono::microseconds(500));
     }

@@ -334,16 +334,4 @@ TEST_F(CardModel, AccessPointsOfTheCard) {
     s_modem_result = -99;
 }
 
-TEST(ChvTexts, BothWays) {
-    for (int value = 0; value <= 7; ++value) {
-        EXPECT_EQ(sim_string_to_chv_value(sim_chv_value_to_string(value)), value);
-    }
-    for (const int value : {-1, 8, 255}) {
-        EXPECT_EQ(sim_chv_value_to_string(value), nullptr);
-    }
-    EXPECT_STREQ(sim_chv_value_to_string(7), "SIM_IN_CONTRADICTION_WITH_CHV_STATUS");
-    EXPECT_EQ(sim_string_to_chv_value("SIM_BLOCKED "), 0);
-    EXPECT_EQ(sim_string_to_chv_value(nullptr), 0);
-}
-
 }  // namespace

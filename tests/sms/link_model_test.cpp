@@ -1,5 +1,5 @@
 // Messages between a message centre that keeps what is not acknowledged and an Android that answers when it likes, over
-// random orders of deliveries, acknowledgements, the card's and the modem's answers, refusals, lost memory and crashes.
+// random orders of deliveries, acknowledgements, the card's and the modem's answers, refusals and crashes.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -17,7 +17,6 @@
 #include "rpc/multi-client/rpc-stubs/ril/entry_points.h"
 #include "rpc/multi-client/rpc-stubs/ril/mem_table.h"
 #include "rpc/multi-client/rpc-stubs/ril/stubs.h"
-#include "tests/harness/failing_alloc.h"
 #include "tests/harness/fake_android.h"
 #include "tests/harness/stood_in_rooms.h"
 
@@ -62,6 +61,7 @@ struct World {
     uintptr_t tokens = 0;
 
     History& first() { return messages[std::stoul(centre.waiting.front().message.number)]; }
+    bool takes(uint8_t id, sms::Fate fate) { return sms::acknowledge(centre, id, fate).has_value(); }
     bool refuses() { return std::exchange(refuses_next, false); }
     void expect(bool holds, const char* what) {
         if (!holds && wrong.empty()) {
@@ -88,11 +88,9 @@ void take_ack(const UtaSmsIncSmsAckParam& ack) {
     w.expect(ack.ack_type != c_ack_replaced || message.kind == SHOWN_REPLACES, "acknowledged as replaced");
     const bool is_done = ack.ack_type == c_ack_success || ack.ack_type == c_ack_replaced;
     const bool no_memory = ack.ack_type == c_ack_no_memory || ack.ack_type == c_ack_memory_exceeded;
-    message.acknowledged = sms::acknowledge(w.centre, ack.id,
-                                            is_done     ? sms::Fate::DELIVERED
-                                            : no_memory ? sms::Fate::NO_MEMORY
-                                                        : sms::Fate::REFUSED)
-                               .has_value();
+    message.acknowledged = w.takes(ack.id, is_done     ? sms::Fate::DELIVERED
+                                           : no_memory ? sms::Fate::NO_MEMORY
+                                                       : sms::Fate::REFUSED);
 }
 
 void take_download_ack(const UtaSmsDataDownloadAckParam& ack) {
@@ -102,9 +100,7 @@ void take_download_ack(const UtaSmsDataDownloadAckParam& ack) {
     }
     History& message = w.first();
     w.expect(message.kind == DOWNLOAD, "acknowledged as a download");
-    const bool is_done = ack.ack_result == c_sent;
-    message.acknowledged =
-        sms::acknowledge(w.centre, ack.id, is_done ? sms::Fate::DELIVERED : sms::Fate::REFUSED).has_value();
+    message.acknowledged = w.takes(ack.id, ack.ack_result == c_sent ? sms::Fate::DELIVERED : sms::Fate::REFUSED);
 }
 
 }  // namespace
@@ -354,24 +350,20 @@ protected:
         char pdu[] = "0100039121F3000003C1E010";
         char* texts[] = {nullptr, pdu};
         RIL_SMS_WriteArgs args = {1, pdu, nullptr};
+        const struct {
+            int number;
+            void* data;
+            size_t length;
+        } requests[] = {
+            {RIL_REQUEST_SEND_SMS, texts, sizeof(texts)},
+            {RIL_REQUEST_WRITE_SMS_TO_SIM, &args, sizeof(args)},
+            {RIL_REQUEST_DELETE_SMS_ON_SIM, record, sizeof(record)},
+            {RIL_REQUEST_GET_SMSC_ADDRESS, nullptr, 0},
+            {RIL_REQUEST_REPORT_SMS_MEMORY_STATUS, values, sizeof(values)},
+        };
         s_world.refuses_next = chance(8);
-        switch (random(5)) {
-            case 0:
-                ask(RIL_REQUEST_SEND_SMS, texts, sizeof(texts));
-                break;
-            case 1:
-                ask(RIL_REQUEST_WRITE_SMS_TO_SIM, &args, sizeof(args));
-                break;
-            case 2:
-                ask(RIL_REQUEST_DELETE_SMS_ON_SIM, record, sizeof(record));
-                break;
-            case 3:
-                ask(RIL_REQUEST_GET_SMSC_ADDRESS, nullptr, 0);
-                break;
-            default:
-                ask(RIL_REQUEST_REPORT_SMS_MEMORY_STATUS, values, sizeof(values));
-                break;
-        }
+        const auto& [number, data, length] = requests[random(std::size(requests))];
+        ask(number, data, length);
         s_world.refuses_next = false;
     }
 
@@ -392,42 +384,21 @@ protected:
     }
 
     void step() {
-        switch (random(20)) {
-            case 0:
-                lose_patience();
-                break;
-            case 1:
-                if (chance(5)) {
-                    crash();
-                }
-                break;
-            case 2:
-                if (chance(5)) {
-                    restart_stack();
-                }
-                break;
-            case 3:
-                UtaMsSmsSimMsgCacheFinishedIndCb(0, static_cast<int32_t>(random(2)));
-                break;
-            case 4:
-            case 5:
-                work();
-                break;
-            case 6:
-            case 7:
-            case 8:
-            case 9:
-                acknowledge();
-                break;
-            case 10:
-            case 11:
-            case 12:
-            case 13:
-                deliver();
-                break;
-            default:
-                answer();
-                break;
+        const size_t choice = random(20);
+        if (choice < 6) {
+            answer();
+        } else if (choice < 10) {
+            deliver();
+        } else if (choice < 14) {
+            acknowledge();
+        } else if (choice < 16) {
+            work();
+        } else if (choice == 16) {
+            UtaMsSmsSimMsgCacheFinishedIndCb(0, static_cast<int32_t>(random(2)));
+        } else if (choice == 17) {
+            lose_patience();
+        } else if (chance(5)) {
+            choice == 18 ? crash() : restart_stack();
         }
     }
 

@@ -107,18 +107,6 @@ TEST(SmsTpdu, PublishedMessages) {
     }
 }
 
-TEST(SmsTpdu, ProtocolIdentifierBehindEveryKindOfAddress) {
-    for (const char* address : {"0B911346610089F6", "0DD0F334FC1CA69701", "0091", "04D0E834",
-                                "1E9121436587092143658709", "1ED0214365870921436587092143658709"}) {
-        const sms_tpdu tpdu = tpdu_of(hex("07911326040000F004" + std::string(address) + "7D00"));
-        uint32_t pid_type = 0;
-        uint8_t pid = 0;
-        sms_get_pid(&tpdu, &pid_type, &pid);
-        EXPECT_EQ(pid, 0x7D) << address;
-        EXPECT_EQ(pid_type, SMS_PID_ME_DATA_DOWNLOAD);
-    }
-}
-
 TEST(SmsTpdu, CutMessagesGiveWhatIsThere) {
     const Bytes whole = hex(c_vectors[0].pdu);
     const std::u16string text = u"How are you?";
@@ -156,28 +144,6 @@ TEST(SmsTpdu, RefusesReservedTypeEmptyAndNull) {
     uint8_t pid = 7;
     sms_get_pid(nullptr, nullptr, &pid);
     EXPECT_EQ(pid, 0);
-}
-
-// 3GPP TS 23.040, 9.2.3.24: text behind a header starts at the next septet boundary.
-TEST(SmsTpdu, HeadersOfEverySize) {
-    const Bytes text = {'h', 'e', 'a', 'd', 'e', 'r'};
-    for (size_t header = 1; header <= 100; ++header) {
-        const size_t header_septets = (header * 8 + 6) / 7;
-        Bytes user_data = pack_bit_by_bit(text, header_septets * 7);
-        user_data[0] = static_cast<uint8_t>(header - 1);
-        Bytes pdu = hex("00400181F1000011111111111111");
-        pdu.push_back(static_cast<uint8_t>(header_septets + text.size()));
-        pdu.insert(pdu.end(), user_data.begin(), user_data.end());
-        pdu.insert(pdu.end(), 4, 0xFF);  // no part of the user data
-        sms_tpdu tpdu = tpdu_of(pdu);
-        unpacked_smsinfo info;
-        EXPECT_EQ(sms_unpack_msg(&tpdu, &info, true), 0U);
-        EXPECT_EQ(text_of(info.ud_text.data(), info.ud_length), u"header") << header;
-        // A header longer than the user data leaves no text.
-        tpdu.data[14] = static_cast<uint8_t>(header_septets - 1);
-        sms_unpack_msg(&tpdu, &info, true);
-        EXPECT_EQ(info.ud_length, 0) << header;
-    }
 }
 
 TEST(SmsTpdu, TextEndsWithUserData) {

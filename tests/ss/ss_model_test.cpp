@@ -38,9 +38,7 @@ void told(int number, const void* data, size_t) {
     }
 }
 
-void timed(RIL_TimedCallback, void*, const timeval*) {}
-
-const RIL_Env c_env = {completed, told, timed};
+const RIL_Env c_env = {completed, told, [](RIL_TimedCallback, void*, const timeval*) {}};
 
 void handle(int32_t request, void* data, size_t length, RIL_Token token) {
     static const std::map<int, request_row> c_rows = {{RIL_REQUEST_DTMF, ROW(ril_request_dtmf)},

@@ -93,6 +93,41 @@ void set_return(ScriptedModem& modem, const std::vector<Word>& words) {
     }
 }
 
+// A function that the library exports. Its arguments are integers, texts in quotes, `null` and `>TEXT`, a buffer and
+// what it holds behind the call; behind a `=` stands what it gives.
+void call(Phone& phone, const std::vector<Word>& words) {
+    const auto function =
+        reinterpret_cast<uintptr_t (*)(uintptr_t, uintptr_t, uintptr_t)>(phone.symbol(word(words, 0).c_str()));
+    if (function == nullptr) {
+        fail("the library does not export this");
+    }
+    char buffer[PROPERTY_VALUE_MAX] = "untouched";
+    std::string wanted_in_buffer = buffer;
+    uintptr_t arguments[3] = {};
+    size_t next = 1;
+    for (; next < words.size() && words[next].text != "="; ++next) {
+        const auto& [text, quoted] = words[next];
+        uintptr_t& argument = arguments[next - 1];
+        if (!quoted && text.starts_with('>')) {
+            wanted_in_buffer = text.substr(1);
+            argument = reinterpret_cast<uintptr_t>(buffer);
+        } else if (quoted) {
+            argument = reinterpret_cast<uintptr_t>(text.c_str());
+        } else {
+            argument = text == "null" ? 0 : static_cast<uintptr_t>(number(text));
+        }
+    }
+    const uintptr_t given = function(arguments[0], arguments[1], arguments[2]);
+    expect(wanted_in_buffer, [&] { return std::string(buffer); });
+    if (next + 1 < words.size()) {
+        const Word& wanted = words[next + 1];
+        expect(wanted.text, [&] {
+            return wanted.quoted ? std::string(reinterpret_cast<const char*>(given))
+                                 : std::to_string(static_cast<int32_t>(given));
+        });
+    }
+}
+
 }  // namespace
 
 // NOLINTBEGIN(readability-identifier-length): the player, and the words behind the action's
@@ -117,6 +152,7 @@ const Player::Action Player::c_actions[] = {
          p.daemon_is_there_ ? p.phone().modem.start() : p.phone().modem.stop();
      }},
     {"set", false, [](Player&, const Words& w) { property_set(word(w, 0).c_str(), word(w, 1, "").c_str()); }},
+    {"call", true, [](Player& p, const Words& w) { call(p.phone(), w); }},
     {"forget", false, [](Player& p, const Words&) { p.forget(); }},
     {"prop", true,
      [](Player&, const Words& w) { expect(word(w, 1, "(unset)"), [&] { return property(word(w, 0)); }); }},

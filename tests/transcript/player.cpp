@@ -199,7 +199,12 @@ void Player::request(std::string text) {
         std::swap(words[0], words[1]);
         words.resize(kind == "nodata" || kind == "hex" ? 2 : words.size());
     }
-    const std::optional<int> number = find_request(words.at(0).text);
+    // One that the library exports beside onRequest; its data are written as those of SIM_IO.
+    using Exported = void (*)(uint32_t, void*, size_t, RIL_Token);
+    const std::string what = words.at(0).text;
+    const auto exported =
+        what.starts_with("ril_request_") ? reinterpret_cast<Exported>(phone().symbol(what.c_str())) : nullptr;
+    const std::optional<int> number = exported != nullptr ? RIL_REQUEST_SIM_IO : find_request(what);
     if (!number) {
         fail("neither a request nor an action: " + words[0].text);
     }
@@ -214,9 +219,13 @@ void Player::request(std::string text) {
     const RIL_RadioFunctions* ril = functions();
     std::promise<void> done;
     std::future<void> is_done = done.get_future();
-    std::thread([=, promise = std::move(done), number = *number]() mutable {
+    std::thread([=, promise = std::move(done), number = *number, sim = sim_id_]() mutable {
         s_no_memory = starves;
-        ril->onRequest(number, arguments->data, arguments->length, token);
+        if (exported != nullptr) {
+            exported(sim, arguments->data, arguments->length, token);
+        } else {
+            ril->onRequest(number, arguments->data, arguments->length, token);
+        }
         s_no_memory = false;
         delete arguments;
         promise.set_value();
@@ -259,7 +268,7 @@ void Player::see_packets(const Line& line) {
             packet = packets_.front();
             packets_.pop_front();
             const uint32_t context = context_of(packet);
-            client_ = context & ~c_waits_for_answer;
+            client_ = context > c_waits_for_answer ? context & ~c_waits_for_answer : client_;
             if ((context & c_waits_for_answer) != 0) {
                 contexts_[name_] = context;
             }

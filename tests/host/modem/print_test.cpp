@@ -144,53 +144,17 @@ std::string make(const std::string& function, const std::vector<std::string>& as
     return to_hex(make_packet(*uta::find_function(function), 0x20000105, assignments, error));
 }
 
+// What the transcripts make and compare is not repeated here.
 TEST(PacketText, Made) {
-    const struct {
-        const char* function;
-        std::vector<std::string> assignments;
-        const char* bytes;
-    } c_cases[] = {
-        {"UtaMsCallCsAcceptCallReq",
-         {"sim_id=-1", "call_id.call_id=0xFE", "context_id=7"},
-         "020400000029 02040000002C 20000105 7F2C16 7F0606020400000007 7F8100030201FE 0204FFFFFFFF"},
-        {"UtaMsCallCsAcceptCallReq",
-         {"call_id=null"},
-         "020400000024 02040000002C 20000105 7F2C11 7F06060204 20000105 0500 020400000000"},
-        // The union's member, and with it the activity.
-        {"UtaMsSimGenPinReq",
-         {"member.verify.pin=1", "verify.code1.code=31323334FFFFFFFF"},
-         "020400000056 0204000000AF 20000105 7F812F42 7F06060204 20000105 7F83552F 020400000000 020100"
-         " 7F835222 020400000001 7F834918 5508 02040000000A 020400000002 31323334FFFFFFFF 0000 020400000000"},
-        // A null pointer, 16-bit elements in the order of memory.
-        {"UtaMsSimApduCmdReq",
-         {"path=0x3F00,0x7FFF", "req_mode=2"},
-         "02040000004D 020400000092 20000105 7F811239 7F06060204 20000105 7F821E26 0500 7F821C1A"
-         " 5605 02040000000C 020400000002 003FFF7F000000000000 0000 020102 020100 020400000000"},
-        // An enumeration's value by its name.
-        {"UtaMsCpsSetModeIndCb",
-         {"mode=on"},
-         "020400000030 0204000000E9 20000105 7F81691C 7F846B12 020400000000 020400000000 020400000001 020400000000"},
-        // Without a function header, the record behind a presence byte or nothing but that.
-        {"UtaMsSimRecoveryReq",
-         {"param=null"},
-         "020400000022 02040000017C 20000105 7F06060204 20000105 020102 020400000000"},
-        // Counted octets, whose total is 0.
-        {"UtaNvmWrite",
-         {"data=AABBCC", "offset=8", "area=7"},
-         "020400000042 020400000153 20000105 7F1F2F 7F1A2C 020400000000 5503 020400000000 020400000003 AABBCC000000"
-         " 020400000003 020400000008 020400000007"},
-    };
     std::string error;
-    for (const auto& it : c_cases) {
-        EXPECT_EQ(make(it.function, it.assignments, error), to_hex(*from_hex(it.bytes))) << it.function << " " << error;
-    }
     // A list is behind the numbers on the wire, its last element first.
     EXPECT_THAT(make("UtaMsCallCsSetUus1Info", {"elements[1].type=3", "elements[0].dcs=4"}, error),
                 testing::AllOf(HasSubstr("7F81358245010201027F8134819B020100020100020400000003"),
                                HasSubstr("7F8134819D020104020100020400000000")));
+    // An enumeration's value by its name.
+    EXPECT_THAT(make("UtaMsCpsSetModeIndCb", {"mode=on"}, error),
+                HasSubstr("7F81691C7F846B12020400000000020400000000020400000001020400000000"));
     // Text fills the start of its 82 bytes.
-    EXPECT_THAT(make("UtaMsCallCsSetupVoiceCallReq", {"number=+49 30"}, error),
-                HasSubstr("2B3439203330" + std::string(2 * 76, '0')));
     EXPECT_NE(make("UtaMsCallCsSetupVoiceCallReq", {"number=" + std::string(82, '7')}, error), "");
     EXPECT_EQ(make("UtaMsCallCsSetupVoiceCallReq", {"number=" + std::string(83, '7')}, error), "");
 }
