@@ -292,7 +292,7 @@ TEST_F(CallModelTest, RandomOrders) {
     const char* const given = getenv("CALL_MODEL_SEED");
     const unsigned seed = given != nullptr ? static_cast<unsigned>(strtoul(given, nullptr, 0)) : std::random_device{}();
     const char* const steps_given = getenv("CALL_MODEL_STEPS");
-    const size_t steps = steps_given != nullptr ? strtoul(steps_given, nullptr, 0) : 100'000;
+    const size_t steps = steps_given != nullptr ? strtoul(steps_given, nullptr, 0) : 25'000;
     printf("seed %u, %zu steps\n", seed, steps);
     std::mt19937 random(seed);
     for (size_t step = 0; step < steps; ++step) {

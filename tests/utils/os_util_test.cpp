@@ -54,7 +54,7 @@ TEST(Mailbox, Holds128InOrderWhereverItWraps) {
 
 TEST(Mailbox, EveryMessageOfManyPostersArrives) {
     sys_mbox_t mbox = sys_mbox_new();
-    constexpr uintptr_t c_each = 20000;
+    constexpr uintptr_t c_each = 5000;
     std::vector<std::thread> posters;
     for (uintptr_t p = 1; p <= 3; ++p) {
         posters.emplace_back([=] {
@@ -129,7 +129,7 @@ TEST(ThreadStop, EndsAWaitWheneverItComes) {
     sigaddset(&signals, SIGUSR1);
     pthread_sigmask(SIG_BLOCK, &signals, nullptr);
     sys_sem_t never = sys_sem_new(0);
-    for (int round = 0; round < 2000; ++round) {
+    for (int round = 0; round < 500; ++round) {
         thread_stop_arm();
         std::thread stoppable([&] {
             thread_stop_enter();
