@@ -93,41 +93,6 @@ void set_return(ScriptedModem& modem, const std::vector<Word>& words) {
     }
 }
 
-// A function that the library exports. Its arguments are integers, texts in quotes, `null` and `>TEXT`, a buffer and
-// what it holds behind the call; behind a `=` stands what it gives.
-void call(Phone& phone, const std::vector<Word>& words) {
-    const auto function =
-        reinterpret_cast<uintptr_t (*)(uintptr_t, uintptr_t, uintptr_t)>(phone.symbol(word(words, 0).c_str()));
-    if (function == nullptr) {
-        fail("the library does not export this");
-    }
-    char buffer[PROPERTY_VALUE_MAX] = "untouched";
-    std::string wanted_in_buffer = buffer;
-    uintptr_t arguments[3] = {};
-    size_t next = 1;
-    for (; next < words.size() && words[next].text != "="; ++next) {
-        const auto& [text, quoted] = words[next];
-        uintptr_t& argument = arguments[next - 1];
-        if (!quoted && text.starts_with('>')) {
-            wanted_in_buffer = text.substr(1);
-            argument = reinterpret_cast<uintptr_t>(buffer);
-        } else if (quoted) {
-            argument = reinterpret_cast<uintptr_t>(text.c_str());
-        } else {
-            argument = text == "null" ? 0 : static_cast<uintptr_t>(number(text));
-        }
-    }
-    const uintptr_t given = function(arguments[0], arguments[1], arguments[2]);
-    expect(wanted_in_buffer, [&] { return std::string(buffer); });
-    if (next + 1 < words.size()) {
-        const Word& wanted = words[next + 1];
-        expect(wanted.text, [&] {
-            return wanted.quoted ? std::string(reinterpret_cast<const char*>(given))
-                                 : std::to_string(static_cast<int32_t>(given));
-        });
-    }
-}
-
 }  // namespace
 
 // NOLINTBEGIN(readability-identifier-length): the player, and the words behind the action's
@@ -152,7 +117,6 @@ const Player::Action Player::c_actions[] = {
          p.daemon_is_there_ ? p.phone().modem.start() : p.phone().modem.stop();
      }},
     {"set", false, [](Player&, const Words& w) { property_set(word(w, 0).c_str(), word(w, 1, "").c_str()); }},
-    {"call", true, [](Player& p, const Words& w) { call(p.phone(), w); }},
     {"forget", false, [](Player& p, const Words&) { p.forget(); }},
     {"prop", true,
      [](Player&, const Words& w) { expect(word(w, 1, "(unset)"), [&] { return property(word(w, 0)); }); }},
@@ -216,8 +180,10 @@ const Player::Action* Player::find_action(const std::string& name) {
 }
 
 void Player::call(const Words& words) {
-    using Function = int32_t (*)(intptr_t, intptr_t, intptr_t);
+    using Function = intptr_t (*)(intptr_t, intptr_t, intptr_t);
     static std::array<int32_t, 100> s_area;
+    char buffer[PROPERTY_VALUE_MAX] = "untouched";
+    std::string left = buffer;
     const auto function = reinterpret_cast<Function>(phone().symbol(word(words, 0).c_str()));
     if (function == nullptr) {
         fail("the library does not export it");
@@ -225,21 +191,29 @@ void Player::call(const Words& words) {
     std::vector<intptr_t> arguments;
     size_t next = 1;
     for (; next < words.size() && words[next].text != "gives" && words[next].text != "leaves"; ++next) {
-        const std::string& text = words[next].text;
-        if (const size_t colon = text.find(':'); colon != std::string::npos) {
+        const auto& [text, quoted] = words[next];
+        if (quoted) {
+            arguments.push_back(reinterpret_cast<intptr_t>(text.c_str()));
+        } else if (const size_t colon = text.find(':'); colon != std::string::npos) {
             name_ = text.substr(0, colon);
             arguments.push_back(reinterpret_cast<intptr_t>(new_token(*find_request(text.substr(colon + 1)))));
         } else if (text[0] == '&') {
             s_area = {number(text.substr(1))};
             arguments.push_back(reinterpret_cast<intptr_t>(s_area.data()));
+        } else if (text[0] == '>') {
+            left = text.substr(1);
+            arguments.push_back(reinterpret_cast<intptr_t>(buffer));
         } else {
-            arguments.push_back(number(text));
+            arguments.push_back(text == "null" ? 0 : number(text));
         }
     }
     arguments.resize(3);
-    const int32_t result = function(arguments[0], arguments[1], arguments[2]);
-    if (next < words.size()) {
-        const int32_t seen = words[next].text == "gives" ? result : s_area[0];
+    const intptr_t result = function(arguments[0], arguments[1], arguments[2]);
+    expect(left, [&buffer] { return std::string(buffer); });
+    if (next + 1 < words.size() && words[next + 1].quoted) {
+        expect(words[next + 1].text, [result] { return std::string(reinterpret_cast<const char*>(result)); });
+    } else if (next < words.size()) {
+        const int32_t seen = words[next].text == "gives" ? static_cast<int32_t>(result) : s_area[0];
         expect(word(words, next + 1), [seen] { return std::to_string(seen); });
     }
 }
