@@ -100,22 +100,6 @@ struct Printer {
     int32_t last = 0;
 };
 
-// The lines of a report, without the empty ones between them.
-std::string readable(const std::string& text) {
-    constexpr std::string_view c_end = "\r\n";
-    std::string lines;
-    for (size_t at = 0; at < text.size();) {
-        const size_t end = std::min(text.find(c_end, at), text.size());
-        lines.append(text, at, end - at);
-        at = end;
-        while (text.compare(at, c_end.size(), c_end) == 0) {
-            at += c_end.size();
-        }
-        lines += at > end ? "\n    " : "";
-    }
-    return lines;
-}
-
 // They call one another as deep as a layout nests.
 // NOLINTBEGIN(misc-no-recursion)
 void print(std::string_view layout, Printer& out);
@@ -184,7 +168,7 @@ void print_item(std::string_view& layout, Printer& out) {
         out.text += std::to_string(out.parcel.int64());
     } else if (kind == 's') {
         const auto text = out.parcel.string();
-        out.text += text ? '"' + readable(*text) + '"' : "null";
+        out.text += text ? '"' + *text + '"' : "null";
     } else if (kind == 'r') {
         const auto bytes = out.parcel.raw();
         out.text += bytes ? '<' + hex_of(*bytes) + '>' : "null";

@@ -36,6 +36,22 @@ std::string before(const std::string& blank, const std::string& text) {
     return text.empty() ? "" : blank + text;
 }
 
+// The lines of a report, without the empty ones between them.
+std::string readable(const std::string& text) {
+    constexpr std::string_view c_end = "\r\n";
+    std::string lines;
+    for (size_t at = 0; at < text.size();) {
+        const size_t end = std::min(text.find(c_end, at), text.size());
+        lines.append(text, at, end - at);
+        at = end;
+        while (text.compare(at, c_end.size(), c_end) == 0) {
+            at += c_end.size();
+        }
+        lines += at > end ? "\n    " : "";
+    }
+    return lines;
+}
+
 }  // namespace
 
 std::string time_text(Milliseconds time) {
@@ -216,7 +232,7 @@ void Session::take_completion(int32_t serial, std::string_view data) {
     }
     std::string value = parcel.left() != 0 ? text_of(response_layout(asked.request), parcel) : "";
     value += message_in_answer(asked.request, value);
-    say("< " + request_name(asked.request) + " " + error_name(error) + before(" ", value) + " (" +
+    say("< " + request_name(asked.request) + " " + error_name(error) + before(" ", readable(value)) + " (" +
         time_text(Clock::now() - asked.when) + ")");
     add({true, asked.request, error, value});
 }
