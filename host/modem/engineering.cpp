@@ -8,6 +8,8 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <cstddef>
+#include <numeric>
 
 #include "host/modem/calls.h"
 #include "host/modem/packet_data.h"
@@ -129,6 +131,10 @@ UtaEmMnTestparam calls_part(const Situation& now) {
     UtaEmMnTestparam part = counted(now.sim_id);
     part.pdp_act_state = now.has_packet_data ? 1 : 0;
     part.actdom = static_cast<uint8_t>((now.has_call ? 1 : 0) | (now.has_packet_data ? 2 : 0));
+    if (now.has_call && now.serves(c_umts)) {
+        constexpr ptrdiff_t c_bearers = 7;  // four of signalling, three of speech (3GPP TS 34.108, 6.10.2.4.1.4)
+        std::iota(part.ridlist, part.ridlist + c_bearers, uint8_t{1});
+    }
     return part;
 }
 
