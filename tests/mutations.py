@@ -1,8 +1,9 @@
 #!/usr/bin/env python3
 """Puts the faults of mutations.txt into a copy of the code, one at a time, and prints which tests find each.
 
-    tests/mutations.py [--only REGEX] [--tests CTEST_REGEX --targets NAME...] [--build DIR] [--list]
+    tests/mutations.py [--only REGEX] [--every] [--tests CTEST_REGEX --targets NAME...] [--build DIR] [--list]
 
+The tests of the fault's own room run first, then the transcripts, then all; the first that fails ends it, but for --every.
 --build is a build folder inside the copy, kept from one run to the next. A fault whose text no longer stands in its file
 is told as stale, one that does not compile as broken: both want mending here. The exit status is 1 when a fault was
 found by no test.
@@ -46,9 +47,23 @@ def copy_to(folder):
             shutil.copy(source, target)
 
 
+def finders(build, file, options):
+    if options.every:
+        rounds, stop = [options.tests], []
+    else:
+        rounds, stop = [rf"^(rpc_)?{re.escape(pathlib.Path(file).parent.name)}[._]", r"\.", options.tests], ["--stop-on-failure"]
+    for tests in rounds:
+        outcome = run("ctest", "--test-dir", str(build), "-j2", *stop, "-R", tests, "--timeout", "120").stdout
+        found = re.findall(r"^\s+\d+ - (\S+) \((?!Not Run)", outcome, re.M)
+        if found:
+            return found
+    return []
+
+
 def main():
     arguments = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
     arguments.add_argument("--only", default="", help="faults whose line fits this")
+    arguments.add_argument("--every", action="store_true", help="all tests that find it")
     arguments.add_argument("--tests", default=".", help="of ctest, -R")
     arguments.add_argument("--targets", nargs="*", default=["all"], help="what these tests want built")
     arguments.add_argument("--build", default=ROOT / "build/mutations", type=pathlib.Path)
@@ -78,8 +93,7 @@ def main():
         if compiled.returncode != 0:
             print(f"broken  {file}: {what}\n{compiled.stdout[-800:]}", flush=True)
         else:
-            outcome = run("ctest", "--test-dir", str(build), "-j2", "-R", options.tests, "--timeout", "120").stdout
-            found = re.findall(r"^\s+\d+ - (\S+) \(", outcome, re.M)
+            found = finders(build, file, options)
             missed += not found
             print(f"{'found' if found else 'MISSED':7} {file}: {what}: {' '.join(found)}", flush=True)
         path.write_text(text)
