@@ -196,36 +196,33 @@ protected:
         }
         entry(0, &response, sent.context_id);
     }
-    static void end_all(int32_t cid) {
-        for (auto& [number, active] : s_contexts) {
-            active = active && cid != 0 && cid != number;
-        }
-    }
     static void answer(const Sent& sent) {
         const auto at = s_contexts.find(sent.cid);
         const int32_t result = one_in(10) ? -128 : 0;
-        const bool active = at != s_contexts.end() && at->second;
+        const int32_t if_active = at != s_contexts.end() && at->second ? result : -1;
         switch (sent.function) {
             case 5:
                 return respond(UtaMsCallPsDefinePrimaryRspCb, sent, result);
+            case 7:
+                return respond(UtaMsCallPsUndefinePrimaryRspCb, sent, 0);
             case 11:
                 return respond(UtaMsCallPsSetAuthenticationRspCb, sent, result);
             case 13:
                 return respond(UtaMsCallPsSetReqDnsRspCb, sent, result);
+            case 17:
+                return respond(UtaMsCallPsGetNegotiatedDnsRspCb, sent, if_active);
+            case 19:
+                return respond(UtaMsCallPsGetNegIpAddrRspCb, sent, if_active);
             case 21:
                 at->second = result == 0;
                 return respond(UtaMsCallPsActivateRspCb, sent, result);
-            case 19:
-                return respond(UtaMsCallPsGetNegIpAddrRspCb, sent, active ? result : -1);
-            case 17:
-                return respond(UtaMsCallPsGetNegotiatedDnsRspCb, sent, active ? result : -1);
-            case 26:
-                return respond(UtaMsCallPsConnectRspCb, sent, active ? result : -1);
             case 23:
-                end_all(sent.cid);
+                for (auto& [number, active] : s_contexts) {
+                    active = active && sent.cid != 0 && sent.cid != number;
+                }
                 return respond(UtaMsCallPsDeactivateRspCb, sent, result);
-            case 7:
-                return respond(UtaMsCallPsUndefinePrimaryRspCb, sent, 0);
+            case 26:
+                return respond(UtaMsCallPsConnectRspCb, sent, if_active);
             default:
                 qelril_post_utamsrspcb(0, nullptr, sent.context_id, [](uint32_t, const void*, uint32_t ctxt_id) {
                     deactivate_pdp_beforenetscan = gprs_is_pdp_active(0, 1);

@@ -305,29 +305,32 @@ TEST_F(CardModel, AccessPointsOfTheCard) {
     sim_set_inserted_sim_type(0, SIM_CARD_TYPE_3G);
     EXPECT_NE(sim_check_apn_listed_in_acl(0, "anything"), 0U);
     s_modem_result = 0;
-    read_acl(
-        "\x01\xDD\x0D\x08internet\x03"
-        "com\xFF\xFF");
-    for (const char* allowed : {"internet.com", "INTERNET.COM", "internetcom", "i.n.ternet.com."}) {
-        EXPECT_NE(sim_check_apn_listed_in_acl(0, allowed), 0U) << allowed;
+    const struct {
+        std::string acl;
+        std::vector<const char*> allowed, refused;
+    } c_cards[] = {
+        {"\x01\xDD\x0D\x08internet\x03"
+         "com\xFF\xFF",
+         {"internet.com", "INTERNET.COM", "internetcom", "i.n.ternet.com."},
+         {"internet", "internet.co", "internet.com.x", "", nullptr}},
+        // Another tag and an empty one count as entries; what is behind their number does not.
+        {std::string("\x03\xDE\x02\x01x\xDD\x00\xDD\x02\x01z\xDD\x02\x01y", 16), {"Z"}, {"y", "internet.com"}},
+        // A label that runs past its entry, an entry that runs past the file; what stands between them is good.
+        {"\x03\xDD\x03\x05"
+         "ab\xDD\x02\x01q\xDD\x7F\x01w",
+         {"q"},
+         {"ab", "w"}},
+        {std::string("\x00\xDD\x02\x01z", 5), {}, {"z"}},
+    };
+    for (const auto& card : c_cards) {
+        read_acl(card.acl);
+        for (const char* name : card.allowed) {
+            EXPECT_NE(sim_check_apn_listed_in_acl(0, name), 0U) << name;
+        }
+        for (const char* name : card.refused) {
+            EXPECT_EQ(sim_check_apn_listed_in_acl(0, name), 0U) << (name == nullptr ? "null" : name);
+        }
     }
-    for (const char* refused : {"internet", "internet.co", "internet.com.x", "", static_cast<const char*>(nullptr)}) {
-        EXPECT_EQ(sim_check_apn_listed_in_acl(0, refused), 0U);
-    }
-    // Another tag and an empty one count as entries; what is behind their number does not.
-    read_acl(std::string("\x03\xDE\x02\x01x\xDD\x00\xDD\x02\x01z\xDD\x02\x01y", 16));
-    EXPECT_NE(sim_check_apn_listed_in_acl(0, "Z"), 0U);
-    EXPECT_EQ(sim_check_apn_listed_in_acl(0, "y"), 0U);
-    EXPECT_EQ(sim_check_apn_listed_in_acl(0, "internet.com"), 0U);
-    // A label that runs past its entry, an entry that runs past the file; what stands between them is good.
-    read_acl(
-        "\x03\xDD\x03\x05"
-        "ab\xDD\x02\x01q\xDD\x7F\x01w");
-    EXPECT_NE(sim_check_apn_listed_in_acl(0, "q"), 0U);
-    EXPECT_EQ(sim_check_apn_listed_in_acl(0, "ab"), 0U);
-    EXPECT_EQ(sim_check_apn_listed_in_acl(0, "w"), 0U);
-    read_acl(std::string("\x00\xDD\x02\x01z", 5));
-    EXPECT_EQ(sim_check_apn_listed_in_acl(0, "z"), 0U);
     UtaSimCardInfoParam gone{};
     UtaMsSimCardIndCb(0, &gone);
     EXPECT_NE(sim_check_apn_listed_in_acl(0, "z"), 0U);
