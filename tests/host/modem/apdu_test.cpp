@@ -193,18 +193,6 @@ TEST(Apdu, Sim) {
     expect_answers(c_sim, c_sim_exchanges);
 }
 
-// What is written stays, what was verified doesn't.
-TEST(Card, Reset) {
-    Card card = make_card(c_usim);
-    EXPECT_EQ(card::verify(card, card.pin2, "5678"), 0x9000);
-    EXPECT_EQ(card::verify(card, card.pin1, "5678"), 0x63C2);
-    card::find_network_file(card, 0x6F07)->content[0] = 0x77;
-    card::reset(card);
-    EXPECT_FALSE(card.pin2.is_known());
-    EXPECT_EQ(card.pin1.attempts, 2);
-    EXPECT_EQ(card::find_network_file(card, 0x6F07)->content[0], 0x77);
-}
-
 TEST(Card, Text) {
     Card card = make_card("card 2g\nef 7F10/6F40 linear 2x6 read=always\n  \"Me\":3 01*2 \\\n 07\n  -\n# end\n");
     EXPECT_EQ(to_hex(card.files.back().content), "4D65FF010107FFFFFFFFFFFF");
@@ -212,22 +200,16 @@ TEST(Card, Text) {
              {"card 4g", "1: wants 2g or 3g"},
              {"#\nsim", "2: what is sim?"},
              {"pin1 123", "1: wants a code of 4 to 8 digits"},
-             {"puk1 1234", "1: wants a code of 8 digits"},
              {"lock XX on 1", "1: wants PN, PU, PP, PC or PS, on or off, and a code of digits"},
-             {"ef 6F3 transparent 1", "1: no file id: 6F3"},
              {"ef 2F00 linear 10", "1: bad size: 10, wants one such as 10x176"},
-             {"ef 2F00 transparent 0", "1: bad size: 0"},
              {"ef 2F00 transparent 99999999999", "1: bad size: 99999999999"},
-             {"ef 2F00 linear 1x256", "1: bad size: 1x256, wants one such as 10x176"},
              {"ef 2F00 transparent 1\nef 2F00 transparent 1", "2: it is there already"},
              {"ef 2F00 transparent 1\nef 2F00/6F07 transparent 1", "2: no directory: 2F00/6F07"},
              {"ef 2F00 transparent 1 read=pin3",
               "1: wants read=, update= or invalidate= with always, pin1, pin2, adm or never: read=pin3"},
-             {"ef 2F00 transparent 1 sfi=1F", "1: wants sfi=01 to 1E"},
              {" 00", "1: there is no file that this could be in"},
              {"ef 2F00 transparent 1\n 00 00", "2: it doesn't fit"},
              {"ef 2F00 linear 1x2\n 00\n 00", "3: it doesn't fit"},
-             {"ef 2F00 transparent 9\n 0", "2: no bytes: 0"},
              {"ef 2F00 transparent 9\n \"a", "2: a quote is not closed"},
              {"ef 2F00 transparent 9\n \"a@b\"", "2: a character that has to be written in hexadecimal"},
              {"ef 2F00 transparent 9\n 00*x", "2: bad number: *x"}}) {

@@ -21,14 +21,12 @@ VERSION_RETURN = "020400000016 020400000408 20000100 0204000004E1"
 # Opening the SIM of stack 0, and its return without the result.
 OPEN = "02040000001A 020400000091 20000100 7F811106 020400000000"
 OPENED = "020400000016 020400000479 20000100 0204"
-# A mode request of stack 0, mode on, with the callback 0x08049ABC and the context 0x20000105; return, response, indication.
+# A mode request of stack 0, mode on, with the callback 0x08049ABC and the context 0x20000105; return, response.
 SET_MODE = ("020400000035 0204000000E4 20000105 7F816421 7F06060204 20000105 020408049ABC 020400000000 020400000001"
             " 020400000000")
 SET_MODE_RETURN = "020400000016 0204000004CC 20000105 020400000000"
 SET_MODE_RESPONSE = ("02040000002F 0204000000E3 20000105 7F81631B 020400000000 7F06060204 20000105 020400000001"
                      " 020400000000")
-SET_MODE_INDICATION = ("020400000030 0204000000E9 20000100 7F81691C 7F846B12 020400000000 020400000000 020400000001"
-                       " 020400000000")
 SET_MODE_RESPONSE_ID, ACCEPTED, SET_MODE_TOLD, ALERTING = 0xE3, 0x2D, 0xE9, 0x25
 RESPONSES = (SET_MODE_RESPONSE_ID, ACCEPTED)
 
@@ -228,17 +226,7 @@ def every_call_is_answered():
         assert modem.process.poll() is None
 
 
-def a_mode_is_answered_and_told_to_all():
-    with Modem(), Client() as first, Client() as second:
-        first.write(SET_MODE)
-        first.hears(SET_MODE_RETURN, SET_MODE_RESPONSE)
-        first.hears(SET_MODE_INDICATION, indication=SET_MODE_TOLD)
-        second.hears(SET_MODE_INDICATION.replace("20000100", "20000200"), indication=SET_MODE_TOLD)
-        first.write(SET_MODE)  # changes nothing, so that nobody hears of it
-        first.hears(SET_MODE_RETURN, SET_MODE_RESPONSE)
-        first.write(VERSION_CALL)
-        first.hears(VERSION_RETURN, indication=SET_MODE_TOLD)
-    # By the seed, the indication overtakes the response or not.
+def the_seed_orders_responses_and_indications():
     with Modem("--seed", "1", "--latency", "0"), Client() as client:
         overtakes = 0
         for i in range(40):
@@ -447,10 +435,9 @@ def all_is_captured():
         assert [without_time(line) for line in stream.read().splitlines()] == wanted
 
 
-for test in (files_come_and_go, a_second_modem_leaves_the_first_alone,
-             attempts_that_fail_keep_nobody_out, every_call_is_answered,
-             a_mode_is_answered_and_told_to_all, bad_clients_are_let_go,
-             clients_that_read_late_lose_nothing_and_deaf_ones_are_let_go, power_is_told,
-             a_crash_takes_what_is_pending, functions_refuse_are_late_and_drop, mistakes_are_told, scripts_play_and_end_the_modem, all_is_captured):
+for test in (files_come_and_go, a_second_modem_leaves_the_first_alone, attempts_that_fail_keep_nobody_out,
+             every_call_is_answered, the_seed_orders_responses_and_indications, bad_clients_are_let_go,
+             clients_that_read_late_lose_nothing_and_deaf_ones_are_let_go, power_is_told, a_crash_takes_what_is_pending,
+             functions_refuse_are_late_and_drop, mistakes_are_told, scripts_play_and_end_the_modem, all_is_captured):
     print(test.__name__, flush=True)
     test()
