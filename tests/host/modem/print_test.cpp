@@ -1,12 +1,10 @@
-// The packet printer and the packets made from assignments, on packets written by hand, whole, cut and bent; and the
-// catalogue's notation.
+// The packet printer and the packets made from assignments, on packets written by hand, whole, cut and bent.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cstdlib>
 #include <ctime>
 
-#include "host/modem/catalogue_print.h"
 #include "host/modem/packet_print.h"
 #include "host/modem/packet_text.h"
 #include "rpc/multi-client/rpc-stubs/ril/catalogue_names.h"
@@ -116,25 +114,6 @@ TEST(Print, CutAndBent) {
     };
     for (const Golden& bad : c_bad) {
         EXPECT_THAT(print(bad.hex), HasSubstr(bad.text));
-    }
-}
-
-TEST(Catalogue, EveryFunctionAndRecord) {
-    const std::string text = print_catalogue();
-    size_t functions = 0;
-    for (size_t at = text.find("\nfunction "); at != std::string::npos; at = text.find("\nfunction ", at + 1)) {
-        ++functions;
-    }
-    EXPECT_EQ(functions, uta::c_functions.size());
-    for (const char* line :
-         {"function 228 228 request enum-result UtaMsCpsSetModeReq (i32 sim_id, enum mode, i32 value_3, callback "
-          "callback, ctx context_id)",
-          "function 310 2 call plain CsiUtaMsTpcGetState (i32 sim_id, >u8 status, >u8 index, >i32 applied)",
-          "record UtaCallCsCallId 128 1 7F8100 live", "field UtaSimApduCmdReqParam UtaSimApduData? apdu",
-          "field UtaSimApduPath octets16[5] path", "field UtaSimGenPinReqParam union:activity member",
-          "case UtaSimGenPinReqParam 4 UtaSimPinChange change", "field UtaRecord10 u8*24 field_1",
-          "record UtaAudioEqualizerParams 270 5 7F820E pending"}) {
-        EXPECT_THAT(text, HasSubstr(std::string(line) + "\n"));
     }
 }
 
