@@ -195,6 +195,10 @@ void answer_move(const Request& request, State from, State to) {
     request.respond<Row>(moved.empty() ? make_response<Response>(FACILITY_REJECTED)
                                        : make_response<Response>(NO_CAUSE, moved.front()));
     const Status status = to == State::HELD ? NOW_HELD : NOW_RETRIEVED;
+    if (moved.empty() && request.find(from) != nullptr) {
+        ++(status == NOW_HELD ? request.count().hold_msgs : request.count().retrieve_msgs);
+        ++(status == NOW_HELD ? request.count().hold_reject_msgs : request.count().retrieve_rej_msgs);
+    }
     count_move(request.sim_id, moved, status);
     request.report(moved, status);
 }
