@@ -92,20 +92,4 @@ TEST(Properties, SurviveTheDeathOfTheirWriters) {
     EXPECT_EQ("149", get("test.round"));
 }
 
-// The table has no room for more, and what it has stays as it was.
-TEST(PropertiesAtLast, FillUp) {
-    int count = 0;
-    while (count < 10000 && property_set(("test.fill." + std::to_string(count)).c_str(), "full") == 0) {
-        ++count;
-    }
-    EXPECT_GE(count, 300);
-    EXPECT_EQ("unset", get("test.fill." + std::to_string(count), "unset"));
-    for (int i = 0; i < count; ++i) {
-        const std::string key = "test.fill." + std::to_string(i);
-        ASSERT_EQ("full", get(key));
-        ASSERT_EQ(0, property_set(key.c_str(), key.c_str()));
-        ASSERT_EQ(key, get(key));
-    }
-}
-
 }  // namespace

