@@ -1,5 +1,5 @@
-"""The life of a PIN as a random walk beside a model: the whole phone, rild with the shipped library and the simulated modem
-with its card, seen from rild's socket.
+"""The life of a PIN as a random walk beside a model: the whole phone, rild with the shipped library and the simulated
+modem with its card, seen from rild's socket.
 
     pin_life.py MODEM RILD LIBRARY [SEED]
 """

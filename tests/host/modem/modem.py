@@ -201,7 +201,8 @@ def every_call_is_answered():
     with Modem() as modem, Client() as client:
         for call, answer in [
                 # A function that nobody serves; a call and a request to a stack that there is not.
-                ("020400000019 02040000005C 20000100 7F5C06 020400000001", "020400000016 020400000444 20000100 020400000000"),
+                ("020400000019 02040000005C 20000100 7F5C06 020400000001",
+                 "020400000016 020400000444 20000100 020400000000"),
                 ("02040000001A 020400000091 20000100 7F811106 020400000002", OPENED + "00000000"),
                 (SET_MODE[:-12] + "020400000002", "020400000016 0204000004CC 20000105 0204FFFFFFFF"),
                 # A function whose record is not known, an id that is no function's.
@@ -349,8 +350,8 @@ def functions_refuse_are_late_and_drop():
     with Modem("--latency", "0"), Client() as client:
         control = Control()
         for command, result in [("refuse UtaMsSimOpenReq 7", "00000007"), ("refuse UtaMsSimOpenReq", "FFFFFFFF"),
-                                ("refuse 145 -2 once", "FFFFFFFE"), ("latency 0", "00000000"), ("refuse * 3", "00000003"),
-                                ("normal *", "00000000")]:
+                                ("refuse 145 -2 once", "FFFFFFFE"), ("latency 0", "00000000"),
+                                ("refuse * 3", "00000003"), ("normal *", "00000000")]:
             control.does(command)
             client.write(OPEN)
             client.hears(OPENED + result)
@@ -364,8 +365,8 @@ def functions_refuse_are_late_and_drop():
         other = SET_MODE.replace("20000105", "20000106")
         control.does("late UtaMsCpsSetModeRsp 50 once")
         client.write(SET_MODE, other)
-        client.hears(SET_MODE_RETURN, SET_MODE_RETURN.replace("0105", "0106"), SET_MODE_RESPONSE.replace("0105", "0106"),
-                     SET_MODE_RESPONSE)
+        client.hears(SET_MODE_RETURN, SET_MODE_RETURN.replace("0105", "0106"),
+                     SET_MODE_RESPONSE.replace("0105", "0106"), SET_MODE_RESPONSE)
         control.does("drop UtaMsSimOpenReq", "drop UtaMsCpsSetModeRsp once")  # not even refused
         client.write(OPEN, SET_MODE)
         client.hears(SET_MODE_RETURN)
@@ -382,12 +383,12 @@ def mistakes_are_told():
         control = Control()
         for line in ["dance", "modem", "modem sideways", "modem up now", "refuse", "refuse Nobody",
                      "refuse UtaMsSimOpenReq 0", "refuse UtaMsSimOpenReq 1 2", "late UtaMsSimOpenReq",
-                     "late UtaMsSimOpenReq -1", "drop UtaMsSimOpenReq 4", "normal", "version", "version x", "latency -5",
-                     "silent", "event E_MODEM_SIDEWAYS", "event 123", "send", "send 9 UtaMsSimFullAccessIndCb",
-                     "send * Nobody", "send * UtaMsSimFullAccessIndCb nothing=1", "send * UtaMsSimFullAccessIndCb sim_id=x",
-                     "send * UtaMsSimFullAccessIndCb sim_id", "raw", "raw *", "raw * 0", "expect", "expect Nobody",
-                     "expect UtaMsSimOpenReq soon", "stack 2 on", "imei 0 12", "status now", 'send * "unclosed',
-                     "call incoming 1"]:
+                     "late UtaMsSimOpenReq -1", "drop UtaMsSimOpenReq 4", "normal", "version", "version x",
+                     "latency -5", "silent", "event E_MODEM_SIDEWAYS", "event 123", "send",
+                     "send 9 UtaMsSimFullAccessIndCb", "send * Nobody", "send * UtaMsSimFullAccessIndCb nothing=1",
+                     "send * UtaMsSimFullAccessIndCb sim_id=x", "send * UtaMsSimFullAccessIndCb sim_id", "raw",
+                     "raw *", "raw * 0", "expect", "expect Nobody", "expect UtaMsSimOpenReq soon", "stack 2 on",
+                     "imei 0 12", "status now", 'send * "unclosed', "call incoming 1"]:
             answer = control(line)
             assert answer.startswith("error "), f"{line}: {answer}"
         control.does("", "# nothing")
@@ -401,7 +402,8 @@ def scripts_play_and_end_the_modem():
         return Modem("--script", "/data/script", waits=False)
 
     modem = script("# a comment\n0 refuse UtaMsCallCsAcceptCallReq 1\n0 expect UtaMsCallCsAcceptCallReq\n"
-                   "+10 send 1 UtaMsCallCsAcceptCallRspCb call_id=1\n+0 raw * 0102 03\n100 expect UtaMsSimOpenReq\n+0 quit\n")
+                   "+10 send 1 UtaMsCallCsAcceptCallRspCb call_id=1\n+0 raw * 0102 03\n100 expect UtaMsSimOpenReq\n"
+                    "+0 quit\n")
     with Client() as client:
         client.write("020400000029 02040000002C 20000105 7F2C16 7F06060204 20000105 7F810003020101 020400000000")
         client.hears("020400000016 020400000414 20000105 020400000001",
@@ -411,8 +413,8 @@ def scripts_play_and_end_the_modem():
         client.write(OPEN)
         client.hears(OPENED + "00000000")
         assert modem.status() == 0
-    for text, status in [("0 expect UtaMsSimOpenReq 10\n", 1), ("0 send 4 UtaMsSimFullAccessIndCb\n", 1), ("0 dance\n", 2),
-                         ("soon quit\n", 2), ("5\n", 2), ("-1 quit", 2)]:
+    for text, status in [("0 expect UtaMsSimOpenReq 10\n", 1), ("0 send 4 UtaMsSimFullAccessIndCb\n", 1),
+                         ("0 dance\n", 2), ("soon quit\n", 2), ("5\n", 2), ("-1 quit", 2)]:
         assert script(text).status() == status, text
         assert not os.path.exists(MARKER)
     assert Modem("--script", "/data/no-script", waits=False).status() == 2

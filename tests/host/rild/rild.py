@@ -77,11 +77,11 @@ GREETING = [unsol(1034, 1, 9), unsol(1000, 0)]
 
 # A request of each form.
 GOOD = [(23, (1, 5)), (2, (3, "ab", None, "")), (24, ("abc",)), (59, (b"\1\2",)), (10, ("1", 2, 1, 4, 5, b"\xbe\xef")),
-        (28, (176, 28589, "3F00", 1, 2, 10, "data", None, "aid")), (33, (2, 0, 1, 129, "12", 5)), (63, (1, "pdu", None)),
-        (90, (2, 1, 2, 3, 4, 1, 5, 6, 7, 8, 0))]
+        (28, (176, 28589, "3F00", 1, 2, 10, "data", None, "aid")), (33, (2, 0, 1, 129, "12", 5)),
+        (63, (1, "pdu", None)), (90, (2, 1, 2, 3, 4, 1, 5, 6, 7, 8, 0))]
 LIES = [(23, (0,)), (23, (-1,)), (23, (0x7FFFFFFF, 1)), (23, (0x40000001, 1)), (2, (-2,)), (2, (0x7FFFFFFF, "a")),
-        (29, (-2,)), (29, (0x7FFFFFFF, 1, 2)), (29, (0x3FFFFFFF, 1)), (29, (4, 1, 1)), (59, (-2,)), (59, (0x7FFFFFFF, 1)),
-        (59, (-0x80000000, 1)), (59, (5, 1)), (90, (-1,)), (90, (0x7FFFFFFF, 1, 1, 1, 1, 1)),
+        (29, (-2,)), (29, (0x7FFFFFFF, 1, 2)), (29, (0x3FFFFFFF, 1)), (29, (4, 1, 1)), (59, (-2,)),
+        (59, (0x7FFFFFFF, 1)), (59, (-0x80000000, 1)), (59, (5, 1)), (90, (-1,)), (90, (0x7FFFFFFF, 1, 1, 1, 1, 1)),
         (10, ("1", 0, 1, 0, 0, -2)), (10, ("1", 0, 1, 0, 0, 9, 1))]
 
 
@@ -112,7 +112,8 @@ def bad_messages_are_answered():
 def texts_are_turned_into_utf8_and_back():
     with Rild() as rild:
         client = RilClient()
-        for units, text in [("fc00ac20", "ü€"), ("3dd800de", "😀"), ("3dd86100", "\ufffda"), ("00de6100", "\ufffda")]:
+        for units, text in [("fc00ac20", "ü€"), ("3dd800de", "😀"), ("3dd86100", "\ufffda"),
+                            ("00de6100", "\ufffda")]:
             client.socket.sendall(framed(parcel(29, 1, 2) + bytes.fromhex(units) + bytes(4)))
             client.hears(answer(1, 0))
             rild.hear("request 29 " + text)
@@ -309,7 +310,8 @@ def scripts_are_held_to_their_expectations():
                 ("expect unsol RADIO_STATE_CHANGED 5 on|off\nexpect unsol 1034", 0, "2 steps held"),
                 ("expect unsol RADIO_STATE_CHANGED 0.1 on", 1, "it didn't come"),
                 ("expect unsol RIL_CONNECTED\nfails expect unsol RIL_CONNECTED 0.1", 0, "2 steps held"),
-                ("wait connected\nfails expect no unsol RIL_CONNECTED 0.1\nforget\nexpect no unsol RIL_CONNECTED 0.1", 0, ""),
+                ("wait connected\nfails expect no unsol RIL_CONNECTED 0.1\nforget\n"
+                 "expect no unsol RIL_CONNECTED 0.1", 0, ""),
                 ("wait RIL_CONNECTED\nsay A headline", 0, "\n== A headline\n"),
                 ("fails imei", 1, "it didn't"), ("nonsense", 1, "no such command"), ("dial", 1, "don't suit"),
                 ("raw 10", 1, "a request and a form"), ('imei "', 1, "a quote has no end"),
@@ -327,7 +329,8 @@ def wrong_answers_are_told_and_rild_is_found_again():
     client = accept(server)
     receive(client, 24)
     client.sendall(b"".join(map(framed, [answer(2, 0, "ab"), answer(1, 0, 5, 6), answer(1, 0, "ab"), answer(3, 0),
-                                         unsol(1003, "x", 7), parcel(2, 3)])) + b"\0\0\x1f\xfd")  # more than 8,192 bytes
+                                         unsol(1003, "x", 7), parcel(2, 3)]))
+                   + b"\0\0\x1f\xfd")  # more than 8,192 bytes
     client.close()
     accept(server).sendall(framed(unsol(1018)))
     script.ends(1, "< GET_IMEI SUCCESS ab (", "< GET_IMEI SUCCESS  !! too short",
@@ -337,8 +340,9 @@ def wrong_answers_are_told_and_rild_is_found_again():
 
 def traffic_shows_what_is_missing():
     with Program(RILD, "-l", LIBRARY), Program(RILD, "-l", LIBRARY, "--", "--client", "2"):
-        Script("wait connected\ntraffic on 1\nsim2 wait connected\nsim2 traffic on 1 BASEBAND_VERSION OPERATOR\nsleep 0.3\n"
-               "expect traffic-balanced\nsim2 expect traffic-balanced\ntraffic off\nexpect traffic-balanced\n").ends(
+        Script("wait connected\ntraffic on 1\nsim2 wait connected\nsim2 traffic on 1 BASEBAND_VERSION OPERATOR\n"
+               "sleep 0.3\nexpect traffic-balanced\nsim2 expect traffic-balanced\ntraffic off\n"
+               "expect traffic-balanced\n").ends(
                    0, "sim2 traffic: ", " SUCCESS", ", 0 lost, 0 ")
     for what in "missing", "twice", "lost":
         server = listen(FIRST)
