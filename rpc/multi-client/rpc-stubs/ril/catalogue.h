@@ -36,8 +36,8 @@ struct Record {
     uint16_t n_fields;
     uint16_t min_wire;  // bytes of the shortest packed form
     uint8_t align_i386;
-    bool live;         // spelled out
-    bool has_counted;  // has counted octets
+    uint8_t n_counted;  // fields that are counted octets
+    bool live;          // spelled out
     bool has_callback;
 };
 
@@ -256,7 +256,9 @@ struct RecordTables {
             end = align_up(end, it.align) + it.size;
             align = it.align > align ? it.align : align;
             min_wire += it.min_wire;
-            record.has_counted |= field.type == Type::counted_octets;
+            if (field.type == Type::counted_octets) {
+                ++record.n_counted;
+            }
             record.has_callback |= field.type == Type::callback;
         }
         for (const bool early : {true, false}) {

@@ -59,5 +59,11 @@ void HandOverMemTable(MemTable& mem_table) {
         free(mem_table.overflow);
         mem_table.overflow = next;
     }
-    mem_table = {};
+    for (MemTable::Entry& entry : mem_table.entries) {
+        if (entry.block == nullptr) {
+            break;
+        }
+        entry = {};
+    }
+    mem_table.allocated = 0;
 }

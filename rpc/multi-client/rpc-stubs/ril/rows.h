@@ -79,7 +79,10 @@ enum class Type : uint8_t {
     elements,
     union_,
     case_,  // stands behind its union_
-    memory
+    memory,
+    begin,  // this and what follows are among the codec's steps only
+    end,
+    settle
 };
 
 // One parameter as all generic code passes it: the value of a scalar, zero-extended, or a pointer. Output parameters

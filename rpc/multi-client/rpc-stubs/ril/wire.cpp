@@ -12,21 +12,11 @@ using wire::take_number;
 static constexpr uint8_t c_null_form[2] = {0x05, 0x00};
 static constexpr uint64_t c_octets_max = INT32_MAX - 64;  // what a size can count on i386
 
-void ExFail(ExWriteCursor& cursor) {
-    cursor.failed = true;
-    cursor.base = cursor.next + 1;
-}
-
-void ExFail(ExReadCursor& cursor, const char* why) {
-    cursor.why = cursor.failed ? cursor.why : why;
-    cursor.failed = true;
-    cursor.end = cursor.next;
-}
-
 // --- Headers ---------------------------------------------------------------------------------------------------------
 
 size_t EXWriteBERHeader(const ExTag& tag, ExWriteCursor& cursor, size_t length) {
-    return wire::put_header(tag, cursor, length);
+    return wire::moved_to(length > UINT32_MAX ? nullptr : wire::header_below(cursor.next + 1, cursor.base, tag, length),
+                          cursor);
 }
 
 size_t EXReadBERHeader(ExReadCursor& cursor, ExBerHeader& header) {
@@ -229,46 +219,25 @@ size_t EXUnpackVoid(ExReadCursor&) {
 
 // --- Octet strings ---------------------------------------------------------------------------------------------------
 
-// Everything of a string; `static_form` says whether `total` is told.
-static size_t put_octets(const void* source, ExWriteCursor& cursor, uint32_t count, uint32_t type, bool static_form) {
+static size_t pack_octets(const void* source, ExWriteCursor& cursor, uint32_t count, uint32_t type, bool static_form) {
     const uint64_t length = uint64_t{count} << ExOctetShift(type);
-    if (length > c_octets_max) {
-        ExFail(cursor);
-        return 0;
+    uint8_t* at = nullptr;
+    if (length <= c_octets_max) {
+        at = wire::octets_below(cursor.next + 1, cursor.base, source, static_cast<uint32_t>(length), count, type,
+                                static_form);
     }
-    // The data is to start at an address of the sender's buffer that is a multiple of 4.
-    const uint8_t* end = cursor.next + 1;
-    const uint32_t pad =
-        length == 0 ? 0
-                    : static_cast<uint32_t>((reinterpret_cast<uintptr_t>(end) - static_cast<uintptr_t>(length)) & 3U);
-    const auto padded = static_cast<uint32_t>(length) + pad;
-    const size_t size = 1 + wire::length_size(count) + 2 * wire::c_number32 + padded;
-    uint8_t* at = claim(cursor, size);
-    if (at == nullptr) {
-        return 0;
-    }
-    *at++ = static_cast<uint8_t>(type | 0x40U);
-    at = wire::write_length(at, count);
-    at = wire::write_number<uint32_t>(at, static_form ? padded : 0);
-    at = wire::write_number<uint32_t>(at, pad);
-    if (length != 0) {
-        memcpy(at, source, static_cast<size_t>(length));
-    }
-    for (uint32_t i = 0; i < pad; ++i) {
-        at[length + i] = 0;
-    }
-    return size;
+    return wire::moved_to(at, cursor);
 }
 
 size_t EXPackOCTETSTRINGStatic(const void* source, ExWriteCursor& cursor, uint32_t count, uint32_t type) {
-    return put_octets(source, cursor, count, type, true);
+    return pack_octets(source, cursor, count, type, true);
 }
 
 size_t EXPackOCTETSTRINGMalloc(const void* source, ExWriteCursor& cursor, uint32_t count, uint32_t type) {
     if (source == nullptr) {
         return EXPackNULLStruct(cursor);
     }
-    return put_octets(source, cursor, count, type, false);
+    return pack_octets(source, cursor, count, type, false);
 }
 
 size_t ExPackEnumArray(const void* source, ExWriteCursor& cursor, uint32_t count, size_t element_size) {

@@ -35,8 +35,15 @@ constexpr uint32_t c_rpc_return_base = 1000;  // a return packet's index is the 
 
 // Latches the failure and closes the cursor: whatever is asked of it afterwards fails at its bounds check. The first
 // reason stays.
-void ExFail(ExWriteCursor& cursor);
-void ExFail(ExReadCursor& cursor, const char* why);
+inline void ExFail(ExWriteCursor& cursor) {
+    cursor.failed = true;
+    cursor.base = cursor.next + 1;
+}
+inline void ExFail(ExReadCursor& cursor, const char* why) {
+    cursor.why = cursor.failed ? cursor.why : why;
+    cursor.failed = true;
+    cursor.end = cursor.next;
+}
 
 // --- Headers ---------------------------------------------------------------------------------------------------------
 

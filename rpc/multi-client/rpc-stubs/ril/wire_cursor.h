@@ -19,6 +19,17 @@ inline uint8_t* claim(ExWriteCursor& cursor, size_t count) {
     return cursor.next + 1;
 }
 
+// Moves the cursor down to what was written, or fails it with null. The bytes written.
+inline size_t moved_to(const uint8_t* at, ExWriteCursor& cursor) {
+    if (at == nullptr) {
+        ExFail(cursor);
+        return 0;
+    }
+    const auto size = static_cast<size_t>(cursor.next + 1 - at);
+    cursor.next -= size;
+    return size;
+}
+
 // The first of `count` bytes just consumed, or null with the cursor failed.
 inline const uint8_t* consume(ExReadCursor& cursor, size_t count) {
     if (static_cast<size_t>(cursor.end - cursor.next) < count) [[unlikely]] {
@@ -50,42 +61,53 @@ static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__, "big_endian() swaps, an
 
 // --- Headers ---------------------------------------------------------------------------------------------------------
 
-inline size_t length_size(size_t length) {
-    size_t count = 1;
-    for (size_t rest = length < 0x80 ? 0 : length; rest != 0; rest >>= 8) {
-        ++count;
-    }
-    return count;
+constexpr size_t length_size(size_t length) {
+    return length < 0x80 ? 1 : length < 0x100 ? 2 : length < 0x10000 ? 3 : length < 0x1000000 ? 4 : 5;
 }
 
-// Up to 127 in one byte; above that 80|n and n little-endian bytes, where X.690 would have them big-endian. Returns
-// what is behind.
-inline uint8_t* write_length(uint8_t* at, size_t length) {
+// Writes a length below `at`, where there is room for it, and returns where it begins. Up to 127 in one byte; above
+// that 80|n and n little-endian bytes, where X.690 would have them big-endian.
+inline uint8_t* length_below(uint8_t* at, size_t length) {
     if (length < 0x80) {
-        *at = static_cast<uint8_t>(length);
-        return at + 1;
+        *--at = static_cast<uint8_t>(length);
+        return at;
     }
-    const size_t count = length_size(length) - 1;
-    *at++ = static_cast<uint8_t>(0x80U | count);
-    for (size_t i = 0; i < count; ++i) {
-        *at++ = static_cast<uint8_t>(length >> (8 * i));
+    if (length < 0x100) {
+        at[-2] = 0x81;
+        at[-1] = static_cast<uint8_t>(length);
+        return at - 2;
+    }
+    const size_t size = length_size(length);
+    at -= size;
+    *at = static_cast<uint8_t>(0x80U | (size - 1));
+    for (size_t i = 1; i < size; ++i, length >>= 8) {
+        at[i] = static_cast<uint8_t>(length);
     }
     return at;
 }
 
-inline size_t put_header(const ExTag& tag, ExWriteCursor& cursor, size_t length) {
-    const size_t size = 1 + tag.count + length_size(length);
-    uint8_t* at = length > UINT32_MAX ? nullptr : claim(cursor, size);
-    if (at == nullptr) [[unlikely]] {
-        ExFail(cursor);
-        return 0;
+// Whether `size` bytes fit above `base`. The exact size is only asked for where `at_most` would not.
+template <typename Size>
+bool fits(const uint8_t* at, const uint8_t* base, size_t at_most, Size size) {
+    const auto room = static_cast<size_t>(at - base);
+    return room >= at_most || room >= size();
+}
+
+// Writes a record's or a function's header below `at`. Null when it does not fit above `base`, else where it begins.
+inline uint8_t* header_below(uint8_t* at, const uint8_t* base, const ExTag& tag, size_t length) {
+    if (!fits(at, base, 1 + 3 + 5, [&] { return 1 + tag.count + length_size(length); })) [[unlikely]] {
+        return nullptr;
     }
-    *at++ = 0x7F;
-    for (size_t i = 0; i < tag.count; ++i) {
-        *at++ = tag.bytes[i];
+    at = length_below(at, length) - tag.count;
+    at[0] = tag.bytes[0];
+    if (tag.count > 1) {
+        at[1] = tag.bytes[1];
     }
-    write_length(at, length);
-    return size;
+    if (tag.count > 2) {
+        at[2] = tag.bytes[2];
+    }
+    *--at = 0x7F;
+    return at;
 }
 
 inline bool take_length(ExReadCursor& cursor, uint32_t& length) {
@@ -186,6 +208,30 @@ size_t take_number(Unsigned& value, ExReadCursor& cursor) {
     memcpy(&wire, bytes, sizeof(wire));
     value = big_endian(wire);
     return size;
+}
+
+// --- Octet strings ---------------------------------------------------------------------------------------------------
+
+// Writes an octet string of `length` bytes below `at`; `static_form` says whether `total` is told. Null when it does
+// not fit above `base`, else where it begins.
+inline uint8_t* octets_below(uint8_t* at, const uint8_t* base, const void* source, uint32_t length, uint32_t count,
+                             uint32_t type, bool static_form) {
+    // The data is to start at an address of the sender's buffer that is a multiple of 4.
+    const uint32_t pad = length == 0 ? 0 : static_cast<uint32_t>((reinterpret_cast<uintptr_t>(at) - length) & 3U);
+    const size_t padded = size_t{length} + pad;
+    if (!fits(at, base, padded + 2 * c_number32 + 5 + 1,
+              [&] { return padded + 2 * c_number32 + length_size(count) + 1; })) [[unlikely]] {
+        return nullptr;
+    }
+    memset(at - 4, 0, 4);  // the padding; what else this clears is written over
+    at -= padded;
+    memcpy(at, source, length);
+    write_number<uint32_t>(at - c_number32, pad);
+    at -= 2 * c_number32;
+    write_number<uint32_t>(at, static_form ? static_cast<uint32_t>(padded) : 0);
+    at = length_below(at, count);
+    *--at = static_cast<uint8_t>(type | 0x40U);
+    return at;
 }
 
 }  // namespace wire
