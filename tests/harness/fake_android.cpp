@@ -98,7 +98,7 @@ size_t FakeAndroid::timers() {
 void FakeAndroid::on_complete(RIL_Token token, RIL_Errno error, void* response, size_t length) {
     FakeAndroid& android = instance();
     const std::lock_guard lock(android.lock_);
-    Completion completion{token, error, response != nullptr, {}};
+    Completion completion{token, error, {}};
     if (response != nullptr) {
         completion.data.assign(static_cast<const char*>(response), length);
     }

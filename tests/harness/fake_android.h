@@ -16,7 +16,6 @@ public:
     struct Completion {
         RIL_Token token;
         RIL_Errno error;
-        bool has_data;
         std::string data;  // the bytes of the response
     };
     struct Unsolicited {

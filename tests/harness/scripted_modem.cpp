@@ -271,15 +271,6 @@ std::vector<Bytes> ScriptedModem::take_received() {
     return std::exchange(received_, {});
 }
 
-std::vector<uint32_t> ScriptedModem::received_ids() {
-    const std::lock_guard lock(lock_);
-    std::vector<uint32_t> ids;
-    for (const Bytes& packet : received_) {
-        ids.push_back(word(packet, 8));
-    }
-    return ids;
-}
-
 bool ScriptedModem::wait_registered() {
     std::unique_lock lock(lock_);
     return changed_.wait_for(lock, std::chrono::seconds(10), [&] { return recv_ >= 0; });

@@ -56,8 +56,6 @@ public:
 
     // What came since the last call, returns not counted.
     std::vector<Bytes> take_received();
-    // Function ids of what came and has not been taken.
-    std::vector<uint32_t> received_ids();
     // Waits until function `id` came `count` times; false after ten seconds.
     bool wait_for(uint32_t id, size_t count = 1);
 

@@ -8,8 +8,6 @@
 
 constexpr uint32_t c_event_down = 0xB1000000;
 constexpr uint32_t c_event_up = 0xB2000000;
-constexpr uint32_t c_event_reset = 0xB3000000;
-constexpr uint32_t c_event_shutdown = 0xB4000000;
 
 constexpr uint32_t c_set_sim_configuration = 232;
 

@@ -132,7 +132,7 @@ TEST(BringUp, PacketsWaitForTheModules) {
         phone.modem.send(c_card_removed);
         std::this_thread::sleep_for(std::chrono::milliseconds(50));
         EXPECT_TRUE(phone.android.unsolicited().empty());
-        EXPECT_TRUE(phone.modem.received_ids().empty());
+        EXPECT_TRUE(phone.modem.take_received().empty());
         ASSERT_EQ(flock(properties, LOCK_UN), 0);
         ASSERT_TRUE(soon([&] { return phone.android.unsolicited().size() == 6; }));
         const std::vector<int> numbers = phone.android.unsolicited_numbers();

@@ -29,18 +29,13 @@ TEST(Profile, CharacterSets) {
 }
 
 TEST(Profile, NotificationSwitches) {
-    const struct {
-        uint32_t value;
-        int32_t result;
-        uint16_t n, m;
-    } cases[] = {{0x10001, 0, 1, 1},    {0x00001, 0, 1, 0},   {0x10000, 0, 0, 1},     {0, 0, 0, 0},
-                 {0xFFFFFFFF, 0, 0, 0}, {0x1FFFF, 0, 0, 1},   {0xFFFF0001, 0, 1, 0},  {0x10002, -11, 9, 9},
-                 {0x20001, -11, 9, 9},  {0x1FFFE, -11, 9, 9}, {0xFFFE0001, -11, 9, 9}};
-    for (const auto& c : cases) {
+    const uint32_t cases[][4] = {{0x10001, 0, 1, 1}, {0x00001, 0, 1, 0},  {0x10000, 0, 0, 1}, {0xFFFFFFFF, 0, 0, 0},
+                                 {0x1FFFF, 0, 0, 1}, {0x10002, 11, 9, 9}, {0x20001, 11, 9, 9}};
+    for (const auto& [value, refusal, n, m] : cases) {
         pAggprofileDB[0].cssn_data = {9, 9};
-        EXPECT_EQ(ril_set_supplement_service_notification(0, c.value), c.result) << std::hex << c.value;
-        EXPECT_EQ(pAggprofileDB[0].cssn_data.n, c.n) << std::hex << c.value;
-        EXPECT_EQ(pAggprofileDB[0].cssn_data.m, c.m) << std::hex << c.value;
+        EXPECT_EQ(ril_set_supplement_service_notification(0, value), -static_cast<int32_t>(refusal)) << value;
+        EXPECT_EQ(pAggprofileDB[0].cssn_data.n, n) << value;
+        EXPECT_EQ(pAggprofileDB[0].cssn_data.m, m) << value;
     }
 }
 
