@@ -1,4 +1,5 @@
-// Bytes written as text: pairs of hex digits, any white space between them, XX*N for N times the same byte.
+// Bytes written as text: pairs of hex digits, any white space between them, XX*N for N times the same byte, ( ... )*N
+// for N times what is in the brackets; o1, h1, w1 for the numbers 02 01 01, 02 02 00 01, 02 04 00 00 00 01.
 #pragma once
 
 #include <cstdint>
