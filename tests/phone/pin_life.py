@@ -1,52 +1,14 @@
-"""The life of a PIN as a random walk beside a model: the whole phone, rild with the shipped library and the simulated
-modem with its card, seen from rild's socket.
+"""The life of a PIN as a random walk beside a model.
 
     pin_life.py MODEM RILD LIBRARY [SEED]
 """
-import os
 import random
 import sys
 
-sys.path.append(os.path.join(os.path.dirname(__file__), "../harness"))
-from programs import Client, Lines, Program, connect, until
+from phone import SUCCESS, Phone
 
-SUCCESS, GENERIC_FAILURE, PASSWORD_INCORRECT = 0, 2, 3
-GET_SIM_STATUS, ENTER_PIN, ENTER_PUK, CHANGE_PIN, QUERY_LOCK, SET_LOCK = 1, 2, 3, 6, 42, 43
-
-
-class Phone:
-    def __init__(self, modem, rild, library):
-        self.processes = [Program(modem, "--quiet", "--latency", "0")]
-        until(lambda: os.path.exists("/data/rpcd/rpcd.txt"))
-        self.control = Lines(connect("/dev/socket/modem_control"))
-        self.processes.append(Program(rild, "-l", library))
-        self.client = Client()
-        until(lambda: self.card_state() == 1)
-
-    def modem(self, command):
-        self.control.say(command)
-        answer = self.control.hear()
-        assert answer == "ok", f"{command}: {answer}"
-
-    def card_state(self):
-        error, value = self.client.ask(GET_SIM_STATUS, [], "iiiii[iiissiii]")
-        return value[0] if error == SUCCESS else None
-
-    def pin1(self):
-        applications = self.client.ask(GET_SIM_STATUS, [], "iiiii[iiissiii]")[1][5]
-        return applications[0][6] if applications else None
-
-    def put_in(self, card):
-        self.modem("card remove")
-        until(lambda: self.card_state() == 0)
-        self.modem("card insert " + card)
-        until(lambda: self.card_state() == 1)
-
-    def end(self):
-        for process in reversed(self.processes):
-            process.end()
-
-
+GENERIC_FAILURE, PASSWORD_INCORRECT = 2, 3
+ENTER_PIN, ENTER_PUK, CHANGE_PIN, QUERY_LOCK, SET_LOCK = 2, 3, 6, 42, 43
 NEEDED, OFF, BLOCKED, DEAD, VERIFIED = 1, 2, 3, 4, 5
 
 
