@@ -140,7 +140,6 @@ std::string field_type(const uta::Field& field) {
         case uta::Type::octets:
         case uta::Type::text:
         case uta::Type::octets16:
-        case uta::Type::octets32:
             return std::string(uta::type_name(field.type)) + "[" + count + "]";
         default:
             return uta::type_name(field.type) + (field.count > 1 ? "*" + count : "");

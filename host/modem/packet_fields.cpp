@@ -22,7 +22,7 @@ std::string hex_word(uint64_t value) {
 }
 
 bool is_signed(Type type) {
-    return type == Type::i8 || type == Type::i16 || type == Type::i32 || type == Type::i64 || type == Type::enumeration;
+    return type == Type::i8 || type == Type::i16 || type == Type::i32 || type == Type::enumeration;
 }
 
 std::string number_text(Type type, uint64_t value, std::string_view owner, std::string_view name) {
@@ -145,7 +145,6 @@ void add_field(const Record& record, size_t index, const uint8_t* memory, const 
             return;
         case Type::octets:
         case Type::octets16:
-        case Type::octets32:
             fields.push_back({path, field_type(field), octets_text(bytes, field.width)});
             return;
         case Type::case_:

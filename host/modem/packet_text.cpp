@@ -394,7 +394,6 @@ void Assembly::assign_octets(const Record& record, size_t index, uint8_t* memory
             memcpy(place, value.data(), value.size());
             return;
         case Type::octets16:
-        case Type::octets32:
             assign_numbers(record, index, memory, {name, std::nullopt}, value);
             return;
         case Type::counted_octets: {

@@ -60,6 +60,10 @@ static void on_mode_too(uint32_t, int32_t, uint32_t, int32_t) {
     delivered("mode too");
 }
 
+static void on_measured(int32_t context, int32_t result, const UtaSensorValue* value) {
+    delivered("measured", context, result, value->degrees);
+}
+
 static void on_shutdown(uint32_t context_id, int32_t value) {
     delivered("shutdown", context_id, value);
 }
@@ -87,11 +91,10 @@ protected:
     }
 };
 
-// The worked exchange's response.
 TEST_F(EntryPoints, Response) {
     receive(45,
             "20 00 01 05  7F 2D 26  7F 06 06 02 04 20 00 01 05 "
-            "7F 81 19 13  02 04 00 00 00 00  02 04 00 00 00 00  7F 81 00 03 02 01 01  02 04 00 00 00 00");
+            "7F 81 19 13  w0  w0  7F 81 00 03 o1  w0");
     EXPECT_THAT(s_delivered, ElementsAre("accept 0 1 0 0 536871173"));
 }
 
@@ -99,11 +102,11 @@ TEST_F(EntryPoints, Response) {
 TEST_F(EntryPoints, WhatNobodyReadsMayBeAnything) {
     const char* c_bodies[] = {
         "20 00 01 FF  7F 63 25  7F 07 06 02 04 20 00 01 05 "
-        "7F 81 41 12  02 04 00 00 00 03  02 04 00 00 00 02  02 04 00 00 00 01  02 04 00 00 00 01",
+        "7F 81 41 12  w3  w2  w1  w1",
         "20 00 01 05  FF 4D 7F  1F 06 06 42 04 20 00 01 05 "
         "42 14  22 04 00 00 00 03  7F 01 00 00 00 00 02  02 81 09 00 00 00 01  82 04 00 00 00 01",
         "20 00 01 05  7F 4D 01  7F 06 06 02 04 20 00 01 05 "
-        "7F 81 40 15  02 04 00 00 00 03  02 04 00 00 00 02  02 04 00 00 00 01  02 01 00  02 04 00 00 00 01  02 01 00",
+        "7F 81 40 15  w3  w2  w1  o0  w1  o0",
     };
     for (const char* body : c_bodies) {
         receive(77, body);
@@ -111,54 +114,48 @@ TEST_F(EntryPoints, WhatNobodyReadsMayBeAnything) {
     EXPECT_EQ(s_delivered, std::vector<std::string>(3, "reject 1 1 2 3 536871173"));
 }
 
-TEST_F(EntryPoints, IndicationWithoutRecord) {
-    receive(150, "20 00 01 00  7F 81 16 06  02 04 00 00 00 01");
-    EXPECT_THAT(s_delivered, ElementsAre("full access 1"));
-}
-
-TEST_F(EntryPoints, NoFunctionHeader) {
-    receive(354, "20 00 01 05  7F 06 06 02 04 20 00 01 05  02 04 FF FF FF FF  02 04 00 00 00 00");
-    EXPECT_THAT(s_delivered, ElementsAre("memory 0 -1 536871173"));
-}
-
-TEST_F(EntryPoints, PresenceByte) {
-    receive(381, "20 00 01 05  7F 06 06 02 04 20 00 01 05  02 01 00  02 04 00 00 00 02  02 04 00 00 00 00");
-    receive(381, "20 00 01 05  7F 06 06 02 04 20 00 01 05  02 01 02  02 04 00 00 00 00");
-    EXPECT_THAT(s_delivered, ElementsAre("recovery 0 2 536871173", "recovery 0 -1 536871173"));
+// Without a record, without a function header, with a presence byte.
+TEST_F(EntryPoints, Variations) {
+    receive(150, "20 00 01 00  7F 81 16 06  w1");
+    receive(354, "20 00 01 05  7F 06 06 02 04 20 00 01 05  02 04 FF FF FF FF  w0");
+    receive(381, "20 00 01 05  7F 06 06 02 04 20 00 01 05  o0  w2  w0");
+    receive(381, "20 00 01 05  7F 06 06 02 04 20 00 01 05  o2  w0");
+    EXPECT_THAT(s_delivered, ElementsAre("full access 1", "memory 0 -1 536871173", "recovery 0 2 536871173",
+                                         "recovery 0 -1 536871173"));
 }
 
 TEST_F(EntryPoints, OptionalRecordWithinARecord) {
     receive(147,
             "20 00 01 05  7F 81 13 82 5E 02  7F 06 06 02 04 20 00 01 05 "
             "7F 82 22 82 49 02  7F 82 21 82 3A 02  05 00 "
-            "7F 82 20 82 0E 01  55 81 FF 02 04 00 00 00 FF 02 04 00*4  00*255  02 02 00 02  02 02 00 03 "
-            "7F 82 1F 82 0E 01  55 81 FF 02 04 00 00 00 FF 02 04 00*4  00*255  02 02 00 02  02 02 00 03 "
-            "02 04 00 00 00 00  02 01 00  02 04 00 00 00 01");
+            "7F 82 20 82 0E 01  55 81 FF w255 w0  00*255  h2  h3 "
+            "7F 82 1F 82 0E 01  55 81 FF w255 w0  00*255  h2  h3 "
+            "w0  o0  w1");
     receive(147,
             "20 00 01 05  7F 81 13 82 77 03  7F 06 06 02 04 20 00 01 05 "
             "7F 82 22 82 62 03  7F 82 21 82 53 03 "
-            "7F 82 1D 82 1B 01  55 82 05 01 02 04 00 00 01 05 02 04 00*4  90 00*260  02 04 00 00 00 02 "
-            "7F 82 20 82 0E 01  55 81 FF 02 04 00 00 00 FF 02 04 00*4  00*255  02 02 00 02  02 02 00 03 "
-            "7F 82 1F 82 08 01  55 81 F9 02 04 00 00 00 F9 02 04 00*4  00*249  02 02 00 02  02 02 00 03 "
-            "02 04 00 00 00 00  02 01 00  02 04 00 00 00 01");
+            "7F 82 1D 82 1B 01  55 82 05 01 02 04 00 00 01 05 w0  90 00*260  w2 "
+            "7F 82 20 82 0E 01  55 81 FF w255 w0  00*255  h2  h3 "
+            "7F 82 1F 82 08 01  55 81 F9 w249 w0  00*249  h2  h3 "
+            "w0  o0  w1");
     EXPECT_THAT(s_delivered, ElementsAre("apdu 1 -1", "apdu 1 2"));
     EXPECT_THAT(log_lines(), testing::IsEmpty());
 }
 
 TEST_F(EntryPoints, IgnoredAndUndefinedOnesDoNothing) {
-    receive(164, "20 00 01 05  7F 81 24 15  7F 06 06 02 04 20 00 01 05  02 04 00 00 00 07  02 04 00 00 00 00");
-    receive(80, "20 00 01 05  7F 50 0F  7F 06 06 02 04 20 00 01 05  02 04 00 00 00 00");
+    receive(164, "20 00 01 05  7F 81 24 15  7F 06 06 02 04 20 00 01 05  w7  w0");
+    receive(80, "20 00 01 05  7F 50 0F  7F 06 06 02 04 20 00 01 05  w0");
     EXPECT_TRUE(s_delivered.empty());
     EXPECT_THAT(log_lines(), testing::IsEmpty());
 }
 
 TEST_F(EntryPoints, PacketsThatLieAreDroppedWithOneLine) {
     for (const char* body : {
-             "20 00 01 05  7F 4D 11  7F 06 06 02 04 20 00 01 05  05 00  02 04 00 00 00 01",  // no record
-             "20 00 01 05  7F 4D 25  7F 06 06 02 04 20 00 01 05  7F 81 40 13 "               // record too long
-             "02 04 00 00 00 03  02 04 00 00 00 02  02 04 00 00 00 01  02 04 00 00 00 01",
+             "20 00 01 05  7F 4D 11  7F 06 06 02 04 20 00 01 05  05 00  w1",    // no record
+             "20 00 01 05  7F 4D 25  7F 06 06 02 04 20 00 01 05  7F 81 40 13 "  // record too long
+             "w3  w2  w1  w1",
              "20 00 01 05  7F 4D 25  7F 06 06 02 04 20 00 01 05  7F 81 40 0C "  // too short
-             "02 04 00 00 00 03  02 04 00 00 00 02  02 04 00 00 00 01  02 04 00 00 00 01",
+             "w3  w2  w1  w1",
              "20 00 01",
              "",
          }) {
@@ -186,7 +183,7 @@ TEST_F(EntryPoints, PendingRows) {
         uta::Parameters parameters;
         uint32_t context_id = 0;
         int32_t result = 0;
-        const Bytes body = hex("20 00 01 00  02 04 00*4");
+        const Bytes body = hex("20 00 01 00  w0");
         EXPECT_TRUE(uta::pack_packet(function, 0, words, buffer).empty());
         EXPECT_TRUE(uta::pack_return(function, 0, 0, words, buffer).empty());
         EXPECT_FALSE(uta::unpack_packet(function, body, context_id, parameters));
@@ -196,8 +193,7 @@ TEST_F(EntryPoints, PendingRows) {
 
 TEST_F(EntryPoints, DynamicCallbacks) {
     // Nobody registered yet: dropped.
-    const char* c_response =
-        "20 00 01 05  7F 81 63 1B  02 04 00 00 00 09  7F 06 06 02 04 20 00 01 05  02 04 00 00 00 01  02 04 00 00 00 01";
+    const char* c_response = "20 00 01 05  7F 81 63 1B  w9  7F 06 06 02 04 20 00 01 05  w1  w1";
     receive(227, c_response);
     EXPECT_TRUE(s_delivered.empty());
     RemUtaMsCpsSetModeReq(1, 1, 0, on_mode, 0x20000105);
@@ -208,10 +204,10 @@ TEST_F(EntryPoints, DynamicCallbacks) {
     // The other stack has a list of its own, and a stack beyond the second has none.
     s_delivered.clear();
     receive(227,
-            "20 00 01 05  7F 81 63 1B  02 04 00 00 00 09  7F 06 06 02 04 20 00 01 05  02 04 00 00 00 01 "
-            "02 04 00 00 00 00");
+            "20 00 01 05  7F 81 63 1B  w9  7F 06 06 02 04 20 00 01 05  w1 "
+            "w0");
     receive(227,
-            "20 00 01 05  7F 81 63 1B  02 04 00 00 00 09  7F 06 06 02 04 20 00 01 05  02 04 00 00 00 01 "
+            "20 00 01 05  7F 81 63 1B  w9  7F 06 06 02 04 20 00 01 05  w1 "
             "02 04 FF FF FF FF");
     EXPECT_TRUE(s_delivered.empty());
     RemUtaMsCpsSetModeReq(2, 1, 0, on_mode, 0x20000105);
@@ -219,8 +215,12 @@ TEST_F(EntryPoints, DynamicCallbacks) {
     // Without a sim_id it is the first list; without a function header.
     RemUtaBootPrepareShutdownReq(1, 0x20000105, on_shutdown);
     ASSERT_EQ(fake_transport().one_way.size(), 1U);
-    receive(375, "20 00 01 05  02 04 00 00 00 03  7F 06 06 02 04 20 00 01 05");
-    EXPECT_THAT(s_delivered, ElementsAre("shutdown 536871173 3"));
+    receive(375, "20 00 01 05  w3  7F 06 06 02 04 20 00 01 05");
+    // From a record.
+    const UtaSensorCallback callback{on_measured};
+    RemUtaSensorTpcbOpen(nullptr, &callback, 1, 4);
+    receive(312, "20 00 01 00  7F 82 38 19  7F 0E 0A w1 h2  w3  w4");
+    EXPECT_THAT(s_delivered, ElementsAre("shutdown 536871173 3", "measured 4 3 2"));
 }
 
 template <size_t N>

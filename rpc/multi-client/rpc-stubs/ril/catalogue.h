@@ -93,12 +93,8 @@ constexpr size_t memory_width(Type type) {
             return 1;
         case Type::u16:
         case Type::i16:
-        case Type::enum16:
         case Type::octets16:
             return 2;
-        case Type::u64:
-        case Type::i64:
-            return 8;
         case Type::callback:
             return sizeof(void*);
         default:
@@ -108,7 +104,7 @@ constexpr size_t memory_width(Type type) {
 
 // Value bytes of a number on the wire.
 constexpr size_t wire_width(Type type) {
-    return type == Type::enum8 || type == Type::enum16 || type == Type::callback ? 4 : memory_width(type);
+    return type == Type::enum8 || type == Type::callback ? 4 : memory_width(type);
 }
 
 // --- Records ---------------------------------------------------------------------------------------------------------
@@ -152,14 +148,10 @@ struct Description;
 #define I16(name) number(Type::i16, offsetof(Self, name)),
 #define U32(name) number(Type::u32, offsetof(Self, name)),
 #define I32(name) number(Type::i32, offsetof(Self, name)),
-#define U64(name) number(Type::u64, offsetof(Self, name)),
-#define I64(name) number(Type::i64, offsetof(Self, name)),
 #define ENUM(name) number(Type::enumeration, offsetof(Self, name)),
 #define ENUM8(name) number(Type::enum8, offsetof(Self, name)),
-#define ENUM16(name) number(Type::enum16, offsetof(Self, name)),
 #define OCTETS(name, n) number(Type::octets, offsetof(Self, name), n),
 #define OCTETS16(name, n) number(Type::octets16, offsetof(Self, name), n),
-#define OCTETS32(name, n) number(Type::octets32, offsetof(Self, name), n),
 #define TEXT(name, n) number(Type::text, offsetof(Self, name), n),
 #define U8_ROW(name, n) number(Type::u8, offsetof(Self, name), n),
 #define U16_ROW(name, n) number(Type::u16, offsetof(Self, name), n),

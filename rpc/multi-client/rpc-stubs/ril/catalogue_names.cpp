@@ -42,14 +42,10 @@ static constexpr const char* c_field_names[] = {
 #define I16(name) #name,
 #define U32(name) #name,
 #define I32(name) #name,
-#define U64(name) #name,
-#define I64(name) #name,
 #define ENUM(name) #name,
 #define ENUM8(name) #name,
-#define ENUM16(name) #name,
 #define OCTETS(name, n) #name,
 #define OCTETS16(name, n) #name,
-#define OCTETS32(name, n) #name,
 #define TEXT(name, n) #name,
 #define U8_ROW(name, n) #name,
 #define U16_ROW(name, n) #name,
@@ -102,10 +98,10 @@ const char* kind_name(Kind kind) {
 }
 
 const char* type_name(Type type) {
-    static constexpr const char* c_names[] = {
-        "u8",    "i8",     "u16",      "i16",      "u32",      "i32",    "enum", "flag",     "u64",
-        "i64",   "enum8",  "enum16",   "callback", "ctx",      "octets", "text", "octets16", "octets32",
-        "array", "record", "optional", "counted",  "elements", "union",  "case", "memory"};
+    static constexpr const char* c_names[] = {"u8",       "i8",       "u16",   "i16",      "u32",      "i32",
+                                              "enum",     "flag",     "enum8", "callback", "ctx",      "octets",
+                                              "text",     "octets16", "array", "record",   "optional", "counted",
+                                              "elements", "union",    "case",  "memory"};
     static_assert(std::size(c_names) == static_cast<size_t>(Type::memory) + 1);
     return c_names[static_cast<size_t>(type)];
 }

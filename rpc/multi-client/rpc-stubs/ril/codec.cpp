@@ -69,15 +69,8 @@ static uint8_t* elements_below(uint8_t* at, uint8_t* base, const flat::Step& ste
         case Type::flag:
             EXPackBOOLEAN(from, cursor);
             break;
-        case Type::u64:
-        case Type::i64:
-            put_number(load<uint64_t>(from), cursor);
-            break;
         case Type::enum8:
             put_number<uint32_t>(*from, cursor);
-            break;
-        case Type::enum16:
-            put_number<uint32_t>(load<uint16_t>(from), cursor);
             break;
         case Type::callback:
             put_number(static_cast<uint32_t>(load<uintptr_t>(from)), cursor);
@@ -146,7 +139,6 @@ static uint8_t* pack_below(uint8_t* at, uint8_t* base, size_t id, const uint8_t*
             case Type::octets:
             case Type::text:
             case Type::octets16:
-            case Type::octets32:
                 at = wire::octets_below(at, base, from(), step.aux, step.count, step.width, true);
                 break;
             case Type::settle:
@@ -158,10 +150,7 @@ static uint8_t* pack_below(uint8_t* at, uint8_t* base, size_t id, const uint8_t*
                 }
                 [[fallthrough]];
             case Type::flag:
-            case Type::u64:
-            case Type::i64:
             case Type::enum8:
-            case Type::enum16:
             case Type::callback:
             case Type::array:
             case Type::counted_octets:
@@ -290,15 +279,8 @@ static void take_row(uint8_t* memory, size_t count, ExReadCursor& cursor) {
         case Type::flag:
             EXUnpackBOOLEAN(at, cursor);
             break;
-        case Type::u64:
-        case Type::i64:
-            take<uint64_t>(at, cursor);
-            break;
         case Type::enum8:
             take<uint32_t, uint8_t>(at, cursor);
-            break;
-        case Type::enum16:
-            take<uint32_t, uint16_t>(at, cursor);
             break;
         case Type::callback:
             take<uint32_t, uintptr_t>(at, cursor);
@@ -309,7 +291,6 @@ static void take_row(uint8_t* memory, size_t count, ExReadCursor& cursor) {
             break;
         case Type::octets:
         case Type::octets16:
-        case Type::octets32:
             EXUnpackOCTETSTRINGStatic(at, step.aux, cursor);
             break;
         case Type::array:

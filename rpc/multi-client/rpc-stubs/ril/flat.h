@@ -7,7 +7,7 @@
 
 namespace uta::flat {
 
-static_assert(c_octets_8 + sizeof(uint16_t) / 2 == c_octets_16 && c_octets_8 + sizeof(uint32_t) / 2 == c_octets_32);
+static_assert(c_octets_8 + sizeof(uint16_t) / 2 == c_octets_16);
 
 // In the order of packing. The fields of a record with a header stand between a `begin` and an `end`, in front of one
 // with counted octets stands a `settle`. A union is one step, its cases none.

@@ -17,14 +17,10 @@
 #define I16(name) int16_t name;
 #define U32(name) uint32_t name;
 #define I32(name) int32_t name;
-#define U64(name) uint64_t name;
-#define I64(name) int64_t name;
 #define ENUM(name) int32_t name;
 #define ENUM8(name) uint8_t name;
-#define ENUM16(name) uint16_t name;
 #define OCTETS(name, n) uint8_t name[n];
 #define OCTETS16(name, n) uint16_t name[n];
-#define OCTETS32(name, n) uint32_t name[n];
 #define TEXT(name, n) char name[n];
 #define U8_ROW(name, n) uint8_t name[n];
 #define U16_ROW(name, n) uint16_t name[n];

@@ -62,16 +62,12 @@ enum class Type : uint8_t {
     i32,
     enumeration,  // up to here numbers of 8, 16 and 32 bits, in memory as on the wire
     flag,
-    u64,
-    i64,
-    enum8,   // 8 bits in memory, 32 on the wire
-    enum16,  // 16 bits in memory, 32 on the wire
+    enum8,  // 8 bits in memory, 32 on the wire
     callback,
     context_id,  // parameters only: a u32 in the record UtaContextId
     octets,
     text,
     octets16,
-    octets32,
     array,  // octets whose number another parameter tells
     record,
     optional,
