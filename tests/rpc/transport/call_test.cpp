@@ -10,9 +10,7 @@
 namespace {
 
 TEST(Call, VersionHandshakeByteForByte) {
-    in_own_process([] {
-        FakeDaemon daemon;
-        connect_client(daemon, 1);
+    with_client(1, [](FakeDaemon& daemon) {
         int32_t version = 0;
         std::thread asking([&] { version = RemRpcGetRemoteVerInfo(); });
         EXPECT_EQ(daemon.read_packet(),
@@ -30,9 +28,7 @@ TEST(Call, VersionHandshakeByteForByte) {
 }
 
 TEST(Call, TwoThreadsInOneFunctionEachGetTheirOwnReturn) {
-    in_own_process([] {
-        FakeDaemon daemon;
-        connect_client(daemon, 1);
+    with_client(1, [](FakeDaemon& daemon) {
         // In two contexts the returns may come in either order.
         for (const bool reversed : {false, true}) {
             std::thread one([] { EXPECT_EQ(call(71, 0x20000102), 1002); });
@@ -69,9 +65,7 @@ TEST(Call, TwoThreadsInOneFunctionEachGetTheirOwnReturn) {
 }
 
 TEST(Call, TheOnlyOneOfItsFunctionTakesAReturnOfAnyContext) {
-    in_own_process([] {
-        FakeDaemon daemon;
-        connect_client(daemon, 1);
+    with_client(1, [](FakeDaemon& daemon) {
         std::thread alone([] { EXPECT_EQ(call(71, 0x20000102), 5); });
         daemon.read_packet();
         daemon.write(return_of(72, 0x20000102, 4) + return_of(71, 0xFFFFFFFF, 5));
@@ -89,18 +83,14 @@ TEST(Call, TheOnlyOneOfItsFunctionTakesAReturnOfAnyContext) {
 }
 
 TEST(Call, SignalsDoNotKeepThePacketBack) {
-    in_own_process([] {
-        FakeDaemon daemon;
-        connect_client(daemon, 1);
+    with_client(1, [](FakeDaemon& daemon) {
         g_polls_interrupted = 3;
         expect_call(daemon, 71, 0x20000105, 2);
     });
 }
 
 TEST(Call, FortySlotsBusy) {
-    in_own_process([] {
-        FakeDaemon daemon;
-        connect_client(daemon, 1);
+    with_client(1, [](FakeDaemon& daemon) {
         std::vector<std::thread> callers;
         for (uint32_t i = 0; i < 40; i++) {
             callers.emplace_back([i] { EXPECT_EQ(call(71, i), static_cast<int32_t>(i)); });
@@ -118,9 +108,7 @@ TEST(Call, FortySlotsBusy) {
 }
 
 TEST(Call, TimeoutGivesTheSlotBackAndALateReturnIsDropped) {
-    in_own_process([] {
-        FakeDaemon daemon;
-        connect_client(daemon, 1);
+    with_client(1, [](FakeDaemon& daemon) {
         g_realtime_back_ms = 4990;
         for (int i = 0; i < 41; i++) {
             ASSERT_EQ(call(71, 0x20000105), -99);
@@ -136,9 +124,7 @@ TEST(Call, TimeoutGivesTheSlotBackAndALateReturnIsDropped) {
 }
 
 TEST(Call, EndsWhenItsThreadIsToldToEnd) {
-    in_own_process([] {
-        FakeDaemon daemon;
-        connect_client(daemon, 1);
+    with_client(1, [](FakeDaemon& daemon) {
         struct sigaction action {};
         action.sa_handler = [](int) {};
         sigaction(SIGUSR1, &action, nullptr);

@@ -77,9 +77,7 @@ TEST(Connection, CallsBeforeTheFirstOneLinger) {
 }
 
 TEST(Connection, WhenTheDaemonGoesWaitingAndNewCallsFailAtOnceUntilItIsBack) {
-    in_own_process([] {
-        FakeDaemon daemon;
-        connect_client(daemon, 3);
+    with_client(3, [](FakeDaemon& daemon) {
         std::thread waiting([] { EXPECT_EQ(call(44, 0x20000305), -99); });
         daemon.read_packet();
         daemon.die();
@@ -102,9 +100,7 @@ TEST(Connection, WhenTheDaemonGoesWaitingAndNewCallsFailAtOnceUntilItIsBack) {
 
 TEST(Connection, EndOfEitherSocketEndsBoth) {
     for (const bool send : {false, true}) {
-        in_own_process([=] {
-            FakeDaemon daemon;
-            connect_client(daemon, 3);
+        with_client(3, [=](FakeDaemon& daemon) {
             daemon.hang_up(send, !send);
             if (send) {
                 EXPECT_EQ(call(44, 0x20000305), -99);  // finds out, at once
@@ -117,9 +113,7 @@ TEST(Connection, EndOfEitherSocketEndsBoth) {
 }
 
 TEST(Connection, DaemonThatNeverReadsBlocksNobody) {
-    in_own_process([] {
-        FakeDaemon daemon;
-        connect_client(daemon, 3);
+    with_client(3, [](FakeDaemon& /*daemon*/) {
         const Bytes request = packet(44, 0x20000300, Bytes(2000));
         for (int i = 0; i < 1000; i++) {
             ASSERT_EQ(AppSendPackedData(request.data(), request.size()), 1);
@@ -131,12 +125,10 @@ TEST(Connection, DaemonThatNeverReadsBlocksNobody) {
 }
 
 TEST(Connection, DaemonKilledAndRestartedUnderLoad) {
-    in_own_process([] {
+    with_client(1, [](FakeDaemon& daemon) {
         constexpr uint32_t c_callers = 4;
         constexpr int c_lives = 6;
         constexpr int c_served = 500;  // calls in one life of the daemon
-        FakeDaemon daemon;
-        connect_client(daemon, 1);
         std::atomic<bool> stop{false};
         std::atomic<int> answered{0};
         std::vector<std::thread> callers;

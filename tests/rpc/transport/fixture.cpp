@@ -308,11 +308,15 @@ void FakeDaemon::die() {
     }
 }
 
-void connect_client(FakeDaemon& daemon, uint8_t app_id) {
-    FakeDaemon::put_marker();
-    std::thread admitting([&] { daemon.admit(app_id); });
-    EXPECT_EQ(RegisterRPCClient(nullptr), 0x20000000U | static_cast<uint32_t>(app_id) << 8);
-    admitting.join();
+void with_client(uint8_t app_id, const std::function<void(FakeDaemon& daemon)>& body) {
+    in_own_process([&] {
+        FakeDaemon daemon;
+        FakeDaemon::put_marker();
+        std::thread admitting([&] { daemon.admit(app_id); });
+        EXPECT_EQ(RegisterRPCClient(nullptr), 0x20000000U | static_cast<uint32_t>(app_id) << 8);
+        admitting.join();
+        body(daemon);
+    });
 }
 
 void expect_call(FakeDaemon& daemon, uint32_t id, uint32_t context_id, int32_t value) {

@@ -64,7 +64,7 @@ private:
     int client_[3] = {-1, -1, -1};
 };
 
-// A daemon with the client registered to it as application `app_id`.
-void connect_client(FakeDaemon& daemon, uint8_t app_id);
+// A process of its own with a daemon and the client registered to it as application `app_id`.
+void with_client(uint8_t app_id, const std::function<void(FakeDaemon& daemon)>& body);
 // A call that the daemon gets as it is and returns `value` to.
 void expect_call(FakeDaemon& daemon, uint32_t id, uint32_t context_id, int32_t value);

@@ -137,10 +137,8 @@ TEST(Queue, HoldsEightyAlsoWhenWrapped) {
 }
 
 TEST(Dispatch, WhileOneUnpackerIsParkedReturnsGoOnAndTheQueueFills) {
-    in_own_process([] {
+    with_client(1, [](FakeDaemon& daemon) {
         sem_init(&s_gate, 0, 0);
-        FakeDaemon daemon;
-        connect_client(daemon, 1);
         daemon.write(packet(76, c_context));
         // Taken from the queue once a call behind it got its return and the queue is found to hold 80 more.
         expect_call(daemon, 71, c_context, 5);

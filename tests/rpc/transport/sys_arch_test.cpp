@@ -60,14 +60,4 @@ TEST(SysArch, SignalsNeitherEndNorLengthenTheWait) {
     });
 }
 
-TEST(SysArch, WaitsFiveSeconds) {
-    in_own_process([] {
-        g_realtime_back_ms = 0;
-        sem_t sem;
-        sem_init(&sem, 0, 0);
-        EXPECT_EQ(sys_rpc_sem_wait(&sem), -1);
-        EXPECT_EQ(times_logged("sem_timedwait() timed out\n"), 1);
-    });
-}
-
 }  // namespace
