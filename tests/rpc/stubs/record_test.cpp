@@ -11,13 +11,14 @@
 
 namespace {
 
-// What `wire` is read as, packed again, or "refused".
+// What `wire` is read as, packed again, or "refused". It has to be read to its end, and not behind that.
 std::string repacked(const uta::Record& record, const Bytes& wire) {
     std::vector<std::max_align_t> memory(record.size / sizeof(std::max_align_t) + 1, std::max_align_t{});
     MemTable mem_table{};
     ExReadCursor cursor{wire.data(), wire.data() + wire.size(), false};
     std::string text = "refused";
-    if (uta::unpack_record(record, memory.data(), cursor, mem_table) && cursor.next == cursor.end) {
+    if (uta::unpack_record(record, memory.data(), cursor, mem_table)) {
+        EXPECT_EQ(cursor.next, wire.data() + wire.size());
         alignas(4) uint8_t buffer[4 * c_rpc_packet_max];  // there are records that no packet holds
         ExWriteCursor writer{buffer, buffer + sizeof(buffer) - 1, false};
         const size_t size = uta::pack_record(record, memory.data(), writer);
