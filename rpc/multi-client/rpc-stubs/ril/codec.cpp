@@ -181,7 +181,7 @@ size_t pack_record(const Record& record, const void* memory, ExWriteCursor& curs
 static void enter(ExReadCursor& cursor) {
     ExBerHeader header;
     wire::take_header(cursor, header);
-    if (header.length > left(cursor) + 6) {
+    if (header.length > left(cursor)) {
         ExFail(cursor, "a record is longer than what is left");
     } else {
         cursor.end = cursor.next + header.length;
