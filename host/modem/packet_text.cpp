@@ -222,12 +222,16 @@ Path complete(const uta::Function& function, const Path& path, bool to_null) {
 
 // --- Assigning -------------------------------------------------------------------------------------------------------
 
+constexpr size_t c_packet_max = 32768;
+
 class Assembly {
 public:
     explicit Assembly(const uta::Function& function) : function_(function) {
         const auto parameters = uta::parameters_of(function);
         for (size_t i = 0; i < parameters.size(); ++i) {
-            if (is_pointed(parameters[i].type)) {
+            if (parameters[i].type == Type::array) {
+                words_[i] = reinterpret_cast<uta::Word>(allocate(c_packet_max));  // whatever number is told
+            } else if (is_pointed(parameters[i].type)) {
                 words_[i] = reinterpret_cast<uta::Word>(allocate(uta::c_records[parameters[i].aux].size));
             } else if (parameters[i].output) {
                 words_[i] = reinterpret_cast<uta::Word>(allocate(sizeof(uint64_t)));
@@ -405,8 +409,9 @@ void Assembly::assign_octets(const Record& record, size_t index, uint8_t* memory
             return;
         }
         default: {
-            const Bytes bytes = parse_octets(value, field.count, name);
-            memset(place, 0, field.count);
+            const size_t room = field.type == Type::array ? c_packet_max : field.count;
+            const Bytes bytes = parse_octets(value, room, name);
+            memset(place, 0, room);
             std::copy(bytes.begin(), bytes.end(), place);
             return;
         }
@@ -449,7 +454,7 @@ Bytes assemble(const uta::Function& function, uint32_t context_id, const std::ve
             const std::string_view value = std::string_view(assignment).substr(equals + 1);
             assembly.assign(complete(function, parse_path(assignment.substr(0, equals)), value == "null"), value);
         }
-        alignas(8) std::array<uint8_t, 32768> buffer;
+        alignas(8) std::array<uint8_t, c_packet_max> buffer;
         const std::span<uint8_t> packet = pack(assembly.words(), std::span<uint8_t>(buffer));
         if (packet.empty()) {
             fail("it does not fit into a packet");

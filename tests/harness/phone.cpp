@@ -5,7 +5,6 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <chrono>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -91,8 +90,12 @@ Phone::Phone(std::vector<std::string> arguments, bool has_daemon)
         abort();
     }
     const auto ril_init = reinterpret_cast<decltype(&RIL_Init)>(symbol("RIL_Init"));
-    init_ = std::thread(
-        [=, this] { functions_ = ril_init(FakeAndroid::env(), static_cast<int>(argv_.size()) - 1, argv_.data()); });
+    init_ = std::thread([=, this] {
+        const auto start = std::chrono::steady_clock::now();
+        const auto* functions = ril_init(FakeAndroid::env(), static_cast<int>(argv_.size()) - 1, argv_.data());
+        init_time_ = std::chrono::steady_clock::now() - start;
+        functions_ = functions;
+    });
 }
 
 // The library's threads have no end: the process's exit ends them.

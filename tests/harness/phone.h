@@ -5,6 +5,7 @@
 #include <telephony/ril.h>
 
 #include <atomic>
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <string>
@@ -71,11 +72,14 @@ public:
     // How often the library asked the modem manager for something, and what for the last time.
     std::atomic<uint32_t> manager_requests{0};
     std::atomic<uint32_t> last_manager_request{0};
+    // How long RIL_Init took, once it has returned.
+    std::chrono::steady_clock::duration init_time() const { return init_time_; }
 
 private:
     std::vector<std::string> arguments_;
     std::vector<char*> argv_;
     void* library_ = nullptr;
+    std::chrono::steady_clock::duration init_time_{};  // written before functions_
     std::atomic<const RIL_RadioFunctions*> functions_{nullptr};
     std::thread init_;
     uintptr_t next_token_ = 1;
