@@ -26,6 +26,9 @@ std::array<uint8_t, 2> s_sim_number_of_ecc_records{};
 std::array<uint8_t, 2> s_sim_current_ecc_record{};  // being read, from 1
 std::array<uint8_t, 2> s_sim_ecc_record_len{};
 std::array<uint8_t, 2> s_sim_is_ecc_found{};  // 1 when the reading has ended, well or badly
+// Of the reading under way. One that began before it, at an earlier refresh of the card, stores nothing any more: the
+// records are counted for one.
+std::array<uint32_t, 2> s_sim_ecc_context{};
 
 void sim_update_ecc_list_properties(uint32_t sim_id) {
     char key[PROPERTY_KEY_MAX] = "ril.ecclist";
@@ -63,7 +66,10 @@ void sim_check_and_update_ecc_list(uint32_t sim_id) {
     sim_update_ecc_list_properties(sim_id);
 }
 
-chain_answer sim_ecc_fcp_cb(uint32_t sim_id, const void* p_params, uint32_t) {
+chain_answer sim_ecc_fcp_cb(uint32_t sim_id, const void* p_params, uint32_t ctxt_id) {
+    if (ctxt_id != s_sim_ecc_context[sim_id]) {
+        return CHAIN_FAIL;
+    }
     sim_file_properties file;
     if (AGGSimAnalyseFilePropertyResult(static_cast<const UtaSimApduCmdRspParam*>(p_params), &file) != 0) {
         RIL_TRACE(TRACE_ERROR, "%s: UTA_FAILURE from AGGSimAnalyseFilePropertyResult, sim_id = %d\n", __func__,
@@ -89,7 +95,10 @@ void store_number(uint32_t sim_id, std::span<const uint8_t> record) {
     list.count = static_cast<uint8_t>(strnlen(entry.number, sizeof(entry.number)));
 }
 
-chain_answer sim_rpc_ecc_read_ecc_cb(uint32_t sim_id, const void* p_params, uint32_t) {
+chain_answer sim_rpc_ecc_read_ecc_cb(uint32_t sim_id, const void* p_params, uint32_t ctxt_id) {
+    if (ctxt_id != s_sim_ecc_context[sim_id]) {
+        return CHAIN_FAIL;
+    }
     sim_read_result read;
     const int32_t rc = sms_sim_analyse_read_result(*static_cast<const UtaSimApduCmdRspParam*>(p_params), read);
     if (rc != 0) {
@@ -126,7 +135,7 @@ chain_sent sim_rpc_util_read_record(uint32_t sim_id, uint32_t ctxt_id) {
 
 // The numbers read so far count, however the reading has ended. One that could not even begin has not ended.
 void end_reading(uint32_t sim_id, uint32_t ctxt_id, bool succeeded) {
-    if (succeeded || s_sim_current_ecc_record[sim_id] != 0) {
+    if (ctxt_id == s_sim_ecc_context[sim_id] && (succeeded || s_sim_current_ecc_record[sim_id] != 0)) {
         s_sim_is_ecc_found[sim_id] = 1;
         sim_check_and_update_ecc_list(sim_id);
     }
@@ -151,6 +160,7 @@ void sim_ecc_init(uint32_t sim_id) {
 
 void sim_ecc_file_properties(uint32_t sim_id, uint32_t ctxt_id) {
     s_sim_current_ecc_record[sim_id] = 0;
+    s_sim_ecc_context[sim_id] = ctxt_id;
     chain_start(c_ecc_chain, sim_id, ctxt_id);
 }
 
