@@ -3,9 +3,12 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/file.h>
+#include <sys/stat.h>
 
 #include <algorithm>
 #include <filesystem>
+#include <fstream>
+#include <string>
 
 #include "tests/lifecycle/lifecycle.h"
 
@@ -118,6 +121,22 @@ TEST(ModemDown, ResetIsAskedForByTheFirstInstance) {
     }
 }
 
+// Whether a thread waits for a lock of the file: /proc/locks marks its line with an arrow.
+bool somebody_waits_for(int file) {
+    struct stat status = {};
+    if (fstat(file, &status) != 0) {
+        return false;
+    }
+    const std::string inode = ":" + std::to_string(status.st_ino) + " ";
+    std::ifstream locks("/proc/locks");
+    for (std::string line; std::getline(locks, line);) {
+        if (line.find("->") != std::string::npos && line.find(inode) != std::string::npos) {
+            return true;
+        }
+    }
+    return false;
+}
+
 // The start stands still in the middle of the modules, at a property that it cannot write: what the modem sends
 // meanwhile reaches no module before all have their start values.
 TEST(BringUp, PacketsWaitForTheModules) {
@@ -128,7 +147,7 @@ TEST(BringUp, PacketsWaitForTheModules) {
         const int properties = open("/dev/__properties__", O_RDWR);
         ASSERT_EQ(flock(properties, LOCK_EX), 0);
         phone.event(c_event_up);
-        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        ASSERT_TRUE(soon([&] { return somebody_waits_for(properties); }));
         phone.modem.send(c_card_removed);
         std::this_thread::sleep_for(std::chrono::milliseconds(50));
         EXPECT_TRUE(phone.android.unsolicited().empty());
