@@ -26,6 +26,15 @@ std::string word(const std::vector<Word>& words, size_t index, const char* missi
     return index < words.size() ? words[index].text : missing;
 }
 
+// All of them, a blank between each two.
+std::string line(const std::vector<Word>& words) {
+    std::string text = word(words, 0);
+    for (size_t i = 1; i < words.size(); ++i) {
+        text += ' ' + words[i].text;
+    }
+    return text;
+}
+
 // Waits until what is seen fits.
 void expect(const std::string& wanted, const std::function<std::string()>& look) {
     std::string seen;
@@ -121,9 +130,7 @@ const Player::Action Player::c_actions[] = {
     {"prop", true,
      [](Player&, const Words& w) { expect(word(w, 1, "(unset)"), [&] { return property(word(w, 0)); }); }},
     {"log", true,
-     [](Player& p, const Words& w) {
-         expect("*" + word(w, 0) + "*", [&] { return radio_log().substr(p.log_start_); });
-     }},
+     [](Player& p, const Words& w) { expect("*" + line(w) + "*", [&] { return radio_log().substr(p.log_start_); }); }},
     {"nolog", true,
      [](Player& p, const Words& w) {
          if (radio_log().find(word(w, 0), p.log_start_) != std::string::npos) {
