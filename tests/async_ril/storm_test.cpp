@@ -7,60 +7,31 @@
 #include <thread>
 
 #include "ril/core/src/async_ril/async_ril.h"
-#include "ril/core/src/async_ril/radio_state.h"
-#include "ril/core/src/entry/gate.h"
 #include "ril/utils/mem_util.h"
 #include "ril/utils/ril_instance.h"
+#include "tests/harness/fake_android.h"
 #include "tests/harness/stood_in_rooms.h"
 
 namespace {
 
 constexpr uint32_t c_cycles = 10000;
 
-// Completions per token; a token is the address of its counter.
-struct Token {
-    std::atomic<int> completions{0};
-};
+// Of a token, which is the address of its counter.
+using Completions = std::atomic<int>;
 
 std::atomic<uint64_t> s_completions{0};
 std::atomic<uint64_t> s_handled{0};
 
 void on_complete(RIL_Token token, RIL_Errno, void*, size_t) {
-    static_cast<Token*>(token)->completions.fetch_add(1);
-    s_completions.fetch_add(1, std::memory_order_relaxed);
+    ++*static_cast<Completions*>(token);
+    ++s_completions;
 }
-
-void on_unsolicited(int, const void*, size_t) {}
-
-struct Timer {
-    RIL_TimedCallback callback;
-    void* param;
-};
-pthread_mutex_t s_timers_lock = PTHREAD_MUTEX_INITIALIZER;
-std::vector<Timer> s_timers;
-
-void on_timed(RIL_TimedCallback callback, void* param, const timeval*) {
-    pthread_mutex_lock(&s_timers_lock);
-    s_timers.push_back({callback, param});
-    pthread_mutex_unlock(&s_timers_lock);
-}
-
-void run_timers() {
-    pthread_mutex_lock(&s_timers_lock);
-    const std::vector<Timer> due = std::exchange(s_timers, {});
-    pthread_mutex_unlock(&s_timers_lock);
-    for (const Timer& timer : due) {
-        timer.callback(timer.param);
-    }
-}
-
-constexpr RIL_Env c_env = {on_complete, on_unsolicited, on_timed};
 
 // Some requests end in their handler, some wait for a response, a timer or the modem's end; some block for ever.
 void handler(int32_t request, void* data, size_t length, RIL_Token token, sys_sem_t never) {
     EXPECT_EQ(*static_cast<uint32_t*>(data), static_cast<uint32_t>(request) * 7);
     EXPECT_EQ(length, sizeof(uint32_t));
-    s_handled.fetch_add(1, std::memory_order_relaxed);
+    ++s_handled;
     if (request % 4 == 0) {
         ril_request_complete(token, RIL_E_SUCCESS, nullptr, 0);
         return;
@@ -84,51 +55,42 @@ TEST(Storm, EveryTokenIsCompletedOnceOverTenThousandRestarts) {
     stood_in.reset();
     sys_sem_t never = sys_sem_new(0);
     stood_in.handler = [&](int32_t r, void* d, size_t l, RIL_Token t) { handler(r, d, l, t, never); };
-    start_engine(&c_env);
-    set_radio_state(0, RADIO_STATE_ON);
+    const RIL_Env env = {on_complete, [](int, const void*, size_t) {}, FakeAndroid::env()->RequestTimedCallback};
+    start_engine(&env);
 
     std::atomic<bool> ending{false};
+    std::atomic<bool> stopped{false};
     std::atomic<uint64_t> tokens{0};
     std::vector<std::thread> threads;
     threads.reserve(5);
-    // Requests: one thread through the gate, two that post by themselves.
-    for (int kind = 0; kind < 3; ++kind) {
-        threads.emplace_back([&, kind] {
-            std::vector<std::unique_ptr<Token>> open;
+    for (int i = 0; i < 3; ++i) {
+        threads.emplace_back([&] {
+            std::vector<std::unique_ptr<Completions>> open;
             for (uint32_t n = 1; !ending; ++n) {
-                auto token = std::make_unique<Token>();
+                auto token = std::make_unique<Completions>(0);
                 const auto request = static_cast<int32_t>(200 + n % 100000);
                 uint32_t data = static_cast<uint32_t>(request) * 7;
-                int posted = 0;
-                if (kind == 0) {
-                    on_request(request, &data, sizeof(data), token.get());
-                    run_timers();
-                    if (stood_in.spoofing != 0) {
-                        std::this_thread::yield();
-                    }
-                } else {
-                    posted = qelril_post_request(0, request, &data, sizeof(data), token.get());
-                }
+                const int32_t posted = qelril_post_request(0, request, &data, sizeof(data), token.get());
                 data = 0;
+                FakeAndroid::instance().advance(10'000);
                 if (posted == 0) {
-                    tokens.fetch_add(1, std::memory_order_relaxed);
+                    ++tokens;
                     open.push_back(std::move(token));
                 } else {
-                    EXPECT_EQ(token->completions, 0);
+                    EXPECT_EQ(*token, 0);
                     std::this_thread::yield();
                 }
                 if (open.size() > 4096) {
-                    std::erase_if(open, [](const auto& t) { return t->completions == 1; });
+                    std::erase_if(open, [](const auto& t) { return *t == 1; });
                     EXPECT_LT(open.size(), 4096U) << "tokens stay open";
                 }
             }
             // The engine has stopped for good: nothing may be open, nothing completed twice.
-            while (ending.load() && stood_in.spoofing == 0) {
+            while (!stopped) {
                 std::this_thread::yield();
             }
-            std::this_thread::sleep_for(std::chrono::milliseconds(100));
             for (const auto& token : open) {
-                EXPECT_EQ(token->completions, 1);
+                EXPECT_EQ(*token, 1);
             }
         });
     }
@@ -171,28 +133,27 @@ TEST(Storm, EveryTokenIsCompletedOnceOverTenThousandRestarts) {
     size_t memory_early = 0;
     for (uint32_t cycle = 0; cycle < c_cycles; ++cycle) {
         std::this_thread::sleep_for(std::chrono::microseconds(cycle % 7 == 0 ? 1000 : 100));
-        stood_in.spoofing = 1;
         qelril_destroy();
         if (cycle == c_cycles / 4) {
             memory_early = mallinfo2().uordblks;
         }
         qelril_init();
-        stood_in.spoofing = 0;
     }
     ending = true;
     signals.join();
     const size_t memory_late = mallinfo2().uordblks;
     stop_engine();
+    stopped = true;
     for (std::thread& thread : threads) {
         thread.join();
     }
-    run_timers();
+    FakeAndroid::instance().advance(10'000);
     // Timers and open tokens come and go: growth would be a block per cycle.
-    EXPECT_LT(memory_late, memory_early + c_cycles / 2 * sizeof(Token) * 8);
+    EXPECT_LT(memory_late, memory_early + c_cycles / 2 * sizeof(Completions) * 8);
     EXPECT_GT(s_handled, uint64_t{c_cycles}) << "the engine hardly ran";
     EXPECT_EQ(s_completions, tokens);
     printf("%u restarts, %llu tokens completed, %llu of them through the RIL thread\n", c_cycles,
-           static_cast<unsigned long long>(s_completions.load()), static_cast<unsigned long long>(s_handled.load()));
+           static_cast<unsigned long long>(s_completions), static_cast<unsigned long long>(s_handled));
     sys_sem_free(never);
 }
 

@@ -6,8 +6,10 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <csignal>
 #include <filesystem>
 #include <fstream>
+#include <set>
 #include <string>
 
 #include "tests/lifecycle/lifecycle.h"
@@ -119,6 +121,28 @@ TEST(ModemDown, ResetIsAskedForByTheFirstInstance) {
             EXPECT_EQ(phone.manager_requests, second_instance ? 0U : 1U);
         });
     }
+}
+
+// What rild is given: a list of requests that differs from what the gate lets through, and the same library when it
+// asks again. A stray signal ends no thread.
+TEST(RilInit, IsOnce) {
+    in_own_process([] {
+        Phone phone;
+        phone.bring_up();
+        EXPECT_EQ(phone.ril()->version, 9);
+        EXPECT_STREQ(phone.ril()->getVersion(), "QEL DUN-RIL 1.0");
+        EXPECT_EQ(std::string(phone.ril()->rildInstance, 10), std::string(10, '\0'));
+        const std::set<int> unsupported = {15, 51, 58, 77, 78, 79, 82, 83, 84, 85,  86,
+                                           87, 88, 92, 93, 94, 95, 96, 97, 99, 104, 105};
+        for (int number = -1; number <= 120; ++number) {
+            EXPECT_EQ(phone.ril()->supports(number), unsupported.count(number) == 0) << number;
+        }
+        phone.ril()->onCancel(phone.request(RIL_REQUEST_GET_SIM_STATUS, nullptr, 0));
+        raise(SIGUSR1);
+        const auto again = reinterpret_cast<decltype(&RIL_Init)>(phone.symbol("RIL_Init"));
+        EXPECT_EQ(again(FakeAndroid::env(), 0, nullptr), phone.ril());
+        EXPECT_EQ(phone.answer(phone.request(RIL_REQUEST_GET_SIM_STATUS, nullptr, 0)).error, RIL_E_SUCCESS);
+    });
 }
 
 // Whether a thread waits for a lock of the file: /proc/locks marks its line with an arrow.
