@@ -1,34 +1,55 @@
-// Messages and broadcasts of any content from the modem, any answers of modem and card to what follows, and an Android
-// that acknowledges what it likes: through the entry points, with the RIL thread behind them.
+// Messages and broadcasts of any content, any answers of modem and card, an Android that asks and acknowledges what it
+// likes, a message centre that keeps what is not acknowledged, and crashes, in any order: through the entry points,
+// with the RIL thread behind them. In the end all goes well, and nothing may be left.
 #include <algorithm>
 #include <cstring>
 #include <deque>
+#include <map>
+#include <set>
+#include <utility>
 
 #include "fuzz/decode/input.h"
+#include "host/sms/mailbox.h"
 #include "ril/core/src/agg_request/handlers.h"
 #include "ril/core/src/async_ril/async_ril.h"
 #include "ril/core/src/sim/apdu.h"
 #include "ril/core/src/sms/sms.h"
 #include "rpc/multi-client/rpc-stubs/ril/entry_points.h"
+#include "rpc/multi-client/rpc-stubs/ril/mem_table.h"
 #include "rpc/multi-client/rpc-stubs/ril/stubs.h"
 #include "tests/harness/stood_in_rooms.h"
 
 namespace {
 
+constexpr int32_t c_ack_success = 39;
+constexpr int32_t c_ack_replaced = 0;
+constexpr int32_t c_ack_no_memory = 16;
+constexpr int32_t c_sent = 541;
+
+// What the library asked for and is owed.
 struct Owed {
+    int function;  // 0 for a command to the card
     uint32_t ctxt_id;
-    rilreq_rspcb callback;  // null for a count of records
+    rilreq_rspcb callback;
+    uint8_t id;  // of the message that is downloaded
 };
 
-std::deque<Owed> s_owed;
-bool s_refuses;
-int s_open_requests;
+struct World {
+    sms::Mailbox centre;
+    std::deque<Owed> owed;
+    std::set<RIL_Token> open;  // requests
+    uintptr_t tokens = 0;
+    bool refuses = false;
+    bool waits = false;     // Android was told of a message and has not said a word
+    bool says_yes = false;  // its acknowledgement is being carried out
+    bool stored = false;    // on the card while another message waits, and not acknowledged yet
+};
+World s_world;
 
 // --- Android
 
-void completed(RIL_Token, RIL_Errno, void*, size_t) {
-    --s_open_requests;
-    FUZZ_CHECK(s_open_requests >= 0);
+void completed(RIL_Token token, RIL_Errno, void*, size_t) {
+    FUZZ_CHECK(s_world.open.erase(token) == 1);
 }
 
 void told(int number, const void* data, size_t length) {
@@ -36,106 +57,282 @@ void told(int number, const void* data, size_t length) {
     if (number == RIL_UNSOL_RESPONSE_NEW_SMS || number == RIL_UNSOL_RESPONSE_NEW_SMS_STATUS_REPORT) {
         FUZZ_CHECK((length & 1) == 0 && length > 0 && length <= 352 && strlen(octets) == length);
         FUZZ_CHECK(strspn(octets, "0123456789ABCDEF") == length);
+        FUZZ_CHECK(!std::exchange(s_world.waits, true));
     } else if (number == RIL_UNSOL_RESPONSE_NEW_BROADCAST_SMS) {
         FUZZ_CHECK(length >= 6 && length <= 88 && (octets[5] & 0x0F) != 0);
     } else if (number == RIL_UNSOL_RESPONSE_NEW_SMS_ON_SIM) {
         int record = 0;
         memcpy(&record, data, sizeof(record));
         FUZZ_CHECK(record >= 1 && record <= 255);
+        s_world.stored = std::exchange(s_world.waits, true);
     }
 }
 
 const RIL_Env c_env = {completed, told, [](RIL_TimedCallback, void*, const timeval*) {}};
 
 void handle(int32_t request, void* data, size_t length, RIL_Token token) {
-    static constexpr request_row c_ack = ROW(ril_request_sms_acknowledge);
-    static constexpr request_row c_memory = ROW(ril_request_report_sms_memory_status);
-    const request_row& row = request == RIL_REQUEST_SMS_ACKNOWLEDGE ? c_ack : c_memory;
+    static const std::map<int, request_row> c_rows = {
+        {RIL_REQUEST_SEND_SMS, ROW(ril_request_send_sms)},
+        {RIL_REQUEST_SMS_ACKNOWLEDGE, ROW(ril_request_sms_acknowledge)},
+        {RIL_REQUEST_ACKNOWLEDGE_INCOMING_GSM_SMS_WITH_PDU, ROW(ril_request_acknowledge_incoming_gsm_sms_with_pdu)},
+        {RIL_REQUEST_WRITE_SMS_TO_SIM, ROW(ril_request_write_sms_to_sim)},
+        {RIL_REQUEST_DELETE_SMS_ON_SIM, ROW(ril_request_delete_sms_on_sim)},
+        {RIL_REQUEST_GET_SMSC_ADDRESS, ROW(ril_request_get_smsc_address)},
+        {RIL_REQUEST_REPORT_SMS_MEMORY_STATUS, ROW(ril_request_report_sms_memory_status)},
+    };
+    const request_row& row = c_rows.at(request);
     row.run(row, {0, request, token}, {data, length});
 }
 
-void ask(int number, int first, int second) {
-    int values[] = {first, second};
-    ++s_open_requests;
-    qelril_post_request(0, number, values, sizeof(values), reinterpret_cast<RIL_Token>(1));
+template <typename Data>
+void ask(int number, Data data) {
+    const auto token = reinterpret_cast<RIL_Token>(++s_world.tokens);
+    s_world.open.insert(token);
+    qelril_post_request(0, number, &data, sizeof(data), token);
+}
+
+void acknowledge(int success, int cause, bool has_text) {
+    s_world.says_yes = success == 1 && s_world.waits;
+    if (has_text) {
+        char text[] = "0100";
+        char status[] = {static_cast<char>('0' + success), '\0'};
+        ask(RIL_REQUEST_ACKNOWLEDGE_INCOMING_GSM_SMS_WITH_PDU, std::array{status, text});
+    } else {
+        ask(RIL_REQUEST_SMS_ACKNOWLEDGE, std::array{success, cause});
+    }
+    s_world.says_yes = s_world.waits = false;
+}
+
+void work(uint8_t choice) {
+    char pdu[] = "0100039121F3000003C1E010";
+    switch (choice % 6) {
+        case 0:
+            return ask(RIL_REQUEST_SEND_SMS, std::array<char*, 2>{nullptr, pdu});
+        case 1:
+            return ask(RIL_REQUEST_WRITE_SMS_TO_SIM, RIL_SMS_WriteArgs{1, pdu, nullptr});
+        case 2:
+            return ask(RIL_REQUEST_DELETE_SMS_ON_SIM, 2);
+        case 3:
+            return ask(RIL_REQUEST_GET_SMSC_ADDRESS, 0);
+        default:
+            return ask(RIL_REQUEST_REPORT_SMS_MEMORY_STATUS, choice % 6 - 4);
+    }
+}
+
+// --- The network
+
+void send_first() {
+    const sms::Waiting* const first = sms::begin_delivery(s_world.centre);
+    if (first == nullptr) {
+        return;
+    }
+    UtaSmsIncomingParam param{};
+    param.id = s_world.centre.under_way;
+    const auto octets = sms::write(first->message);
+    param.message.pdu.length = static_cast<uint8_t>(octets.size());
+    std::copy(octets.begin(), octets.end(), param.message.pdu.data);
+    UtaMsSmsIncomingIndCb(0, &param);
+}
+
+void lose_patience() {
+    if (s_world.centre.under_way != 0) {
+        sms::try_later(s_world.centre);
+    }
+}
+
+// Nobody ever acknowledges a message that replaces another one and is not for immediate display.
+bool is_for_nobody(const sms::Waiting& waiting) {
+    return waiting.message.pid == 0x41 && waiting.message.data.dcs == 0;
+}
+
+// To Android twice, to the card, downloaded, replacing without and with acknowledgement.
+void deliver(Input& input) {
+    static constexpr std::pair<uint8_t, uint8_t> c_pid_and_dcs[] = {
+        {0, 0}, {0x41, 0}, {0, 0xF2}, {0x7F, 0xF2}, {0x41, 0xF0}};
+    const uint8_t choice = input.choice();
+    sms::Message message;
+    message.kind = choice % 8 == 0 ? sms::Kind::STATUS_REPORT : sms::Kind::DELIVER;
+    message.service_centre = "+4917";
+    message.number = "+1234";
+    std::tie(message.pid, message.data.dcs) = c_pid_and_dcs[choice % 8 == 0 ? 0 : choice % 5];
+    s_world.centre.waiting.push_back({message, {}});
+    send_first();
 }
 
 // --- The modem and the card
 
 void answer(Input& input) {
-    if (s_owed.empty()) {
+    if (s_world.owed.empty()) {
         return;
     }
-    const Owed owed = s_owed.front();
-    s_owed.pop_front();
-    if (owed.callback == nullptr) {
-        auto count = any<UtaSmsSimMsgCountRspParams>(input);
-        auto octets = input.take(input.choice() % 40);
-        count.param_data_len = static_cast<uint32_t>(octets.size());
-        count.param_data = octets.data();
-        UtaMsSmsSimMsgCountRspCb(0, &count, owed.ctxt_id);
-        return;
+    const auto at = s_world.owed.begin() + static_cast<ptrdiff_t>(input.choice() % s_world.owed.size());
+    const Owed owed = *at;
+    s_world.owed.erase(at);
+    const bool is_any = input.choice() % 4 == 3;
+    switch (owed.function) {
+        case uta::row::UtaMsSmsSendReq::id: {
+            const auto param = any<UtaSmsSendRspParam>(input);
+            return UtaMsSmsSendRspCb(0, &param, owed.ctxt_id);
+        }
+        case uta::row::UtaMsSmsSimMsgCountReq::id: {
+            auto count = is_any ? any<UtaSmsSimMsgCountRspParams>(input) : UtaSmsSimMsgCountRspParams{0, 3, 1, 0, {}};
+            auto octets = is_any ? input.take(input.choice() % 40) : std::vector<uint8_t>{2};
+            count.param_data_len = static_cast<uint32_t>(octets.size());
+            count.param_data = octets.data();
+            return UtaMsSmsSimMsgCountRspCb(0, &count, owed.ctxt_id);
+        }
+        case uta::row::UtaMsSmsDataDownloadReq::id: {
+            const UtaSmsDataDownloadResParam param{owed.id, is_any ? 4 : 0, is_any ? 17 : c_sent, {}};
+            return UtaMsSmsDataDownloadRspCb(0, &param, owed.ctxt_id);
+        }
+        case uta::row::UtaMsSmsSetMemoryAvailableReq::id:
+            return UtaMsSmsSetMemoryAvailableRspCb(0, 0, owed.ctxt_id);
+        default: {
+            UtaSimApduCmdRspParam param{};
+            param.result = is_any ? 1 : 0;
+            qelril_post_utamsrspcb(0, &param, owed.ctxt_id, owed.callback);
+        }
     }
-    UtaSimApduCmdRspParam rsp{};
-    rsp.result = input.choice() & 1;
-    qelril_post_utamsrspcb(0, &rsp, owed.ctxt_id, owed.callback);
+}
+
+void take_ack(const UtaSmsIncSmsAckParam& ack) {
+    FUZZ_CHECK(ack.pdu.length <= 176);
+    const bool is_success = ack.ack_type == c_ack_success;
+    FUZZ_CHECK(!is_success || std::exchange(s_world.stored, false) || s_world.says_yes);
+    const bool is_done = is_success || ack.ack_type == c_ack_replaced;
+    sms::acknowledge(s_world.centre, ack.id,
+                     is_done                           ? sms::Fate::DELIVERED
+                     : ack.ack_type == c_ack_no_memory ? sms::Fate::NO_MEMORY
+                                                       : sms::Fate::REFUSED);
+}
+
+// --- Accidents
+
+void crash() {
+    stop_engine();
+    FUZZ_CHECK(s_world.open.empty());
+    s_world.owed.clear();
+    s_world.waits = false;
+    sms::lose_contact(s_world.centre);
+    start_engine(&c_env);
+}
+
+void restart_stack() {
+    const RunLock lock;
+    sms_mngr_init(0);
+    s_world.waits = false;
 }
 
 void step(Input& input) {
-    s_refuses = (input.choice() & 7) == 0;
-    switch (input.choice() % 6) {
-        case 0:
-        case 1: {
-            const auto param = any<UtaSmsIncomingParam>(input);
-            UtaMsSmsIncomingIndCb(0, &param);
-            break;
-        }
-        case 2: {
-            const auto param = any<UtaCbsData>(input);
-            UtaMsCbsNewMessageIndCb(0, &param);
-            break;
-        }
-        case 3:
-            ask(RIL_REQUEST_SMS_ACKNOWLEDGE, input.choice() % 3, input.choice());
-            break;
-        case 4:
-            ask(RIL_REQUEST_REPORT_SMS_MEMORY_STATUS, input.choice() % 3, 0);
-            break;
-        default:
-            answer(input);
-            break;
+    s_world.refuses = input.choice() % 8 == 7;
+    const uint8_t choice = input.choice() % 32;
+    if (choice < 10) {
+        answer(input);
+    } else if (choice < 16) {
+        deliver(input);
+    } else if (choice < 22) {
+        acknowledge(input.choice() % 3, input.choice(), choice % 2 == 0);
+    } else if (choice < 26) {
+        work(input.choice());
+    } else if (choice == 26) {
+        UtaMsSmsSimMsgCacheFinishedIndCb(0, input.choice() % 2);
+    } else if (choice == 27) {
+        lose_patience();
+        send_first();
+    } else if (choice == 28) {
+        auto param = any<UtaSmsIncomingParam>(input);
+        param.id = 0;
+        UtaMsSmsIncomingIndCb(0, &param);
+    } else if (choice == 29) {
+        const auto param = any<UtaCbsData>(input);
+        UtaMsCbsNewMessageIndCb(0, &param);
+    } else if (input.choice() % 4 == 3) {
+        choice == 30 ? crash() : restart_stack();
     }
+    FUZZ_CHECK(!std::exchange(s_world.stored, false) || s_world.refuses);
+}
+
+void answer_all() {
+    Input good(nullptr, 0);
+    while (!s_world.owed.empty()) {
+        answer(good);
+    }
+}
+
+void settle() {
+    s_world.refuses = false;
+    answer_all();
+    ask(RIL_REQUEST_REPORT_SMS_MEMORY_STATUS, 1);
+    for (size_t rounds = 2 * s_world.centre.waiting.size() + 2; rounds > 0; --rounds) {
+        answer_all();
+        acknowledge(1, 0, false);
+        lose_patience();
+        s_world.centre.has_memory = true;
+        send_first();
+    }
+    const auto& waiting = s_world.centre.waiting;
+    FUZZ_CHECK(std::all_of(waiting.begin(), waiting.end(), is_for_nobody));
+    FUZZ_CHECK(s_world.open.empty());
+    FUZZ_CHECK(std::none_of(rilreq_state_info.begin(), rilreq_state_info.end(),
+                            [](const rilreq_state& entry) { return entry.entry_in_use != 0; }));
 }
 
 }  // namespace
 
 int32_t uta::call(uint16_t id, const uta::Word* words) {
-    if (s_refuses) {
+    if (s_world.refuses) {
         return -1;
     }
-    if (id == uta::row::UtaMsSmsIncomingSmsAck::id) {
-        FUZZ_CHECK(reinterpret_cast<const UtaSmsIncSmsAckParam*>(words[1])->pdu.length <= 176);
-    } else if (id == uta::row::UtaMsSmsDataDownloadAck::id) {
-        FUZZ_CHECK(reinterpret_cast<const UtaSmsDataDownloadAckParam*>(words[1])->answer.length <= 128);
-    } else if (id == uta::row::UtaMsSmsSimMsgCountReq::id) {
-        s_owed.push_back({static_cast<uint32_t>(words[2]) & 0xFF, nullptr});
+    const auto context = static_cast<uint32_t>(words[2]) & 0xFFU;
+    switch (id) {
+        case uta::row::UtaMsSmsIncomingSmsAck::id:
+            take_ack(*reinterpret_cast<const UtaSmsIncSmsAckParam*>(words[1]));
+            break;
+        case uta::row::UtaMsSmsDataDownloadAck::id: {
+            const auto& ack = *reinterpret_cast<const UtaSmsDataDownloadAckParam*>(words[1]);
+            FUZZ_CHECK(ack.answer.length <= 128);
+            const bool is_done = ack.ack_result == c_sent;
+            sms::acknowledge(s_world.centre, ack.id, is_done ? sms::Fate::DELIVERED : sms::Fate::REFUSED);
+            break;
+        }
+        case uta::row::UtaMsSmsSendReq::id:
+        case uta::row::UtaMsSmsSimMsgCountReq::id:
+            s_world.owed.push_back({id, context, nullptr, 0});
+            break;
+        case uta::row::UtaMsSmsDataDownloadReq::id:
+            s_world.owed.push_back({id, context, nullptr, reinterpret_cast<UtaSmsDataDownloadParam*>(words[1])->id});
+            break;
+        case uta::row::UtaMsSmsSetMemoryAvailableReq::id:
+            s_world.owed.push_back({id, static_cast<uint32_t>(words[1]) & 0xFFU, nullptr, 0});
+            break;
+        case uta::row::UtaMsSimAnalyseReadResult::id: {
+            auto& read = *reinterpret_cast<UtaSimReadResult*>(words[2]);
+            read.status.sw1 = 0x90;
+            read.length = 2;
+            read.data = static_cast<uint8_t*>(RPC_MemAlloc(2));
+            read.data[0] = read.data[1] = 0xFE;
+            break;
+        }
+        case uta::row::UtaMsSimAnalyseSimApduResult::id:
+            reinterpret_cast<UtaSimApduResult*>(words[2])->sw1 = 0x90;
+            break;
+        default:
+            break;
     }
     return 0;
 }
 
 int32_t sim_apdu_cmd_req(uint32_t, const UtaSimApduCmdReqParam& req, rilreq_rspcb callback, uint32_t ctxt_id) {
     FUZZ_CHECK(req.apdu == nullptr || req.apdu->length <= 261);
-    if (s_refuses) {
+    if (s_world.refuses) {
         return -1;
     }
-    s_owed.push_back({ctxt_id, callback});
+    s_world.owed.push_back({0, ctxt_id, callback, 0});
     return 0;
 }
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     Input input(data, size);
-    s_owed.clear();
-    s_refuses = false;
-    s_open_requests = 0;
+    s_world = {};
     stood_in.handler = handle;
     stood_in.modem_init = [] {
         const RunLock lock;
@@ -146,7 +343,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     while (!input.is_empty()) {
         step(input);
     }
+    settle();
     stop_engine();
-    FUZZ_CHECK(s_open_requests == 0);
     return 0;
 }
