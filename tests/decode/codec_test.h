@@ -1,5 +1,6 @@
-// What the tests of the codecs share: hexadecimal vectors, a packer that goes bit by bit, and the radio log's last
-// line. Buffers are heap blocks of the exact size, so that a sanitizer sees one element too many.
+// What the tests of the codecs share: hexadecimal vectors, and a packer that goes bit by bit. Buffers are heap blocks
+// of the exact size, so that a sanitizer sees one element too many. of the exact size, so that a sanitizer sees one
+// element too many.
 #pragma once
 
 #include <cstdint>
@@ -31,6 +32,3 @@ inline Bytes pack_bit_by_bit(const Bytes& septets, size_t first_bit = 0) {
 inline std::u16string text_of(const uint16_t* text, size_t length) {
     return {text, text + length};
 }
-
-// The last line that went to the log, taken out of it.
-std::string take_log();

@@ -1,11 +1,14 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <map>
 
 #include "ril/core/src/sms/sms_tpdu.h"
 #include "tests/decode/codec_test.h"
 
 namespace {
+
+constexpr uint32_t c_untouched = 77;
 
 struct Vector {
     const char* pdu;
@@ -59,6 +62,9 @@ const Vector c_vectors[] = {
      0x00, 0, 0, 0, u""},
     {"079124602009999002AB098106845688F8907080517375809070805183018000FFFFFFFFFFFF", 5, "+420602909909", "604865888",
      u"", 0xFF, 2, 5, 5, u""},
+    // By hand: a recipient counts as a number, at most 12 octets of it, whatever its type says; parameters behind.
+    {"0006AA1ED02143658709214365870911111111111111222222222222222107F510", 5, "", "12345678901234567890", u"", 0x10, 1,
+     2, 2, u""},
 };
 
 sms_tpdu tpdu_of(const Bytes& pdu, uint8_t behind = 0) {
@@ -87,28 +93,34 @@ TEST(SmsTpdu, PublishedMessages) {
     }
 }
 
-TEST(SmsTpdu, CutMessagesGiveWhatIsThere) {
-    const Bytes whole = hex(c_vectors[0].pdu);
-    const std::u16string text = u"How are you?";
-    for (size_t octets = 0; octets < 11; ++octets) {
-        const sms_tpdu tpdu = tpdu_of(Bytes(whole.begin(), whole.end() - 11 + static_cast<ptrdiff_t>(octets)));
-        unpacked_smsinfo info;
-        EXPECT_EQ(sms_unpack_msg(&tpdu, &info, true), 0U);
-        EXPECT_EQ(text_of(info.ud_text.data(), info.ud_length), text.substr(0, octets * 8 / 7));
-    }
-    // A length that the record cannot hold.
-    sms_tpdu full = tpdu_of(whole, 0xFF);
-    full.length = 255;
-    full.data[whole.size() - 12] = 255;
+unpacked_smsinfo unpacked(const Bytes& pdu, bool extension = true) {
+    const sms_tpdu tpdu = tpdu_of(pdu);
     unpacked_smsinfo info;
-    EXPECT_EQ(sms_unpack_msg(&full, &info, true), 0U);
-    EXPECT_EQ(info.ud_length, 160);
-    // A status report that is cut before its status does not report a delivery.
-    Bytes report = hex(c_vectors[9].pdu);
-    report.pop_back();
-    const sms_tpdu cut = tpdu_of(report);
-    EXPECT_EQ(sms_unpack_msg(&cut, &info, true), 0U);
-    EXPECT_EQ(info.delivery_status, SMS_DELIVERY_FAILED);
+    EXPECT_EQ(sms_unpack_msg(&tpdu, &info, extension), 0U);
+    return info;
+}
+
+TEST(SmsTpdu, TextsEndWithTheirLengthAndTheMessage) {
+    // A submission with each validity period, then messages of each coding scheme with more or less than their text.
+    const std::string submit = "000181F10000", scheme = "00000181F100", time = "11111111111111";
+    const std::pair<std::string, std::u16string> texts[] = {
+        {"0001" + submit + "02E834", u"hi"},
+        {"0009" + submit + "0123456789ABCD02E834", u"hi"},
+        {"0011" + submit + "AA02E834", u"hi"},
+        {"0019" + submit + "0123456789ABCD02E834", u"hi"},
+        {scheme + "00" + time + "02E83400410042", u"hi"},
+        {scheme + "04" + time + "0268690041", u"hi"},
+        {scheme + "08" + time + "0300680069", u"h"},
+        {scheme + "0C" + time + "026869", u""},
+        {scheme + "00" + time + "0CC8F71D14", u"How "},
+    };
+    for (const auto& [pdu, text] : texts) {
+        const unpacked_smsinfo info = unpacked(hex(pdu));
+        EXPECT_EQ(text_of(info.ud_text.data(), info.ud_length), text) << pdu;
+    }
+    EXPECT_EQ(unpacked(hex(c_vectors[4].pdu), false).ud_text[1], 0x0A);  // behind an escape that is none
+    EXPECT_EQ(unpacked({0, 0x04}).reply_path, 0U);
+    EXPECT_EQ(unpacked({0, 0x84}).reply_path, 1U);
 }
 
 TEST(SmsTpdu, RefusesReservedTypeEmptyAndNull) {
@@ -116,73 +128,175 @@ TEST(SmsTpdu, RefusesReservedTypeEmptyAndNull) {
     for (const char* pdu : {"0003", "", "00", "0791"}) {
         const sms_tpdu tpdu = tpdu_of(hex(pdu), 0xFF);
         EXPECT_EQ(sms_unpack_msg(&tpdu, &info, true), 36U) << pdu;
-        EXPECT_EQ(take_log(), "1 6 DUN-RIL: sms_unpack_msg: Unpacking msg ERROR!\n");
+        EXPECT_EQ(sms_unpack_msg(&tpdu, nullptr, true), 36U);
     }
     EXPECT_EQ(sms_unpack_msg(nullptr, &info, true), 36U);
-    const sms_tpdu tpdu = tpdu_of(hex("0000"));
-    EXPECT_EQ(sms_unpack_msg(&tpdu, nullptr, true), 36U);
     uint8_t pid = 7;
     sms_get_pid(nullptr, nullptr, &pid);
     EXPECT_EQ(pid, 0);
 }
 
-TEST(SmsTpdu, TextEndsWithUserData) {
-    const std::pair<const char*, std::u16string> texts[] = {
-        {"0002E834", u"hi"}, {"04026869", u"hi"}, {"080400680069", u"hi"}, {"080300680069", u"h"}, {"0C026869", u""}};
-    for (const auto& [rest, text] : texts) {
-        const std::string scheme(rest, 2);
-        const sms_tpdu tpdu = tpdu_of(hex("00000181F100" + scheme + "11111111111111" + (rest + 2) + "00410042"));
-        unpacked_smsinfo info;
-        EXPECT_EQ(sms_unpack_msg(&tpdu, &info, true), 0U);
-        EXPECT_EQ(text_of(info.ud_text.data(), info.ud_length), text) << rest;
-    }
-}
-
-TEST(SmsTpdu, ReportsOfLongRecipientsAndWithParameters) {
-    // A recipient counts as a number, at most 12 octets of it, whatever its type says.
-    const sms_tpdu tpdu =
-        tpdu_of(hex("0006AA1ED021436587092143658709"
-                    "11111111111111"
-                    "22222222222222"
-                    "21"
-                    "07"
-                    "F5"
-                    "10"));
-    unpacked_smsinfo info;
-    EXPECT_EQ(sms_unpack_msg(&tpdu, &info, true), 0U);
-    EXPECT_STREQ(info.address.data(), "12345678901234567890");
-    EXPECT_EQ(info.address_is_alpha, 0U);
-    EXPECT_EQ(info.delivery_status, SMS_DELIVERY_PENDING);
-    EXPECT_EQ(info.dcs, 0x10);
-    EXPECT_EQ(info.msg_class, 2U);
-}
-
-TEST(SmsTpdu, ValidityPeriodsAndReplyPath) {
-    const std::pair<const char*, const char*> formats[] = {
-        {"01", ""}, {"09", "0123456789ABCD"}, {"11", "AA"}, {"19", "0123456789ABCD"}};
-    for (const auto& [first_octet, period] : formats) {
-        const sms_tpdu tpdu = tpdu_of(hex(std::string("00") + first_octet + "000181F10000" + period + "02E834"));
-        unpacked_smsinfo info;
-        EXPECT_EQ(sms_unpack_msg(&tpdu, &info, true), 0U);
-        EXPECT_EQ(text_of(info.ud_text.data(), info.ud_length), u"hi") << first_octet;
-    }
-    for (const uint8_t first_octet : {uint8_t{0x04}, uint8_t{0x84}}) {
-        const sms_tpdu tpdu = tpdu_of({0, first_octet});
-        unpacked_smsinfo info;
-        EXPECT_EQ(sms_unpack_msg(&tpdu, &info, true), 0U);
-        EXPECT_EQ(info.reply_path, first_octet >> 7);
-    }
-}
-
 TEST(SmsTpdu, StatusOfReportsOverAllValues) {
-    // 3GPP TS 23.040, 9.2.3.15: completed, still trying, and the rest.
+    // 3GPP TS 23.040, 9.2.3.15: completed, still trying, and the rest. A report without a status tells of no delivery.
     Bytes report = hex(c_vectors[9].pdu);
     for (int status = 0; status < 256; ++status) {
         report.back() = static_cast<uint8_t>(status);
-        const sms_tpdu tpdu = tpdu_of(report);
-        unpacked_smsinfo info;
-        EXPECT_EQ(sms_unpack_msg(&tpdu, &info, true), 0U);
-        EXPECT_EQ(info.delivery_status, status < 3 ? 0U : status >= 0x20 && status < 0x40 ? 1U : 2U) << status;
+        EXPECT_EQ(unpacked(report).delivery_status, status < 3                        ? 0U
+                                                    : status >= 0x20 && status < 0x40 ? 1U
+                                                                                      : 2U)
+            << status;
+    }
+    report.pop_back();
+    EXPECT_EQ(unpacked(report).delivery_status, SMS_DELIVERY_FAILED);
+}
+
+TEST(SmsFields, DataCodingSchemesOverAllValues) {
+    // 3GPP TS 23.038, clause 4, in the values of the decoded record: coding, class, extended class.
+    struct Row {
+        int first, last;
+        std::vector<uint32_t> coding;     // by bits 3 and 2
+        std::vector<uint32_t> msg_class;  // by bits 1 and 0
+        std::vector<uint32_t> extended_class;
+    };
+    const std::vector<uint32_t> classes = {2, 3, 4, 5};
+    const Row rows[] = {{0x00, 0x0F, {1, 2, 3, 4}, {9, 9, 9, 9}, {15, 15, 15, 15}},
+                        {0x10, 0x1F, {1, 2, 3, 4}, classes, classes},
+                        {0x20, 0x2F, {1, 2, 3, 4}, {9, 9, 9, 9}, {15, 15, 15, 15}},
+                        {0x30, 0x3F, {1, 2, 3, 4}, classes, classes},
+                        {0x40, 0x7F, {1, 1, 1, 1}, {9, 9, 9, 9}, {15, 15, 15, 15}},
+                        {0x80, 0xBF, {4, 4, 4, 4}, {8, 8, 8, 8}, {14, 14, 14, 14}},
+                        {0xC0, 0xCF, {1, 1, 1, 1}, {c_untouched, 6, 6, 6}, {6, 7, 8, 9}},
+                        {0xD0, 0xDF, {1, 1, 1, 1}, {c_untouched, 7, 7, 7}, {10, 11, 12, 13}},
+                        {0xE0, 0xEF, {3, 3, 3, 3}, {c_untouched, 7, 7, 7}, {10, 11, 12, 13}},
+                        {0xF0, 0xFF, {1, 2, 1, 2}, classes, classes}};
+    int next = 0;
+    for (const Row& row : rows) {
+        ASSERT_EQ(row.first, next);
+        for (; next <= row.last; ++next) {
+            const auto dcs = static_cast<uint8_t>(next);
+            uint32_t msg_class = c_untouched, extended_class = c_untouched, coding = 0, coding2 = 0;
+            sms_get_codingscheme_class(dcs, &msg_class, &coding);
+            sms_get_codingscheme_extended_class(dcs, &extended_class, &coding2);
+            EXPECT_EQ(coding, row.coding[dcs >> 2 & 3]) << next;
+            EXPECT_EQ(coding2, coding) << next;
+            EXPECT_EQ(msg_class, row.msg_class[dcs & 3]) << next;
+            EXPECT_EQ(extended_class, row.extended_class[dcs & 3]) << next;
+        }
+    }
+    EXPECT_EQ(next, 256);
+    sms_get_codingscheme_class(0, nullptr, nullptr);
+    sms_get_codingscheme_extended_class(0, nullptr, nullptr);
+}
+
+TEST(SmsFields, ProtocolIdentifiersOverAllValues) {
+    // 3GPP TS 23.040, 9.2.3.9.
+    const std::map<int, uint32_t> special = {{0x41, 2}, {0x42, 3}, {0x43, 4},  {0x44, 5},  {0x45, 6}, {0x46, 7},
+                                             {0x47, 8}, {0x5F, 9}, {0x7D, 10}, {0x7E, 11}, {0x7F, 12}};
+    for (int pid = 0; pid < 256; ++pid) {
+        uint32_t type = c_untouched;
+        sms_decode_pid(static_cast<uint8_t>(pid), &type);
+        EXPECT_EQ(type, special.contains(pid) ? special.at(pid) : 0U) << pid;
+    }
+}
+
+TEST(SmsFields, FirstOctetAndReference) {
+    const std::map<std::string, std::pair<uint8_t, uint8_t>> pdus = {
+        {"02911111AA", {0x11, 0xAA}}, {"0011", {0x11, 0}}, {"0211", {0, 0}}};
+    for (const auto& [pdu, octets] : pdus) {
+        uint8_t first = c_untouched, mr = c_untouched;
+        sms_pdu_extract_first_octet_and_msgref(hex(pdu), &first, &mr);
+        EXPECT_EQ(std::make_pair(first, mr), octets) << pdu;
+        sms_pdu_extract_first_octet_and_msgref(hex(pdu), nullptr, nullptr);
+    }
+}
+
+TEST(SmsFields, Addresses) {
+    const struct {
+        const char* field;
+        const char* address;
+        std::u16string alpha;
+        size_t size;
+    } cases[] = {
+        // From the tests of libosmocore (tests/sms/sms_test.ok, gsm340_gen_oa).
+        {"148121436587092143658719", "12345678901234567891", u"", 12},
+        {"14D04F78D92D9C0EC3E23119", "", u"OpenBSCabcd", 12},
+        {"009112", "", u"", 2},
+        // "+" and twenty digits: the last one finds no room.
+        {"149121436587092143658709", "+1234567890123456789", u"", 12},
+        {"20812143658709214365870921436587092143", "12345678901234567890", u"", 12},
+        // The special nibbles, and the reserved ones that repeat the digit before them in their half of the octet.
+        {"0481A1CB", "1*#p", u"", 4},
+        {"06812143DE", "123434", u"", 5},
+        {"0281DE", "", u"", 3},
+        // A septet pair of four digits is read only with another type than 0xD0.
+        {"04D0E834", "", u"", 4},
+        {"04D1E834", "", u"hi", 4},
+        {"1ED0C8F71D14969741F977FD07C8F71D1499", "", u"How are you", 17},
+        {"FFD0C8F71D14969741F977FD07", "", u"How are you", 13},
+    };
+    for (const auto& c : cases) {
+        unpacked_smsinfo info{};
+        EXPECT_EQ(sms_unpack_address_data(hex(c.field), &info, true), c.size) << c.field;
+        EXPECT_STREQ(info.address_is_alpha == 0 ? info.address.data() : "", c.address) << c.field;
+        EXPECT_EQ(text_of(info.alpha_address.data(), c.alpha.size() + 1).c_str(), c.alpha) << c.field;
+    }
+}
+
+TEST(SmsFields, NumbersIntoFields) {
+    const struct {
+        const char* text;
+        const char* field;  // of 12 octets, without those that stay 0xFF at its end
+        const char* back;
+    } cases[] = {
+        {"", "00", ""},
+        {"+31624000000", "07911326040000F0", "+31624000000"},
+        {"*#pP", "03A1BACC", "*#pp"},
+        {"1x3", "03A1F1F3", "1"},
+        {"12345678901234567890", "0BA1214365870921436587F9", "1234567890123456789"},
+        {"+123456789012345678901", "0B91214365870921436587F9", "+1234567890123456789"},
+    };
+    for (const auto& c : cases) {
+        Bytes expected = hex(c.field);
+        expected.resize(12, 0xFF);
+        std::string text = c.text;
+        Bytes field(12);
+        EXPECT_EQ(sms_num_to_bcd(text.data(), field), 1U);
+        EXPECT_EQ(field, expected) << c.text;
+        EXPECT_STREQ(text.data(), std::string(c.text).substr(0, c.text[0] == '+' ? 20 : 19).data());
+        std::vector<char> back(21, '?');
+        EXPECT_EQ(sms_bcd_to_num(field, back), std::min<size_t>(field[0] + 1U, field.size()));
+        EXPECT_STREQ(back.data(), c.back);
+    }
+    // The number and its type alone, in as many octets as there are.
+    const std::map<std::string, std::string> fields = {{"12*#", "0391213A"}, {"1234", "029121"}};
+    for (const auto& [text, field] : fields) {
+        Bytes out(field.size() / 2, 0xEE);
+        sms_encode_addressfield_semioctets(text.c_str(), 145, out);
+        EXPECT_EQ(out, hex(field));
+    }
+    EXPECT_EQ(sms_get_type_of_phone_number_address("0+1"), 145U);
+    EXPECT_EQ(sms_get_type_of_phone_number_address("123"), 129U);
+    EXPECT_EQ(sms_get_type_of_phone_number_address(nullptr), 129U);
+}
+
+TEST(SmsFields, Hexadecimal) {
+    const struct {
+        std::string text;
+        int32_t result;
+        Bytes octets;
+    } cases[] = {{"009aFf", 0, {0x00, 0x9A, 0xFF}},
+                 {"00F", 0, {0}},
+                 {"0000", -1, {0xEE}},
+                 {"00G0", -10, {0, 0xEE}},
+                 {"0g", -10, {0xEE}},
+                 {"/:", -10, {0xEE}},
+                 {"@`", -10, {0xEE}}};
+    for (const auto& c : cases) {
+        Bytes out(c.octets.size(), 0xEE);
+        size_t length = 0;
+        EXPECT_EQ(sms_convert_hexstring_to_hexbuffer(c.text, out, &length), c.result) << c.text;
+        EXPECT_EQ(out, c.octets) << c.text;
+        EXPECT_EQ(length, c.result == 0 ? c.text.size() / 2 : 0) << c.text;
     }
 }
 
