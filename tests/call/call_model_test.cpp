@@ -87,7 +87,6 @@ class CallModelTest : public testing::Test {
 protected:
     void SetUp() override {
         android.reset();
-        stood_in.sim_status = SIM_STATUS_SIM_READY;
         stood_in.handler = handle;
         stood_in.modem_init = [] {
             callmngr_module_init(0);

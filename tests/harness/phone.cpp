@@ -1,6 +1,5 @@
 #include "tests/harness/phone.h"
 
-#include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -62,23 +61,20 @@ std::string radio_log() {
     return text.str();
 }
 
-BelowLibrary::BelowLibrary(bool has_daemon, ModemLinkListener listener)
-    : modem(1, has_daemon), link_(ModemLinkServer::start(c_modem_link_path, std::move(listener))) {
+Phone::Phone(std::vector<std::string> arguments, bool has_daemon)
+    : modem(1, has_daemon),
+      link_(ModemLinkServer::start(c_modem_link_path, {.registered = {},
+                                                       .request =
+                                                           [this](int, uint32_t request) {
+                                                               last_manager_request = request;
+                                                               ++manager_requests;
+                                                           },
+                                                       .gone = {}})),
+      arguments_(std::move(arguments)) {
     if (link_ == nullptr) {
         perror(c_modem_link_path);
         abort();
     }
-}
-
-Phone::Phone(std::vector<std::string> arguments, bool has_daemon)
-    : BelowLibrary(has_daemon, {.registered = {},
-                                .request =
-                                    [this](int, uint32_t request) {
-                                        last_manager_request = request;
-                                        ++manager_requests;
-                                    },
-                                .gone = {}}),
-      arguments_(std::move(arguments)) {
     arguments_.insert(arguments_.begin(), "rild");
     for (std::string& argument : arguments_) {
         argv_.push_back(argument.data());
@@ -107,10 +103,6 @@ Phone::~Phone() {
     }
 }
 
-void BelowLibrary::event(uint32_t modem_event) {
-    link_->announce(modem_event);
-}
-
 void Phone::bring_up() {
     answer_mode_requests(0);
     event(c_modem_up);
@@ -118,27 +110,18 @@ void Phone::bring_up() {
     wait_radio_state(RADIO_STATE_OFF);
 }
 
-std::string mode_answer(uint8_t function, uint8_t mode, uint8_t result, uint8_t sim_id) {
-    return "02 04 00 00 00 2F 02 04 00 00 00 " + to_hex({function}) + "AA AA AA AA 7F 81" +
-           to_hex({static_cast<uint8_t>(function - 0x80)}) + "1B 02 04 00 00 00" + to_hex({result}) +
-           "7F 06 06 02 04 AA AA AA AA 02 04 00 00 00" + to_hex({mode}) + "02 04 00 00 00" + to_hex({sim_id});
-}
-
-void BelowLibrary::answer_mode_requests(uint8_t mode, uint8_t result) {
-    modem.set_answer(c_set_mode, mode_answer(227, mode, result, sim_id));
-    modem.set_answer(c_set_sim_mode, mode_answer(229, mode, result, sim_id));
-}
-
-// The request ends with the mode's last byte, the head of an integer, and the SIM.
-void BelowLibrary::answer_mode_requests_as_asked() {
+// Of the stack and of the SIM.
+void Phone::answer_mode_requests(uint8_t mode) {
     for (const uint8_t function : {c_set_mode, c_set_sim_mode}) {
-        modem.set_answer(function, [function](const Bytes& request) {
-            return mode_answer(static_cast<uint8_t>(function - 1), request[request.size() - 7], 0, request.back());
-        });
+        const auto answer = static_cast<uint8_t>(function - 1);
+        modem.set_answer(function, "02 04 00 00 00 2F 02 04 00 00 00 " + to_hex({answer}) + "AA AA AA AA 7F 81" +
+                                       to_hex({static_cast<uint8_t>(answer - 0x80)}) +
+                                       "1B 02 04 00 00 00 00 7F 06 06 02 04 AA AA AA AA 02 04 00 00 00" +
+                                       to_hex({mode}) + "02 04 00 00 00" + to_hex({sim_id}));
     }
 }
 
-void BelowLibrary::leave_mode_requests_open() {
+void Phone::leave_mode_requests_open() {
     modem.set_answer(c_set_mode, ScriptedModem::Answer());
     modem.set_answer(c_set_sim_mode, ScriptedModem::Answer());
 }
@@ -151,12 +134,4 @@ RIL_Token Phone::request(int number, void* data, size_t length) {
     RIL_Token token = FakeAndroid::token(next_token_++);
     ril()->onRequest(number, data, length, token);
     return token;
-}
-
-void* Phone::symbol(const char* name) {
-    return dlsym(library_, name);
-}
-
-const RIL_RadioFunctions* Phone::ril() {
-    return functions_;
 }

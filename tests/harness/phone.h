@@ -2,6 +2,7 @@
 // events in the test's hands. The process runs in the sandbox, with the phone's own paths. Sleeps take no time.
 #pragma once
 
+#include <dlfcn.h>
 #include <telephony/ril.h>
 
 #include <atomic>
@@ -27,26 +28,7 @@ void make_phone_new();
 // The radio log so far.
 std::string radio_log();
 
-// What stands below the library: the modem, and the modem manager with its events.
-class BelowLibrary {
-public:
-    BelowLibrary(bool has_daemon, ModemLinkListener listener);
-
-    void event(uint32_t modem_event);  // to the library, as the modem manager sends it
-    // What the modem answers mode requests with from now on: that mode and result.
-    void answer_mode_requests(uint8_t mode, uint8_t result = 0);
-    // The mode that was asked for, as a modem does.
-    void answer_mode_requests_as_asked();
-    void leave_mode_requests_open();
-
-    ScriptedModem modem;
-    uint8_t sim_id = 0;  // in the modem's answers
-
-private:
-    std::unique_ptr<ModemLinkServer> link_;
-};
-
-class Phone : public BelowLibrary {
+class Phone {
 public:
     // Loads the library and calls RIL_Init with these arguments on a thread, which blocks there until the modem is up.
     // Without a daemon, modem.start() is the caller's.
@@ -54,6 +36,11 @@ public:
     ~Phone();
     Phone(const Phone&) = delete;
     Phone& operator=(const Phone&) = delete;
+
+    void event(uint32_t modem_event) { link_->announce(modem_event); }  // to the library, as the modem manager sends it
+    // What the modem answers mode requests with from now on: that mode.
+    void answer_mode_requests(uint8_t mode);
+    void leave_mode_requests_open();
 
     // The first E_MODEM_UP, up to the return of RIL_Init and the radio's first state.
     void bring_up();
@@ -66,9 +53,11 @@ public:
     // Waits for its completion.
     FakeAndroid::Completion answer(RIL_Token token) { return android.wait_completion(token); }
 
+    ScriptedModem modem;
+    uint8_t sim_id = 0;  // in the modem's answers
     FakeAndroid& android = FakeAndroid::instance();
-    const RIL_RadioFunctions* ril();
-    void* symbol(const char* name);  // of the library
+    const RIL_RadioFunctions* ril() { return functions_; }
+    void* symbol(const char* name) { return dlsym(library_, name); }  // of the library
     // How often the library asked the modem manager for something, and what for the last time.
     std::atomic<uint32_t> manager_requests{0};
     std::atomic<uint32_t> last_manager_request{0};
@@ -76,6 +65,7 @@ public:
     std::chrono::steady_clock::duration init_time() const { return init_time_; }
 
 private:
+    std::unique_ptr<ModemLinkServer> link_;
     std::vector<std::string> arguments_;
     std::vector<char*> argv_;
     void* library_ = nullptr;
@@ -87,6 +77,3 @@ private:
 
 // True once the condition holds, false after ten seconds.
 bool soon(const std::function<bool()>& condition);
-
-// An answer to a mode request, of the stack (function 227) or of the SIM (229).
-std::string mode_answer(uint8_t function, uint8_t mode, uint8_t result = 0, uint8_t sim_id = 0);

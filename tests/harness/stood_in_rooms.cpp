@@ -2,7 +2,6 @@
 
 #include <csignal>
 
-#include "ril/config/ril_config.h"
 #include "ril/core/src/async_ril/async_ril.h"
 #include "ril/core/src/call/call.h"
 #include "ril/core/src/call/ecc_list.h"
@@ -16,27 +15,15 @@
 
 StoodInRooms stood_in;
 
-void StoodInRooms::reset() {
-    handler = nullptr;
-    modem_init = nullptr;
-    module_exit = nullptr;
-    spoofing = 0;
-    last_event = E_MODEM_UP;
-    sim_status = 0;
-    saved_net_pref = nullptr;
-}
-
 void start_engine(const RIL_Env* env) {
     s_rilenv = env;
     struct sigaction action {};
     action.sa_handler = [](int) {};
     sigaction(SIGUSR1, &action, nullptr);
-    stood_in.spoofing = 0;
     qelril_init();
 }
 
 void stop_engine() {
-    stood_in.spoofing = 1;
     qelril_destroy();
 }
 
@@ -55,34 +42,8 @@ void stop_engine() {
     return 0;
 }
 [[gnu::weak]] void import_kernel_cmdline() {}
-[[gnu::weak]] void mehHandler(uint32_t) {}
-[[gnu::weak]] void modem_events_start() {}
 [[gnu::weak]] uint32_t RPCMakeContextId() {
     return 0x20AA01BB;
-}
-[[gnu::weak]] uint32_t getLastModemEvent() {
-    return stood_in.last_event;
-}
-[[gnu::weak]] uint32_t mmgr_get_spoof_command_state() {
-    return stood_in.spoofing;
-}
-[[gnu::weak]] int32_t sim_get_sim_status(uint32_t) {
-    return stood_in.sim_status;
-}
-[[gnu::weak]] void handleRequestNoModem(uint32_t, int32_t, void*, size_t, RIL_Token token) {
-    ril_request_complete(token, RIL_E_RADIO_NOT_AVAILABLE, nullptr, 0);
-}
-[[gnu::weak]] void saveNetPrefInfo(uint32_t, int32_t, void*, size_t, RIL_Token token) {
-    stood_in.saved_net_pref = token;
-}
-[[gnu::weak]] int32_t ril_config_init(int argc, char**) {
-    stood_in.argc = argc;
-    return 0;
-}
-[[gnu::weak]] uint32_t RegisterRPCClient(void (*handler)(uint32_t)) {
-    stood_in.event_handler = handler;
-    sys_sem_signal(s_ril_wait_init_sem);  // the modem is up at once
-    return 0x20000100;
 }
 [[gnu::weak]] void ss_dtmf_call_ended(uint32_t, int32_t) {}
 

@@ -1,20 +1,24 @@
-// What the tests of the modem's life share: packets as hand-written bytes, and the events.
+// What the tests of the modem's life share: the modem's packets in the notation of transcripts, and the events.
 #pragma once
 
+#include <filesystem>
 #include <string>
-#include <vector>
 
 #include "tests/harness/phone.h"
+#include "tests/transcript/packets.h"
 
 constexpr uint32_t c_event_down = 0xB1000000;
 constexpr uint32_t c_event_up = 0xB2000000;
 
-constexpr uint32_t c_set_sim_configuration = 232;
+// For the modem to send: an answer to what has this context, or an indication. Without a context the scripted modem
+// puts that of the request in.
+inline std::string from_modem(const std::string& text, uint32_t context = 0xAAAAAAAA) {
+    return to_hex(packet_of(words_of(text), context, 0x20000100, 0));
+}
 
-// An indication that the RIL thread takes: the card was removed.
-inline const std::string c_card_removed =
-    "02 04 00 00 00 3C 02 04 00 00 00 97 20 00 01 00 7F 81 17 28 7F 83 1F 1E 02 04 00 00 00 00 02 04 00 00 00 00"
-    " 02 04 00 00 00 00 02 04 00 00 00 02 02 04 00 00 00 07 02 04 00 00 00 00";
+// An indication that the RIL thread takes.
+constexpr const char* c_card_removed = "SimCardIndCb reset_type=7 indicator=2";
 
-// `answer` with the context id of `request` in place of AA.
-std::string with_context(std::string answer, const Bytes& request);
+inline size_t entries_of(const char* folder) {
+    return static_cast<size_t>(std::distance(std::filesystem::directory_iterator(folder), {}));
+}
