@@ -3,12 +3,14 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <map>
 #include <optional>
 #include <span>
 
 #include "host/android/rild/responses.h"
 #include "host/console/parcel_text.h"
 #include "host/console/protocol.h"
+#include "host/modem/capture_format.h"
 
 namespace {
 
@@ -17,29 +19,16 @@ constexpr size_t c_longer = 8;
 
 // What the parcel of a form consists of: i integers, s texts, r bytes, u user-to-user information; in capitals as many
 // as there are, behind their number.
-const char* parcel_of(Form form) {
-    switch (form) {
-        case Form::nothing:
-            return "";
-        case Form::string:
-            return "s";
-        case Form::strings:
-            return "S";
-        case Form::raw:
-            return "r";
-        case Form::dial:
-            return "siu";
-        case Form::sim_io:
-            return "iisiiisss";
-        case Form::sms_write:
-            return "iss";
-        case Form::call_forward:
-            return "iiiisi";
-        case Form::broadcast_config:
-            return "B";
-        default:
-            return "I";
-    }
+std::string parcel_of(Form form) {
+    const std::map<Form, const char*> c_parcels = {
+        {Form::nothing, ""},           {Form::string, "s"},
+        {Form::strings, "S"},          {Form::raw, "r"},
+        {Form::dial, "siu"},           {Form::sim_io, "iisiiisss"},
+        {Form::sms_write, "iss"},      {Form::call_forward, "iiiisi"},
+        {Form::broadcast_config, "B"},
+    };
+    const auto found = c_parcels.find(form);
+    return found == c_parcels.end() ? "I" : found->second;
 }
 
 int32_t integer_of(const Word& word) {
@@ -56,48 +45,36 @@ std::optional<std::string> text_of(const Word& word) {
 }
 
 std::string bytes_of(std::span<const Word> words) {
-    std::string hex, bytes;
+    std::string hex;
     for (const std::string& word : byte_words({words.begin(), words.end()})) {
         hex += word;
     }
-    for (size_t i = 0; i + 1 < hex.size(); i += 2) {
-        bytes += static_cast<char>(std::stoul(hex.substr(i, 2), nullptr, 16));
+    const auto bytes = from_hex(hex);
+    if (!bytes) {
+        fail("no bytes: " + hex);
     }
-    return bytes;
+    return {bytes->begin(), bytes->end()};
 }
 
-std::string parcel_from(const char* items, std::span<const Word> words) {
+std::string parcel_from(std::string items, std::span<const Word> words) {
     std::string parcel;
-    const Word nothing{"null", false};
-    const Word zero{"0", false};
-    for (const char* item = items; *item != '\0'; ++item) {
+    if (items == "I" || items == "S" || items == "B") {
+        put_int32(parcel, static_cast<int32_t>(items == "B" ? words.size() / 5 : words.size()));
+        items = std::string(words.size(), items == "S" ? 's' : 'i');
+    }
+    for (const char item : items) {
         const bool there = !words.empty();
-        const bool all = *item == 'I' || *item == 'S' || *item == 'B';
-        switch (*item) {
-            case 'i':
-                put_int32(parcel, integer_of(there ? words[0] : zero));
-                break;
-            case 's':
-                put_string(parcel, text_of(there ? words[0] : nothing));
-                break;
-            case 'r':
-                put_raw(parcel, bytes_of(words));
-                words = {};
-                break;
-            case 'u':
-                put_int32(parcel, there ? 1 : 0);
-                if (there) {
-                    parcel += parcel_from("iir", words);
-                    words = {};
-                }
-                break;
-            default:
-                put_int32(parcel, static_cast<int32_t>(*item == 'B' ? words.size() / 5 : words.size()));
-                for (const Word& word : words) {
-                    parcel += parcel_from(*item == 'S' ? "s" : "i", {&word, 1});
-                }
+        if (item == 'i') {
+            put_int32(parcel, there ? integer_of(words[0]) : 0);
+        } else if (item == 's') {
+            put_string(parcel, there ? text_of(words[0]) : std::nullopt);
+        } else if (item == 'r') {
+            put_raw(parcel, bytes_of(words));
+        } else {
+            put_int32(parcel, there ? 1 : 0);
+            parcel += there ? parcel_from("iir", words) : "";
         }
-        words = all ? std::span<const Word>{} : words.subspan(words.empty() ? 0 : 1);
+        words = item == 'i' || item == 's' ? words.subspan(there ? 1 : 0) : std::span<const Word>();
     }
     if (!words.empty()) {
         fail("more words than the request has data: " + words[0].text);
@@ -112,23 +89,13 @@ void set_block(Arguments& arguments, const void* data, size_t known, size_t leng
     arguments.length = length;
 }
 
-std::string hex_text(const void* data, size_t length) {
-    std::string text = "<";
-    char digits[3];
-    for (const uint8_t byte : std::span(static_cast<const uint8_t*>(data), length)) {
-        snprintf(digits, sizeof(digits), "%02X", byte);
-        text += digits;
-    }
-    return text + ">";
-}
-
 std::string data_text(Form form, std::string_view layout, const void* data, size_t length) {
     if (data == nullptr && length == 0) {
         return "";
     }
     ParcelWriter parcel;
     if (layout.empty() || !put_response(form, data, length, c_version, parcel)) {
-        return data == nullptr ? "null" : hex_text(data, length);
+        return data == nullptr ? "null" : "<" + to_hex({static_cast<const uint8_t*>(data), length}) + ">";
     }
     const std::vector<uint8_t> message = parcel.take_message();
     ParcelCursor cursor(
@@ -158,8 +125,8 @@ void read_words(int request, const std::vector<Word>& words, Arguments& argument
         return;
     }
     const Form form = form_of_request(request).argument;
-    const char* items = parcel_of(form);
-    if (rest.empty() && (*items == 'I' || *items == 'S' || *items == 'r')) {
+    const std::string items = parcel_of(form);
+    if (rest.empty() && (items == "I" || items == "S" || items == "r")) {
         return;
     }
     const std::string parcel = parcel_from(items, rest);

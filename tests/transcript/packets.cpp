@@ -1,7 +1,7 @@
 #include "tests/transcript/packets.h"
 
 #include <algorithm>
-#include <optional>
+#include <cstdio>
 
 #include "host/modem/packet_print.h"
 #include "host/modem/packet_text.h"
@@ -13,7 +13,6 @@ constexpr size_t c_context_at = 12;
 constexpr size_t c_output_at = 22;  // in a return
 constexpr const char* c_any = "...";
 constexpr const char* c_context_place = "CTX";
-constexpr const char* c_any_byte = "..";
 
 uint32_t word_at(const Bytes& bytes, size_t at) {
     uint32_t value = 0;
@@ -24,8 +23,7 @@ uint32_t word_at(const Bytes& bytes, size_t at) {
 }
 
 bool is_byte(const std::string& word) {
-    return word == c_any_byte || word == c_context_place ||
-           (word.size() == 2 && word.find_first_not_of("0123456789ABCDEFabcdef") == word.npos);
+    return word.size() == 2 && word.find_first_not_of("0123456789ABCDEFabcdef") == word.npos;
 }
 
 const uta::Function& find_function(const std::string& name) {
@@ -69,31 +67,15 @@ Bytes made_packet(const uta::Function& function, std::vector<std::string> assign
     return packet;
 }
 
-std::string context_bytes(uint32_t context) {
-    std::string bytes;
-    for (int shift = 24; shift >= 0; shift -= 8) {
-        bytes += static_cast<char>(context >> static_cast<unsigned>(shift));
-    }
-    return bytes;
-}
-
-// The bytes that the words stand for, each with whether it matters.
-std::vector<std::optional<uint8_t>> bytes_of(const std::vector<Word>& words, uint32_t context) {
-    std::vector<std::optional<uint8_t>> bytes;
+// The digits that the words stand for, `.` for one that does not matter.
+std::string digits_of(const std::vector<Word>& words, uint32_t context) {
+    std::string digits;
     for (const std::string& word : byte_words(words)) {
-        if (word == c_context_place) {
-            for (const char byte : context_bytes(context)) {
-                bytes.emplace_back(static_cast<uint8_t>(byte));
-            }
-        } else if (word == c_any_byte) {
-            bytes.emplace_back();
-        } else if (is_byte(word)) {
-            bytes.emplace_back(static_cast<uint8_t>(std::stoul(word, nullptr, 16)));
-        } else {
-            fail("no byte: " + word);
-        }
+        char place[9];
+        snprintf(place, sizeof(place), "%08X", context);
+        digits += word == c_context_place ? place : word;
     }
-    return bytes;
+    return digits;
 }
 
 bool is_output(const uta::Function& function, const std::string& path) {
@@ -142,11 +124,11 @@ uint32_t find_function_id(const std::string& name) {
 
 Bytes packet_of(const std::vector<Word>& words, uint32_t context, uint32_t client, uint32_t sim_id) {
     if (is_byte(words.at(0).text)) {
-        Bytes packet;
-        for (const auto& byte : bytes_of(words, context)) {
-            packet.push_back(byte.value_or(0));
+        const auto bytes = from_hex(digits_of(words, context));
+        if (!bytes) {
+            fail("no bytes");
         }
-        return packet;
+        return *bytes;
     }
     bool any = false;
     const uta::Function& function = find_function(words[0].text);
@@ -157,9 +139,10 @@ Bytes packet_of(const std::vector<Word>& words, uint32_t context, uint32_t clien
 bool is_packet(const std::string& item, const Bytes& packet, uint32_t sim_id) {
     const std::vector<Word> words = words_of(item);
     if (is_byte(words.at(0).text)) {
-        const auto wanted = bytes_of(words, context_of(packet));
-        return std::equal(wanted.begin(), wanted.end(), packet.begin(), packet.end(),
-                          [](const auto& want, uint8_t byte) { return !want || *want == byte; });
+        const std::string wanted = digits_of(words, context_of(packet));
+        const std::string seen = to_hex(packet);
+        return std::equal(wanted.begin(), wanted.end(), seen.begin(), seen.end(),
+                          [](char want, char digit) { return want == '.' || want == digit; });
     }
     bool any = false;
     const uta::Function& function = find_function(words[0].text);

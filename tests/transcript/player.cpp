@@ -28,8 +28,6 @@ constexpr uint32_t c_waits_for_answer = 0xFF;  // of a context id: 0 where nobod
 constexpr std::chrono::milliseconds c_longest_request{30'000};
 constexpr std::chrono::milliseconds c_let_it_wait{50};  // a request that is to wait has come so far
 constexpr const char* c_any = "*";
-constexpr int c_fail = RIL_E_GENERIC_FAILURE;
-constexpr int c_first_unsol = RIL_UNSOL_RESPONSE_RADIO_STATE_CHANGED;
 
 // An indication that every part of the library lets through to Android, in the order of all others.
 constexpr const char* c_fence = "NetDualSimServiceIndCb service_state=1";
@@ -61,6 +59,10 @@ std::string take_name(std::string& text) {
         return word.substr(1);
     }
     return "";
+}
+
+std::string name_of(int error) {
+    return error == RIL_E_SUCCESS ? "ok" : error == RIL_E_GENERIC_FAILURE ? "fail" : error_name(error);
 }
 
 // The rest of a case cannot be played here.
@@ -95,7 +97,7 @@ Player::Player() {
                                               add_completion(token, error, data, length);
                                           },
                                           [this](int number, const void* data, size_t length) {
-                                              add_event({false, "", number, unsol_text(number, data, length)});
+                                              add_event({"", unsol_name(number), unsol_text(number, data, length)});
                                           }});
 }
 
@@ -305,50 +307,35 @@ void Player::see_events(const Line& line) {
             any_events_ = true;
             continue;
         }
-        std::string seen;
+        std::string rest = item;
+        std::string request = take_name(rest);
+        const std::string word = take_word(rest);
+        const std::optional<int> error = find_error(word);
+        const std::string what = error ? name_of(*error) : word;
+        request = !request.empty() || find_unsol(what) ? request : name_;
+        Event event;
+        const auto is_wanted = [&] { return event.request == request && event.what == what && fits(rest, event.text); };
         do {
-            const bool came = soon([&] {
+            const bool came = soon([this] {
                 const std::lock_guard lock(lock_);
                 return !events_.empty();
             });
-            seen = came ? see_event(item) : "nothing";
-        } while (any_events_ && !seen.empty() && seen != "nothing");
-        if (!seen.empty()) {
-            fail("wanted: " + item + "\n  seen: " + seen);
+            if (!came) {
+                fail("wanted: " + item + "\n  seen: nothing");
+            }
+            const std::lock_guard lock(lock_);
+            event = events_.front();
+            events_.pop_front();
+        } while (any_events_ && !is_wanted());
+        if (!is_wanted()) {
+            fail("wanted: " + item + "\n  seen: " + text_of(event));
         }
     }
 }
 
-// Takes the next event; empty when it is the one that `item` describes.
-std::string Player::see_event(const std::string& item) {
-    Event event;
-    {
-        const std::lock_guard lock(lock_);
-        event = events_.front();
-        events_.pop_front();
-    }
-    std::string rest = item;
-    const std::string named = take_name(rest);
-    const std::string word = take_word(rest);
-    const std::optional<int> error = word == "fail" ? std::optional(c_fail) : find_error(word);
-    const bool is_completion = error && *error < c_first_unsol;
-    const std::optional<int> number = is_completion ? error : find_unsol(word);
-    if (!number) {
-        fail("neither an error nor an unsolicited response: " + word);
-    }
-    const std::string& name = named.empty() ? name_ : named;
-    const bool same = event.is_completion == is_completion && event.number == *number &&
-                      (!is_completion || event.name == name) && fits(rest, event.text);
-    return same ? "" : text_of(event);
-}
-
 std::string Player::text_of(const Event& event) const {
-    const std::string name = event.is_completion && event.name != name_ ? event.name + ": " : "";
-    const std::string number = !event.is_completion            ? unsol_name(event.number)
-                               : event.number == RIL_E_SUCCESS ? "ok"
-                               : event.number == c_fail        ? "fail"
-                                                               : error_name(event.number);
-    return name + number + (event.text.empty() ? "" : " " + event.text);
+    const bool is_others = !event.request.empty() && event.request != name_;
+    return (is_others ? event.request + ": " : "") + event.what + (event.text.empty() ? "" : " " + event.text);
 }
 
 // Waits until the library is at rest. What happened and no line told is a failure.
@@ -420,7 +407,7 @@ void Player::wait_until_served() {
 void Player::add_event(Event event) {
     event.text = on_one_line(event.text);
     const std::lock_guard lock(lock_);
-    if (event.number == RIL_UNSOL_OEM_HOOK_RAW && event.text == c_fence_seen && !fences_.empty()) {
+    if (event.what == "OEM_HOOK_RAW" && event.text == c_fence_seen && !fences_.empty()) {
         const bool is_fence = fences_.front();
         fences_.pop_front();
         if (is_fence) {
@@ -444,7 +431,7 @@ void Player::add_completion(RIL_Token token, RIL_Errno error, const void* data, 
             request.first += " again";
         }
     }
-    add_event({true, request.first, error, response_text(request.second, data, length)});
+    add_event({request.first, name_of(error), response_text(request.second, data, length)});
 }
 
 // What RIL_Init gave, once it has.

@@ -22,10 +22,9 @@ public:
 private:
     // What Android got.
     struct Event {
-        bool is_completion;
-        std::string name;  // of the request, or that it was made in line so and so
-        int number;        // an error, or of an unsolicited response
-        std::string text;  // its data
+        std::string request;  // that it completes: its name, or that it was made in line so and so
+        std::string what;     // the error's or the unsolicited response's name
+        std::string text;     // its data
     };
     using Words = std::vector<Word>;
     struct Action {
@@ -48,7 +47,6 @@ private:
     void wait_until_served();
 
     void take_packets();
-    std::string see_event(const std::string& item);
     std::string text_of(const Event& event) const;
     void add_event(Event event);
     void add_completion(RIL_Token token, RIL_Errno error, const void* data, size_t length);
