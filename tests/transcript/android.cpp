@@ -45,10 +45,7 @@ std::optional<std::string> text_of(const Word& word) {
 }
 
 std::string bytes_of(std::span<const Word> words) {
-    std::string hex;
-    for (const std::string& word : byte_words({words.begin(), words.end()})) {
-        hex += word;
-    }
+    const std::string hex = digits_of({words.begin(), words.end()});
     const auto bytes = from_hex(hex);
     if (!bytes) {
         fail("no bytes: " + hex);

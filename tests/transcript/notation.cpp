@@ -3,11 +3,11 @@
 #include <fnmatch.h>
 
 #include <algorithm>
-#include <cctype>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <map>
+#include <regex>
 
 namespace {
 
@@ -15,7 +15,6 @@ using Values = std::map<std::string, std::string>;
 
 constexpr int c_deepest = 16;  // definitions in definitions
 constexpr std::string_view c_blanks = " \t";
-constexpr std::string_view c_new_line = " // ";
 
 std::string trimmed(std::string_view text) {
     const size_t start = text.find_first_not_of(c_blanks);
@@ -37,11 +36,9 @@ size_t find_outside(std::string_view text, std::string_view characters, size_t f
     return text.size();
 }
 
-std::vector<std::string> raw_words(std::string text) {
-    std::vector<std::string> words;
-    while (!(text = trimmed(text)).empty()) {
-        words.push_back(take_word(text));
-    }
+std::vector<std::string> raw_words(std::string_view text) {
+    std::vector<std::string> words = split(text, c_blanks);
+    std::erase(words, "");
     return words;
 }
 
@@ -49,39 +46,31 @@ bool is_assignment(const std::string& word) {
     return find_outside(word, "=") < word.size();
 }
 
+// Without its comment, and with a new line for each `//`.
 std::string without_comment(const std::string& text) {
-    for (size_t at = find_outside(text, "#"); at < text.size(); at = find_outside(text, "#", at + 1)) {
-        if (at == 0 || c_blanks.find(text[at - 1]) != c_blanks.npos) {
-            return trimmed(text.substr(0, at));
+    std::string result;
+    for (const std::string& word : raw_words(text)) {
+        if (word[0] == '#') {
+            break;
         }
+        result += (result.empty() ? "" : " ") + (word == "//" ? "\n" : word);
     }
-    return trimmed(text);
-}
-
-bool is_of_a_name(char c) {
-    return std::isalnum(static_cast<unsigned char>(c)) != 0 || c == '_';
+    return result;
 }
 
 // Puts the values in place of `$name` and `${name}`. What has no value stays, with its braces.
 std::string with_values(const std::string& text, const Values& values) {
+    static const std::regex s_name(R"(\$(?:\{(\w+)\}|(\w+)))");
     std::string result;
-    for (size_t i = 0; i < text.size();) {
-        const bool braced = text.compare(i, 2, "${") == 0;
-        const size_t start = i + (braced ? 2 : 1);
-        size_t end = start;
-        while (text[i] == '$' && end < text.size() && is_of_a_name(text[end])) {
-            ++end;
-        }
-        if (end <= start) {
-            result += text[i++];
-            continue;
-        }
-        const std::string name = text.substr(start, end - start);
+    auto rest = text.begin();
+    for (std::sregex_iterator it(text.begin(), text.end(), s_name), end; it != end; ++it) {
+        const std::string name = it->str(1) + it->str(2);
         const auto found = values.find(name);
+        result.append(rest, (*it)[0].first);
         result += found != values.end() ? found->second : "${" + name + "}";
-        i = end + (braced ? 1 : 0);
+        rest = (*it)[0].second;
     }
-    return result;
+    return result.append(rest, text.end());
 }
 
 class Reader {
@@ -211,10 +200,9 @@ Values Reader::row_values(const Table& table, const std::vector<std::string>& ro
 void Reader::put_lines(const Source& source, const Values& row, std::vector<Line>& lines) const {
     std::string rest = source.text;
     if (take_word(rest) == "rows") {
-        const auto table = tables_.find(take_word(rest));
-        for (size_t i = 0; table != tables_.end() && i < table->second.rows.size(); ++i) {
-            put_lines({source.file, source.number, with_values(rest, row_values(table->second, table->second.rows[i]))},
-                      row, lines);
+        const Table& table = tables_.at(take_word(rest));
+        for (const std::vector<std::string>& one : table.rows) {
+            put_lines({source.file, source.number, with_values(rest, row_values(table, one))}, row, lines);
         }
         return;
     }
@@ -225,7 +213,7 @@ void Reader::put_lines(const Source& source, const Values& row, std::vector<Line
         times = std::atoi(take_word(text).c_str());
     }
     try {
-        const std::vector<std::string> parts = split(expanded(text, 0), c_new_line);
+        const std::vector<std::string> parts = split(expanded(text, 0), "\n");
         for (size_t i = 0; i < parts.size() * static_cast<size_t>(times); ++i) {
             const std::vector<std::string> columns = split(parts[i % parts.size()], "|");
             Line line{source.file, source.number, {}};
@@ -247,11 +235,7 @@ std::string Reader::expanded(const std::string& text, int depth) const {  // NOL
     }
     std::string result;
     for (size_t at = 0; at <= text.size();) {
-        size_t end = find_outside(text, "|;/", at);
-        while (end < text.size() && text[end] == '/' &&
-               !std::string_view(text).substr(end == 0 ? 0 : end - 1).starts_with(c_new_line)) {
-            end = find_outside(text, "|;/", end + 1);
-        }
+        const size_t end = find_outside(text, "|;\n", at);
         std::string piece = text.substr(at, end - at);
         std::vector<std::string> words = raw_words(piece);
         // A name in front stays.
@@ -268,10 +252,8 @@ std::string Reader::expanded(const std::string& text, int depth) const {  // NOL
             words.erase(words.begin());
             piece = " " + prefix + definition(found->second, words, depth) + " ";
         }
-        result += piece;
-        const size_t size = end == text.size() ? 0 : text[end] == '/' ? 2 : 1;
-        result += text.substr(end, size);
-        at = end + std::max<size_t>(size, 1);
+        result += piece + text.substr(end, 1);
+        at = end + 1;
     }
     return result;
 }
@@ -335,7 +317,7 @@ std::string unquoted(std::string_view text) {
 
 std::vector<Word> words_of(std::string_view text) {
     std::vector<Word> words;
-    for (const std::string& word : raw_words(std::string(text))) {
+    for (const std::string& word : raw_words(text)) {
         words.push_back({unquoted(word), word.find('"') != word.npos});
     }
     return words;
@@ -368,28 +350,24 @@ std::string on_one_line(const std::string& text) {
     return line;
 }
 
-std::vector<std::string> byte_words(const std::vector<Word>& words) {
-    std::vector<std::string> bytes;
+std::string digits_of(const std::vector<Word>& words) {
+    std::string digits;
     for (const Word& word : words) {
         const size_t star = word.text.find('*');
-        const size_t count = star == word.text.npos ? 1 : std::stoul(word.text.substr(star + 1));
-        bytes.insert(bytes.end(), count, word.text.substr(0, star));
+        for (size_t i = star == word.text.npos ? 1 : std::stoul(word.text.substr(star + 1)); i > 0; --i) {
+            digits += word.text.substr(0, star);
+        }
     }
-    return bytes;
+    return digits;
 }
 
-std::vector<std::string> split(std::string_view text, std::string_view separator) {
+std::vector<std::string> split(std::string_view text, std::string_view separators) {
     std::vector<std::string> pieces;
-    size_t start = 0;
-    for (size_t at = 0; at < text.size();) {
-        at = find_outside(text, separator.substr(0, 1), at);
-        if (text.substr(at).starts_with(separator)) {
-            pieces.push_back(trimmed(text.substr(start, at - start)));
-            start = at + separator.size();
-        }
-        at = std::max(at + 1, start);
+    for (size_t at = 0; at <= text.size();) {
+        const size_t end = find_outside(text, separators, at);
+        pieces.push_back(trimmed(text.substr(at, end - at)));
+        at = end + 1;
     }
-    pieces.push_back(trimmed(text.substr(start)));
     return pieces;
 }
 

@@ -34,8 +34,8 @@ struct Word {
 std::vector<Word> words_of(std::string_view text);
 std::string unquoted(std::string_view text);  // of one word
 
-// The words of bytes in hexadecimal, with `00*3` in place of three of them.
-std::vector<std::string> byte_words(const std::vector<Word>& words);
+// The digits of bytes in hexadecimal, three of them for `00*3`.
+std::string digits_of(const std::vector<Word>& words);
 
 std::vector<std::string> texts_of(const std::vector<Word>& words, size_t from);
 
@@ -43,7 +43,7 @@ std::vector<std::string> texts_of(const std::vector<Word>& words, size_t from);
 bool fits(const std::string& pattern, const std::string& text);
 std::string on_one_line(const std::string& text);
 
-// At the separators that stand outside quotes, without blanks around the pieces.
-std::vector<std::string> split(std::string_view text, std::string_view separator);
+// At each of the separators that stands outside quotes, without blanks around the pieces.
+std::vector<std::string> split(std::string_view text, std::string_view separators);
 // The first word, taken off the text with the blanks around it.
 std::string take_word(std::string& text);

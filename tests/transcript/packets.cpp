@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <regex>
 
 #include "host/modem/packet_print.h"
 #include "host/modem/packet_text.h"
@@ -67,15 +68,11 @@ Bytes made_packet(const uta::Function& function, std::vector<std::string> assign
     return packet;
 }
 
-// The digits that the words stand for, `.` for one that does not matter.
+// `.` for a digit that does not matter.
 std::string digits_of(const std::vector<Word>& words, uint32_t context) {
-    std::string digits;
-    for (const std::string& word : byte_words(words)) {
-        char place[9];
-        snprintf(place, sizeof(place), "%08X", context);
-        digits += word == c_context_place ? place : word;
-    }
-    return digits;
+    char text[9];
+    snprintf(text, sizeof(text), "%08X", context);
+    return std::regex_replace(digits_of(words), std::regex(c_context_place), text);
 }
 
 bool is_output(const uta::Function& function, const std::string& path) {
