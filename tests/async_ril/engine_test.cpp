@@ -45,6 +45,19 @@ TEST_F(Engine, All254InUseThenTheRotationGoesOn) {
     EXPECT_EQ(qelril_get_free_ctxt_id(nullptr), -1);
 }
 
+TEST_F(Engine, APrivateAreaIsThereUntilItsContextIsFree) {
+    const auto id = static_cast<uint32_t>(qelril_get_free_ctxt_id(nullptr));
+    void* area = &area;
+    void* again = nullptr;
+    EXPECT_EQ(qelril_create_priv_area(id, 0, &area), 0);
+    EXPECT_EQ(area, nullptr);
+    EXPECT_EQ(qelril_create_priv_area(id, 16, &area), 0);
+    EXPECT_EQ(qelril_create_priv_area(id, 0, &again), 0);
+    EXPECT_EQ(again, area);
+    qelril_free_and_return(id);
+    qelril_free_and_return(id);  // nothing left
+}
+
 // While the RIL thread is busy, 128 posters fill the mailbox; the others are refused at once, and nothing leaks.
 TEST_F(Engine, FullMailboxLosesTheMessageAndBlocksNobody) {
     sys_sem_t go = sys_sem_new(0);

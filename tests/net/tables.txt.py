@@ -1,13 +1,5 @@
 #!/usr/bin/env python3
-"""Writes a transcript of what tables and calendars say, whole: every value of a signal in each technology, the name of
-every band, and the network's time on every third day of a year in the zones of the world: some of them in turn, and
-those whose clocks have just been changed.
-
-A network sends universal time, the zone in quarters of an hour with daylight saving in it, and the hours of daylight
-saving (3GPP TS 24.008, 10.5.3.9 and 10.5.3.12).
-"""
-from datetime import datetime, timedelta, timezone
-from zoneinfo import ZoneInfo, available_timezones
+"""Writes a transcript of what tables say, whole: every value of a signal in each technology, and the name of every band."""
 
 
 def twice(numbers):
@@ -55,31 +47,11 @@ def bands():
         print(f"| | registration 0 1 band={band} | told\nprop gsm.network.band \"{name}\"")
 
 
-def year():
-    print("case The year's times in the world's zones")
-    zones = [ZoneInfo(name) for name in sorted(available_timezones())]
-    before = []
-    for day in range(0, 366, 3):
-        at = datetime(2028, 1, 1, 0, day % 60, day % 59, tzinfo=timezone.utc) + timedelta(days=day, hours=day % 24)
-        local = (at.astimezone(zone) for zone in zones)
-        kinds = sorted({(there.utcoffset() // timedelta(minutes=15), -(-there.dst() // timedelta(hours=1)))
-                        for there in local})
-        assert len(kinds) > 30, kinds
-        told = [kind for place, kind in enumerate(kinds) if kind not in before or place % 8 == day % 8]
-        before = kinds
-        sent = f"{at.year} {at.month} {at.day} {at.hour} {at.minute} {at.second}"
-        exchange([f"time {sent} {quarters} {saving}" for quarters, saving in told],
-                 [f"NITZ_TIME_RECEIVED {at:%y/%m/%d,%H:%M:%S}{quarters:+d},{saving}" for quarters, saving in told])
-
-
 print("""phone on
 define registration NetRegistrationInfoIndCb cs_status=$1 ps_status=$2 second_cause=255 network.rat=1
 define cell NetCellInfoIndCb rat=$1 lac=0x12 cell_id=0xABCD mcc=262 mnc=1
 define told VOICE_NETWORK_STATE_CHANGED
 define signal NetRadioSignalIndCb signal=$1 error_rate=$1
-define strength SIGNAL_STRENGTH gsm=$1 ber=$2 *
-define time NetNitzInfoIndCb is_time_available=1 year=$1 month=$2 day=$3 hour=$4 minute=$5 second=$6 \\
-  is_timezone_available=1 timezone=$7 is_dst_available=1 dst=$8""")
+define strength SIGNAL_STRENGTH gsm=$1 ber=$2 *""")
 signals()
 bands()
-year()

