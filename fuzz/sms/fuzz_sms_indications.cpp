@@ -72,12 +72,9 @@ const RIL_Env c_env = {completed, told, [](RIL_TimedCallback, void*, const timev
 
 void handle(int32_t request, void* data, size_t length, RIL_Token token) {
     static const std::map<int, request_row> c_rows = {
-        {RIL_REQUEST_SEND_SMS, ROW(ril_request_send_sms)},
         {RIL_REQUEST_SMS_ACKNOWLEDGE, ROW(ril_request_sms_acknowledge)},
-        {RIL_REQUEST_ACKNOWLEDGE_INCOMING_GSM_SMS_WITH_PDU, ROW(ril_request_acknowledge_incoming_gsm_sms_with_pdu)},
         {RIL_REQUEST_WRITE_SMS_TO_SIM, ROW(ril_request_write_sms_to_sim)},
         {RIL_REQUEST_DELETE_SMS_ON_SIM, ROW(ril_request_delete_sms_on_sim)},
-        {RIL_REQUEST_GET_SMSC_ADDRESS, ROW(ril_request_get_smsc_address)},
         {RIL_REQUEST_REPORT_SMS_MEMORY_STATUS, ROW(ril_request_report_sms_memory_status)},
     };
     const request_row& row = c_rows.at(request);
@@ -91,31 +88,21 @@ void ask(int number, Data data) {
     qelril_post_request(0, number, &data, sizeof(data), token);
 }
 
-void acknowledge(int success, int cause, bool has_text) {
+void acknowledge(int success, int cause) {
     s_world.says_yes = success == 1 && s_world.waits;
-    if (has_text) {
-        char text[] = "0100";
-        char status[] = {static_cast<char>('0' + success), '\0'};
-        ask(RIL_REQUEST_ACKNOWLEDGE_INCOMING_GSM_SMS_WITH_PDU, std::array{status, text});
-    } else {
-        ask(RIL_REQUEST_SMS_ACKNOWLEDGE, std::array{success, cause});
-    }
+    ask(RIL_REQUEST_SMS_ACKNOWLEDGE, std::array{success, cause});
     s_world.says_yes = s_world.waits = false;
 }
 
 void work(uint8_t choice) {
     char pdu[] = "0100039121F3000003C1E010";
-    switch (choice % 6) {
+    switch (choice % 4) {
         case 0:
-            return ask(RIL_REQUEST_SEND_SMS, std::array<char*, 2>{nullptr, pdu});
-        case 1:
             return ask(RIL_REQUEST_WRITE_SMS_TO_SIM, RIL_SMS_WriteArgs{1, pdu, nullptr});
-        case 2:
+        case 1:
             return ask(RIL_REQUEST_DELETE_SMS_ON_SIM, 2);
-        case 3:
-            return ask(RIL_REQUEST_GET_SMSC_ADDRESS, 0);
         default:
-            return ask(RIL_REQUEST_REPORT_SMS_MEMORY_STATUS, choice % 6 - 4);
+            return ask(RIL_REQUEST_REPORT_SMS_MEMORY_STATUS, choice % 4 - 2);
     }
 }
 
@@ -170,10 +157,6 @@ void answer(Input& input) {
     s_world.owed.erase(at);
     const bool is_any = input.choice() % 4 == 3;
     switch (owed.function) {
-        case uta::row::UtaMsSmsSendReq::id: {
-            const auto param = any<UtaSmsSendRspParam>(input);
-            return UtaMsSmsSendRspCb(0, &param, owed.ctxt_id);
-        }
         case uta::row::UtaMsSmsSimMsgCountReq::id: {
             auto count = is_any ? any<UtaSmsSimMsgCountRspParams>(input) : UtaSmsSimMsgCountRspParams{0, 3, 1, 0, {}};
             auto octets = is_any ? input.take(input.choice() % 40) : std::vector<uint8_t>{2};
@@ -231,7 +214,7 @@ void step(Input& input) {
     } else if (choice < 16) {
         deliver(input);
     } else if (choice < 22) {
-        acknowledge(input.choice() % 3, input.choice(), choice % 2 == 0);
+        acknowledge(input.choice() % 3, input.choice());
     } else if (choice < 26) {
         work(input.choice());
     } else if (choice == 26) {
@@ -265,7 +248,7 @@ void settle() {
     ask(RIL_REQUEST_REPORT_SMS_MEMORY_STATUS, 1);
     for (size_t rounds = 2 * s_world.centre.waiting.size() + 2; rounds > 0; --rounds) {
         answer_all();
-        acknowledge(1, 0, false);
+        acknowledge(1, 0);
         lose_patience();
         s_world.centre.has_memory = true;
         send_first();
@@ -295,7 +278,6 @@ int32_t uta::call(uint16_t id, const uta::Word* words) {
             sms::acknowledge(s_world.centre, ack.id, is_done ? sms::Fate::DELIVERED : sms::Fate::REFUSED);
             break;
         }
-        case uta::row::UtaMsSmsSendReq::id:
         case uta::row::UtaMsSmsSimMsgCountReq::id:
             s_world.owed.push_back({id, context, nullptr, 0});
             break;
