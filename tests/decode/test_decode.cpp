@@ -101,13 +101,16 @@ TEST(Decode, PacksPublishedTexts) {
         out.resize(made.octets);
         EXPECT_EQ(out, packed) << text;
         EXPECT_EQ(made.octets, (made.septets * 7 + 7) / 8);
-        // From every bit on they come out again.
-        Bytes septets(made.septets);
-        EXPECT_EQ(gsm_unpack_septets(packed, 0, septets), made.septets);
-        for (size_t first_bit = 1; first_bit < 30; ++first_bit) {
-            Bytes again(made.septets);
-            EXPECT_EQ(gsm_unpack_septets(pack_bit_by_bit(septets, first_bit), first_bit, again), made.septets);
-            EXPECT_EQ(again, septets) << first_bit;
+        // Behind other characters, from every bit on, they come out again.
+        for (size_t first = 0; first < 8; ++first) {
+            Bytes behind(out.size() + 7);
+            gsm_pack_text(std::string(first, 'a') + text, behind);
+            Bytes septets(made.septets);
+            EXPECT_EQ(gsm_unpack_septets(behind, 7 * first, septets), made.septets);
+            std::vector<uint16_t> characters(made.septets);
+            size_t length = 0;
+            gsm7_defaultString_toUnicodeString(septets, characters, &length, true);
+            EXPECT_EQ(std::string(characters.begin(), characters.begin() + static_cast<ptrdiff_t>(length)), text);
         }
     }
     // An escape is not left alone: of "^^" in two octets only the first fits.
@@ -176,11 +179,9 @@ TEST(Decode, CellBroadcastPages) {
 TEST(Decode, CellBroadcastPagesWithLanguage) {
     // 3GPP TS 23.038, clause 5, coding group 0001: "en", a carriage return and 90 septets on each page.
     Bytes pages;
-    for (const uint8_t fill : {uint8_t{'a'}, uint8_t{'b'}}) {
-        Bytes septets = {'e', 'n', '\r'};
-        septets.resize(93, fill);
-        const Bytes page = pack_bit_by_bit(septets);
-        pages.insert(pages.end(), page.begin(), page.end());
+    for (const char fill : {'a', 'b'}) {
+        pages.resize(pages.size() + c_cbs_page_octets);
+        gsm_pack_text("en\r" + std::string(90, fill), std::span(pages).last(c_cbs_page_octets));
     }
     std::vector<uint16_t> out(200);
     size_t length = 0;

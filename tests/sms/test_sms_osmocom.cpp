@@ -18,15 +18,14 @@ size_t pick(size_t below) {
 }
 
 // Latin-1 characters of the alphabet and its extension, without a zero. Of the others, the other codec's table keeps
-// something else in the places of the section sign and the inverted question mark, and cannot decode `c_one_way`.
-const std::string c_both_ways =
+// something else in the places of the section sign and the inverted question mark.
+const std::string c_characters =
     "@\xA3$\xA5\xE8\xE9\xF9\xEC\xF2\xC7\n\xD8\r\xC5\xE5_\xC6\xE6\xDF\xC9 !\"#%&'()*+,-./0123456789:;<=>?"
-    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz\xE0^{}\\[~]|";
-const std::string c_one_way = "\xF8\xC4\xD6\xD1\xDC\xE4\xF6\xF1\xFC";
+    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz\xE0^{}\\[~]|\xF8\xC4\xD6\xD1\xDC\xE4\xF6\xF1\xFC";
 
-std::string random_text(const std::string& characters, size_t max_length) {
+std::string random_text(size_t max_length) {
     std::string text(pick(max_length + 1), ' ');
-    std::generate(text.begin(), text.end(), [&] { return characters[pick(characters.size())]; });
+    std::generate(text.begin(), text.end(), [&] { return c_characters[pick(c_characters.size())]; });
     return text;
 }
 
@@ -44,8 +43,7 @@ std::string latin(const uint16_t* text, size_t length) {
 
 TEST(SmsOsmocom, PacksTheSame) {
     for (int i = 0; i < 20000; ++i) {
-        const bool is_both_ways = i % 2 == 0;
-        const std::string text = random_text(is_both_ways ? c_both_ways : c_both_ways + c_one_way, 160);
+        const std::string text = random_text(160);
         Bytes theirs(400);
         Bytes ours(400);
         int octets = 0;
@@ -56,12 +54,6 @@ TEST(SmsOsmocom, PacksTheSame) {
         ours.resize(packed.octets);
         theirs.resize(packed.octets);
         ASSERT_EQ(ours, theirs) << text;
-        if (septets > 255 || !is_both_ways) {
-            continue;  // more than a length octet says, or not decoded
-        }
-        std::vector<char> back(400);
-        const int length = gsm_7bit_decode_n(back.data(), back.size(), ours.data(), static_cast<uint8_t>(septets));
-        ASSERT_EQ(std::string(back.data(), static_cast<size_t>(length)), text);
     }
 }
 
@@ -70,7 +62,7 @@ TEST(SmsOsmocom, DecodesItsMessages) {
         const bool is_alpha = pick(4) == 0;
         const std::string sender = is_alpha ? std::string("AbcdefGhijk", 1 + pick(10)) : random_number(1 + pick(19));
         const std::string centre = random_number(1 + pick(19));
-        const std::string text = random_text(c_both_ways + c_one_way, 60);
+        const std::string text = random_text(60);
         const size_t header_octets = pick(3) == 0 ? 1 + pick(20) : 0;
         const size_t header_septets = (header_octets * 8 + 6) / 7;
 
