@@ -18,7 +18,7 @@ class Stubs : public testing::Test {
 protected:
     void SetUp() override {
         reset_fake_transport();
-        log_lines().clear();
+        clear_log();
     }
     void TearDown() override { EXPECT_EQ(fake_transport().unreleased, 0); }
 
@@ -117,7 +117,7 @@ TEST_F(Stubs, OutputParameters) {
     answer("w4 w5 o6 02 01");
     EXPECT_EQ(RemCsiUtaMsTpcGetState(0, &status, &index, &applied), c_rpc_transport_failure);
     EXPECT_THAT((std::vector<int>{status, index, applied}), ElementsAre(1, 8, 7));
-    EXPECT_EQ(log_lines().size(), 1U);
+    EXPECT_EQ(times_logged(), 1);
     answer("w0 w7 o8 o9");
     EXPECT_EQ(RemCsiUtaMsTpcGetState(0, &status, &index, &applied), 0);
     EXPECT_THAT((std::vector<int>{status, index, applied}), ElementsAre(9, 8, 7));
@@ -179,8 +179,8 @@ TEST_F(Stubs, RequestThatDoesNotFitIsNotSent) {
     for (const int32_t length : {3000, 1991}) {
         EXPECT_EQ(RemUtaSysGetInfo(4, info.data(), length), c_rpc_transport_failure);
         EXPECT_EQ(sent(223), "nothing");
-        EXPECT_EQ(log_lines().size(), 1U);
-        log_lines().clear();
+        EXPECT_EQ(times_logged(), 1);
+        clear_log();
     }
     RemUtaSysGetInfo(4, info.data(), 1990);
     EXPECT_EQ(fake_transport().calls.back().packet.size(), 2046U);

@@ -1,164 +1,173 @@
-// What becomes of received bytes: routing, the queue, the dispatch thread.
-#include <semaphore.h>
+// What becomes of received bytes: routing, the queue, the slots of the calls that wait.
+#include <gtest/gtest.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
-#include <mutex>
+#include <algorithm>
+#include <random>
 
 #include "rpc/multi-client/rpc-stubs/ril/transport.h"
 #include "rpc/multi-client/rpc-stubs/ril/transport_queue.h"
 #include "rpc/multi-client/rpc-stubs/ril/transport_route.h"
-#include "tests/rpc/transport/fixture.h"
+#include "rpc/multi-client/rpc-stubs/ril/transport_slots.h"
+#include "rpc/multi-client/utils/osa/android/sys_arch.h"
+#include "tests/rpc/stubs/fake_log.h"
+#include "tests/rpc/stubs/hex.h"
 
-namespace {
-
-std::mutex s_lock;
-std::vector<Bytes>& s_unpacked = *new std::vector<Bytes>;  // the dispatch thread outlives main
-sem_t s_gate;
-
-size_t unpacked() {
-    const std::lock_guard hold(s_lock);
-    return s_unpacked.size();
+// Every wait for a return has its five seconds behind it.
+extern "C" int clock_gettime(clockid_t clock, timespec* time) noexcept {
+    const long result = syscall(SYS_clock_gettime, clock, time);
+    time->tv_sec -= clock == CLOCK_REALTIME ? 10 : 0;
+    return static_cast<int>(result);
 }
 
-int keep(std::span<const uint8_t> body) {
-    const std::lock_guard hold(s_lock);
-    s_unpacked.emplace_back(body.begin(), body.end());
+extern "C" int registerMEH(uint32_t, void (*)(uint32_t)) {
     return 0;
 }
 
-int keep_behind_gate(std::span<const uint8_t> body) {
-    sem_wait(&s_gate);
-    return keep(body);
+void RPCConnectionChanged(bool) {}
+
+static int ignore(std::span<const uint8_t>) {
+    return 0;
 }
 
-constexpr RPCHostUnpackerRow c_rows[] = {{-1, nullptr}, {45, keep},   {0, nullptr},  {76, keep_behind_gate},
-                                         {999, keep},   {1000, keep}, {-1, nullptr}, {77, keep}};
-
-}  // namespace
-
+static constexpr RPCHostUnpackerRow c_rows[] = {{-1, nullptr}, {45, ignore},   {0, nullptr},  {76, ignore},
+                                                {999, ignore}, {1000, ignore}, {-1, nullptr}, {77, ignore}};
 const RPCHostUnpackerRow* const RPCUnpackerTable = c_rows;
 
 namespace {
 
-constexpr uint32_t c_context = 0x20000105;
-const Bytes c_good = packet(45, c_context, {1, 2, 3});
-const Bytes c_good_body = {0x20, 0, 1, 5, 1, 2, 3};
-
-Bytes with_size(uint8_t a, uint8_t b, uint8_t c, uint8_t d) {
-    Bytes bytes = packet(76, c_context, {9, 9});
-    bytes[2] = a, bytes[3] = b, bytes[4] = c, bytes[5] = d;
-    return bytes;
-}
-
 TEST(Route, OneRead) {
+    APPInitQueue();
+    CreateFuncIdIndexMap();
+    const std::string c_good = "w19 w45 20 00 01 05 01 02 03 ";
     const struct {
-        const char* name;
-        Bytes read;
+        std::string read;
         std::vector<uint32_t> queued;  // function ids
-        const char* log;
+        const char* log = nullptr;
     } c_cases[] = {
-        {"two packets", c_good + packet(76, 1), {45, 76}, nullptr},
-        {"no body", {2, 4, 0, 0, 0, 12, 2, 4, 0, 0, 0, 45}, {45}, nullptr},
-        {"cut packet",
-         c_good + Bytes(c_good.begin(), c_good.end() - 1),
+        {c_good + "w16 w76 20 00 01 05", {45, 76}},
+        {"w12 w45", {45}},
+        {c_good + "w19 w45 20 00 01 05 01 02",
          {45},
          "packet_size[19] is bigger than packet_left[18], abandon it! ret_type_idx[45]\n"},
-        {"the rest of it", {3}, {}, "packet_left[1] has no packet header, abandon it!\n"},
-        {"size 0", with_size(0, 0, 0, 0) + c_good, {}, "packet_size[0] is less than"},
-        {"size 11", c_good + with_size(0, 0, 0, 11) + c_good, {45}, "packet_size[11] is less than"},
-        {"size huge", with_size(0xFF, 0xFF, 0xFF, 0xFF) + c_good, {}, "packet_size[-1] is bigger"},
-        {"size big", with_size(0x7F, 0xFF, 0xFF, 0xFF) + c_good, {}, "ret_type_idx[76]\n"},
-        {"header cut", c_good + Bytes{2, 4, 0, 0, 0, 12, 2, 4, 0, 0, 0}, {45}, "packet_left[11] has no"},
-        {"other tags", Bytes{1, 9, 0, 0, 0, 12, 0x7F, 0, 0, 0, 0, 45} + c_good, {45, 45}, nullptr},
-        {"unknown ids",
-         packet(0, 0) + packet(44, 0) + packet(77, 0) + packet(1000, 0) + packet(999, 0),
-         {999},
-         nullptr},
-        {"return without waiter", return_of(45, 0, 0) + c_good, {45}, "AppRecvFromRPCIFTask: sem_index is MAX\n"},
-        {"return of the highest id", packet(0xFFFFFFFF, 0) + c_good, {45}, "sem_index is MAX"},
-        {"return without context",
-         Bytes{2, 4, 0, 0, 0, 15, 2, 4, 0, 0, 4, 20, 1, 2, 3} + c_good,
-         {45},
-         "return of function 44 has no context id"},
+        {c_good + "w11 w76 09 09 09 09 " + c_good, {45}, "packet_size[11] is less than"},
+        {"02 04 FF FF FF FF w76 " + c_good, {}, "packet_size[-1] is bigger"},
+        {c_good + "02 04 00 00 00 0C 02 04 00 00 00", {45}, "packet_left[11] has no packet header, abandon it!\n"},
+        {"01 09 00 00 00 0C 7F 00 00 00 00 2D " + c_good, {45, 45}},  // other tags
+        {"w12 w0 w12 w44 w12 w77 w16 w1000 00 00 00 00 w12 w999", {999}},
+        {"w22 w1045 20 00 01 05 w0 " + c_good, {45}, "AppRecvFromRPCIFTask: sem_index is MAX\n"},
+        {"02 04 00 00 00 10 02 04 FF FF FF FF 20 00 01 05 " + c_good, {45}, "sem_index is MAX"},
+        {"w15 w1044 01 02 03 " + c_good, {45}, "return of function 44 has no context id"},
     };
-    in_own_process([&] {
-        APPInitQueue();
-        CreateFuncIdIndexMap();
-        for (const auto& each : c_cases) {
-            SCOPED_TRACE(each.name);
-            const char* log = each.log == nullptr ? "" : each.log;  // every line has this
-            const int logged = times_logged(log);
-            RPCRouteReceived(each.read);
-            std::vector<uint32_t> queued;
-            for (RpcQueueEntry entry{}; APPRcvMsg(entry) == 1; free(entry.data)) {
-                queued.push_back(entry.index);
-                EXPECT_EQ(entry.kind, 2U);
-                const Bytes body(entry.data, entry.data + entry.length);
-                EXPECT_TRUE(entry.index != 45 || body.empty() || body == c_good_body);
-            }
-            EXPECT_EQ(queued, each.queued);
-            EXPECT_EQ(times_logged(log), each.log == nullptr ? logged : logged + 1);
+    for (const auto& each : c_cases) {
+        SCOPED_TRACE(each.read);
+        clear_log();
+        RPCRouteReceived(hex(each.read));
+        std::vector<uint32_t> queued;
+        for (RpcQueueEntry entry{}; APPRcvMsg(entry) == 1; free(entry.data)) {
+            queued.push_back(entry.index);
+            EXPECT_EQ(entry.kind, 2U);
+            const std::string body = to_text(Bytes(entry.data, entry.data + entry.length));
+            EXPECT_TRUE(entry.index != 45 || body.empty() || body == "20 00 01 05 01 02 03 ");
         }
-    });
+        EXPECT_EQ(queued, each.queued);
+        EXPECT_EQ(times_logged(), each.log == nullptr ? 0 : 1);
+        EXPECT_EQ(times_logged(each.log == nullptr ? "" : each.log), times_logged());
+    }
 }
 
 TEST(Queue, HoldsEightyAlsoWhenWrapped) {
-    in_own_process([] {
-        APPInitQueue();
-        RpcQueueEntry entry{};
-        uint8_t next_in = 0;
-        uint8_t next_out = 0;
-        const auto put = [&] { return APPSendMsg(std::span(&next_in, 1), 45) == 1 && ++next_in != 0; };
+    APPInitQueue();
+    for (const int moved : {0, 1, 79}) {  // slots by which the ring has turned when it is filled
+        uint8_t put = 0;
+        uint8_t taken = 0;
+        const auto send = [&] { return APPSendMsg(std::span(&put, 1), 45) == 1 && ++put != 0; };
         const auto take = [&] {
-            const bool taken = APPRcvMsg(entry) == 1 && entry.data[0] == next_out++;
+            RpcQueueEntry entry{};
+            const bool right = APPRcvMsg(entry) == 1 && entry.data[0] == taken && ++taken != 0;
             free(entry.data);
-            return taken;
+            return right;
         };
-        for (const int moved : {0, 1, 79}) {  // slots by which the ring has turned when it is filled
-            for (int i = 0; i < moved; i++) {
-                ASSERT_TRUE(put() && put() && take() && take());
-                ASSERT_EQ(APPRcvMsg(entry), 0);
-            }
-            next_in = next_out = 0;
-            ASSERT_TRUE(put() && take() && put());
-            for (int i = 1; i < 80; i++) {
-                ASSERT_TRUE(put());
-            }
-            EXPECT_FALSE(put());
-            ASSERT_TRUE(take());
-            ASSERT_TRUE(put());
-            EXPECT_FALSE(put());
-            for (int i = 0; i < 80; i++) {
-                ASSERT_TRUE(take());
-            }
-            EXPECT_EQ(APPRcvMsg(entry), 0);
+        while (put < moved) {
+            ASSERT_TRUE(send() && (put == 1 || take()));  // one stays, so that the ring does not start over
         }
-        EXPECT_EQ(times_logged("MSG QUEUE --> FULL \n"), 6);
-    });
+        while (put < 200 && send()) {
+        }
+        EXPECT_EQ(put, taken + 80);
+        ASSERT_TRUE(take() && send());
+        EXPECT_FALSE(send());
+        while (take()) {
+        }
+        EXPECT_EQ(taken, put);
+    }
 }
 
-TEST(Dispatch, WhileOneUnpackerIsParkedReturnsGoOnAndTheQueueFills) {
-    with_client(1, [](FakeDaemon& daemon) {
-        sem_init(&s_gate, 0, 0);
-        daemon.write(packet(76, c_context));
-        // Taken from the queue once a call behind it got its return and the queue is found to hold 80 more.
-        expect_call(daemon, 71, c_context, 5);
-        std::this_thread::sleep_for(std::chrono::milliseconds(20));
-        Bytes flood;
-        for (uint8_t i = 0; i < 81; i++) {
-            flood = flood + packet(45, c_context, {i});
+// Calls, returns, lost connections and posts that come late, in any order, against a list of who waits.
+TEST(Slots, AsTheListOfThoseWhoWait) {
+    struct Waiting {
+        uint32_t slot, id, context;
+        bool settled;
+        int value;  // -1 without a return
+    };
+    std::vector<Waiting> waiting;  // the first that called in front
+    std::mt19937 random(1);
+    const auto any = [&](size_t below) { return random() % below; };
+    size_t most = 0;
+    CreateFuncIdIndexMap();
+    for (int step = 0; step < 40000; ++step) {
+        const auto id = static_cast<uint32_t>(71 + any(3));
+        const auto context = static_cast<uint32_t>(any(4));
+        // Mostly more calls than ends, and now and then the other way.
+        const size_t kind = any(step / 1000 % 2 == 0 ? 10 : 16);
+        if (kind < 5) {
+            const SysMutexHold hold(SynchSemLock);
+            const uint32_t slot = RPCCreateSemaphore(id, context);
+            ASSERT_EQ(slot == c_synch_sem_count, waiting.size() == c_synch_sem_count);
+            if (slot != c_synch_sem_count) {
+                waiting.push_back({slot, id, context, false, -1});
+                most = std::max(most, waiting.size());
+            }
+        } else if (kind < 8) {
+            Waiting* found = nullptr;
+            Waiting* last = nullptr;
+            size_t of_function = 0;
+            for (Waiting& one : waiting) {
+                if (one.id == id && !one.settled) {
+                    ++of_function;
+                    last = &one;
+                    found = found == nullptr && one.context == context ? &one : found;
+                }
+            }
+            found = found == nullptr && of_function == 1 ? last : found;
+            const auto value = static_cast<int>(any(256));
+            clear_log();
+            RPCRouteReceived(hex("w22 w" + std::to_string(id + 1000) + " 00 00 00 0" + std::to_string(context) + " w" +
+                                 std::to_string(value)));
+            ASSERT_EQ(times_logged("sem_index is MAX"), found == nullptr ? 1 : 0) << step;
+            if (found != nullptr) {
+                found->settled = true;
+                found->value = value;
+            }
+        } else if (kind == 8 && any(20) == 0) {
+            const SysMutexHold hold(SynchSemLock);
+            RPCFailAllSemaphores();
+            for (Waiting& one : waiting) {
+                one.settled = true;
+            }
+        } else if (!waiting.empty()) {
+            const auto one = waiting.begin() + static_cast<long>(any(waiting.size()));
+            if (any(10) == 0) {
+                RPCReleaseSemaphore(one->slot);  // meant for the slot's previous caller
+            }
+            RpcReturn ret{};
+            ASSERT_EQ(RPCWaitOnSemaphore(one->slot, ret), one->value >= 0 ? 1 : 0) << step;
+            ASSERT_TRUE(one->value < 0 ? ret.body == nullptr : ret.body[9] == one->value) << step;
+            RPCReleaseReturn(ret);
+            waiting.erase(one);
         }
-        daemon.write(flood);
-        ASSERT_TRUE(soon([] { return times_logged("MSG QUEUE --> FULL \n") == 1; }));
-        EXPECT_EQ(unpacked(), 0U);
-        sem_post(&s_gate);
-        ASSERT_TRUE(soon([] { return unpacked() == 81; }));
-        for (uint8_t i = 0; i < 80; i++) {
-            EXPECT_EQ(s_unpacked[1 + i].back(), i);
-        }
-        daemon.write(c_good);
-        ASSERT_TRUE(soon([] { return unpacked() == 82; }));
-        EXPECT_EQ(s_unpacked.back(), c_good_body);
-    });
+    }
+    EXPECT_EQ(most, c_synch_sem_count);
 }
 
 }  // namespace
