@@ -40,17 +40,9 @@ std::vector<FakeAndroid::Completion> FakeAndroid::completions() {
     return completions_;
 }
 
-std::vector<FakeAndroid::Unsolicited> FakeAndroid::unsolicited() {
+std::vector<int> FakeAndroid::unsolicited_numbers() {
     const std::lock_guard lock(lock_);
     return unsolicited_;
-}
-
-std::vector<int> FakeAndroid::unsolicited_numbers() {
-    std::vector<int> numbers;
-    for (const Unsolicited& message : unsolicited()) {
-        numbers.push_back(message.number);
-    }
-    return numbers;
 }
 
 int FakeAndroid::completed(RIL_Token token) {
@@ -112,11 +104,7 @@ void FakeAndroid::on_complete(RIL_Token token, RIL_Errno error, void* response, 
 void FakeAndroid::on_unsolicited(int number, const void* data, size_t length) {
     FakeAndroid& android = instance();
     std::unique_lock lock(android.lock_);
-    Unsolicited message{number, {}};
-    if (data != nullptr) {
-        message.data.assign(static_cast<const char*>(data), length);
-    }
-    android.unsolicited_.push_back(std::move(message));
+    android.unsolicited_.push_back(number);
     if (android.observer_.told) {
         android.observer_.told(number, data, length);
     }

@@ -18,10 +18,6 @@ public:
         RIL_Errno error;
         std::string data;  // the bytes of the response
     };
-    struct Unsolicited {
-        int number;
-        std::string data;
-    };
 
     // The one Android of this process; its record is what RIL_Init gets.
     static FakeAndroid& instance();
@@ -41,7 +37,6 @@ public:
     void set_observer(Observer observer);
 
     std::vector<Completion> completions();
-    std::vector<Unsolicited> unsolicited();
     std::vector<int> unsolicited_numbers();
 
     // Number of completions with this token.
@@ -61,7 +56,7 @@ private:
     std::mutex lock_;
     std::condition_variable changed_;
     std::vector<Completion> completions_;
-    std::vector<Unsolicited> unsolicited_;
+    std::vector<int> unsolicited_;
     std::function<void(int)> hook_;
     Observer observer_;
     std::multimap<int64_t, std::pair<RIL_TimedCallback, void*>> timers_;  // by due time in milliseconds

@@ -188,17 +188,17 @@ void ScriptedModem::answer(const Bytes& packet) {
     }
     ++counts_[id];
     changed_.notify_all();
-    Return once;
     std::vector<Return>& next = next_returns_[id];
     const bool has_next = !next.empty();
+    Return once;
     if (has_next) {
         once = std::move(next.front());
         next.erase(next.begin());
     }
-    if (has_next ? once.silent : silent_.count(id) != 0) {
+    auto& [values, output, silent] = has_next ? once : returns_[id];
+    if (silent) {
         return;
     }
-    auto& [values, output, silent] = has_next ? once : returns_[id];
     const int32_t value = values.empty() ? 0 : values.front();
     if (values.size() > 1) {
         values.erase(values.begin());
@@ -240,11 +240,7 @@ void ScriptedModem::set_returns(uint32_t id, std::vector<int32_t> values) {
 
 void ScriptedModem::set_silent(uint32_t id, bool silent) {
     const std::lock_guard lock(lock_);
-    if (silent) {
-        silent_.insert(id);
-    } else {
-        silent_.erase(id);
-    }
+    returns_[id].silent = silent;
 }
 
 void ScriptedModem::set_unseen(uint32_t id) {

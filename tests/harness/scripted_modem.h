@@ -75,7 +75,6 @@ private:
     std::map<uint32_t, Return> returns_;
     std::map<uint32_t, std::vector<Return>> next_returns_;
     std::map<uint32_t, Answer> answers_;
-    std::set<uint32_t> silent_;
     std::set<uint32_t> unseen_;
     std::vector<Bytes> received_;
     std::map<uint32_t, size_t> counts_;

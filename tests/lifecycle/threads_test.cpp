@@ -89,7 +89,7 @@ TEST(ModemDown, LateAnswerDoesNotBringTheRadioBack) {
         phone.event(c_event_down);
         EXPECT_EQ(phone.answer(token).error, RIL_E_SUCCESS);
         phone.wait_radio_state(RADIO_STATE_UNAVAILABLE);
-        ASSERT_TRUE(soon([&] { return phone.android.unsolicited().size() == 8; }));
+        ASSERT_TRUE(soon([&] { return phone.android.unsolicited_numbers().size() == 8; }));
         EXPECT_EQ(phone.android.unsolicited_numbers().back(), RIL_UNSOL_RESPONSE_RADIO_STATE_CHANGED);
     });
 }
@@ -167,10 +167,10 @@ TEST(BringUp, PacketsWaitForTheModules) {
         ASSERT_TRUE(soon([&] { return somebody_waits_for(properties); }));
         phone.modem.send(from_modem(c_card_removed));
         std::this_thread::sleep_for(std::chrono::milliseconds(50));
-        EXPECT_TRUE(phone.android.unsolicited().empty());
+        EXPECT_TRUE(phone.android.unsolicited_numbers().empty());
         EXPECT_TRUE(phone.modem.take_received().empty());
         ASSERT_EQ(flock(properties, LOCK_UN), 0);
-        ASSERT_TRUE(soon([&] { return phone.android.unsolicited().size() == 6; }));
+        ASSERT_TRUE(soon([&] { return phone.android.unsolicited_numbers().size() == 6; }));
         const std::vector<int> numbers = phone.android.unsolicited_numbers();
         EXPECT_EQ(std::count(numbers.begin(), numbers.end(), RIL_UNSOL_RESPONSE_SIM_STATUS_CHANGED), 2);
     });

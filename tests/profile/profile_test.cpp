@@ -63,30 +63,4 @@ TEST(Conversion, SwappedBcd) {
     }
 }
 
-TEST(Conversion, HexText) {
-    const struct {
-        const char* text;
-        size_t room;
-        int32_t result;
-        uint32_t length;
-        const char* bytes;  // what stands in the room afterwards, '~' where it was left alone
-    } cases[] = {
-        {"4A6b", 2, 0, 2, "Jk"},    // no terminator
-        {"4A6b7", 3, 0, 2, "Jk."},  // odd
-        {"4A6b", 1, -1, 2, "~"},   {"", 2, 0, 0, ".~"}, {"4A6g6c", 4, -10, 3, "J~~~"}, {"/0:@GA", 4, -10, 3, ".~~~"},
-    };
-    for (const auto& c : cases) {
-        std::vector<uint8_t> dst(c.room, '~');
-        uint32_t length = 99;
-        EXPECT_EQ(ril_convert_hexbuffer_to_string(c.text, strlen(c.text), dst.data(), dst.size(), &length), c.result);
-        EXPECT_EQ(length, c.length) << c.text;
-        std::string bytes;
-        for (const uint8_t byte : dst) {
-            bytes += byte == 0 ? '.' : static_cast<char>(byte);
-        }
-        EXPECT_EQ(bytes, c.bytes) << c.text;
-        EXPECT_EQ(ril_convert_hexbuffer_to_string(c.text, strlen(c.text), dst.data(), dst.size(), nullptr), c.result);
-    }
-}
-
 }  // namespace
