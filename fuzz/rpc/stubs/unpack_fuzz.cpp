@@ -54,37 +54,6 @@ void packet_stays_the_same(const uta::Function& function, std::span<const uint8_
     }
 }
 
-// Frees what an output record points to: it is the caller's.
-// NOLINTNEXTLINE(misc-no-recursion): as deep as the catalogue
-void free_blocks(const uta::Record& record, uint8_t* memory) {
-    const std::span<const uta::Field> fields = uta::fields_of(record);
-    for (size_t i = 0; i < fields.size(); ++i) {
-        const uta::Field& field = fields[i];
-        uint8_t* at = memory + field.offset;
-        if (field.type == uta::Type::record) {
-            for (size_t element = 0; element < field.count; ++element) {
-                const uta::Record& nested = uta::c_records[field.record];
-                free_blocks(nested, at + element * nested.size);
-            }
-        } else if (field.type == uta::Type::union_) {
-            const uta::Field* chosen = uta::case_of(fields, i, uta::load_number(memory + field.aux, field.width));
-            if (chosen != nullptr) {
-                free_blocks(uta::c_records[chosen->record], at);
-            }
-        } else if (field.type == uta::Type::optional || field.type == uta::Type::elements ||
-                   field.type == uta::Type::counted_octets) {
-            auto* block = reinterpret_cast<uint8_t*>(uta::load_number(at, sizeof(void*)));
-            const uint64_t count = field.type == uta::Type::elements ? uta::load_number(memory + field.aux, field.width)
-                                                                     : uint64_t{field.type == uta::Type::optional};
-            for (uint64_t element = 0; block != nullptr && element < count; ++element) {
-                const uta::Record& target = uta::c_records[field.record];
-                free_blocks(target, block + element * target.size);
-            }
-            RPC_MemFree(block);
-        }
-    }
-}
-
 // Output memory of the size that each parameter says; arrays have eight elements.
 void unpack_return(const uta::Function& function, std::span<const uint8_t> body) {
     const std::span<const uta::Parameter> parameters = uta::parameters_of(function);
@@ -97,10 +66,8 @@ void unpack_return(const uta::Function& function, std::span<const uint8_t> body)
     }
     int32_t result = 0;
     uta::unpack_return(function, body, words, result);
-    for (size_t i = 0; i < parameters.size(); ++i) {
-        if (parameters[i].output && parameters[i].type == uta::Type::record) {
-            free_blocks(uta::c_records[parameters[i].aux], memory[i].data());
-        }
+    if (function.id == uta::row::UtaNvmRead::id) {  // the only one with a pointer, which is the caller's to free
+        RPC_MemFree(reinterpret_cast<UtaNvmParams*>(memory[0].data())->data);
     }
 }
 

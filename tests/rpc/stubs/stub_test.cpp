@@ -1,197 +1,223 @@
-// What the stubs send, against packets written by hand, and what they make of the returns.
-
-#include <gmock/gmock.h>
+// What the stubs make of returns and the entry points' side of packets, around the codec that record_test.cpp tries.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstdlib>
+#include <deque>
+#include <thread>
+
+#include "rpc/multi-client/rpc-stubs/ril/dynamic_callbacks.h"
 #include "rpc/multi-client/rpc-stubs/ril/stubs.h"
 #include "rpc/multi-client/rpc-stubs/ril/transport.h"
 #include "tests/rpc/stubs/fake_log.h"
-#include "tests/rpc/stubs/fake_transport.h"
+#include "tests/rpc/stubs/hex.h"
 
-using testing::ElementsAre;
+// --- A transport that keeps what the stubs send and answers with what a test has laid out ----------------------------
+
+static std::vector<Bytes> s_sent;
+static std::deque<std::string> s_returns;  // their bodies behind the context id; without one a call finds no answer
+static int s_unreleased = 0;               // returns that nobody has released
+
+uint32_t RPCMakeContextId() {
+    return 0x20000100;
+}
+
+int AppSendPackedData(const uint8_t* packet, size_t length) {
+    s_sent.emplace_back(packet, packet + length);
+    return 1;
+}
+
+void RPCReleaseReturn(RpcReturn& ret) {
+    free(ret.body);
+    --s_unreleased;
+}
+
+int RPCSynchronousCall(uint32_t, uint32_t, std::span<const uint8_t> packet, RpcReturn& ret) {
+    AppSendPackedData(packet.data(), packet.size());
+    if (s_returns.empty()) {
+        return 0;
+    }
+    const Bytes body = hex("20 00 01 00 " + s_returns.front());
+    s_returns.pop_front();
+    ret = {static_cast<uint8_t*>(malloc(body.size())), body.size()};  // exactly as long: a read past the end shows
+    std::copy(body.begin(), body.end(), ret.body);
+    ++s_unreleased;
+    return 1;
+}
+
+// --- What was delivered, in order ------------------------------------------------------------------------------------
+
+static std::string s_delivered;
+
+static void on_mode(uint32_t sim_id, int32_t mode, uint32_t context_id, int32_t result) {
+    s_delivered += "mode " + std::to_string(sim_id) + std::to_string(mode) + std::to_string(context_id & 0xFF) +
+                   std::to_string(result) + " ";
+}
+
+static void on_mode_too(uint32_t, int32_t, uint32_t, int32_t) {
+    s_delivered += "mode too ";
+}
+
+static void on_measured(int32_t context, int32_t result, const UtaSensorValue* value) {
+    s_delivered +=
+        "measured " + std::to_string(context) + std::to_string(result) + std::to_string(value->degrees) + " ";
+}
+
+static void on_shutdown(uint32_t context_id, int32_t value) {
+    s_delivered += "shutdown " + std::to_string(context_id & 0xFF) + std::to_string(value) + " ";
+}
 
 namespace {
-
-constexpr uint32_t c_context = 0x20000105;
 
 class Stubs : public testing::Test {
 protected:
     void SetUp() override {
-        reset_fake_transport();
+        s_sent.clear();
+        s_delivered.clear();
         clear_log();
     }
-    void TearDown() override { EXPECT_EQ(fake_transport().unreleased, 0); }
+    void TearDown() override { EXPECT_EQ(s_unreleased, 0); }
 
-    // Of a return: what stands behind its context id.
-    static void answer(const std::string& body) { fake_transport().returns.push_back(hex("20 00 01 00 " + body)); }
+    static std::string delivered() { return std::exchange(s_delivered, {}); }
 
-    // The last packet behind its header, if that says its size and function `id`.
-    static std::string sent(uint32_t id) {
-        const FakeTransport& fake = fake_transport();
-        if (fake.calls.empty() && fake.one_way.empty()) {
-            return "nothing";
+    // `body` begins at the context id. The copy is exactly as long: a read past the end shows.
+    static void receive(int32_t id, const char* body) {
+        const RPCHostUnpackerRow* row = RPCUnpackerTable + 1;
+        while (row->id != id) {
+            ++row;
         }
-        const Bytes packet = fake.calls.empty() ? fake.one_way.back() : fake.calls.back().packet;
-        const Bytes header = hex("w" + std::to_string(packet.size()) + " w" + std::to_string(id));
-        EXPECT_EQ(to_text(Bytes(packet.begin(), packet.begin() + 12)), to_text(header));
-        return to_text(Bytes(packet.begin() + 12, packet.end()));
+        EXPECT_EQ(row->unpacker(hex(body)), 0);
     }
 };
 
-TEST_F(Stubs, Send) {
-    static const UtaCallCsCallId c_call{1};
-    static const UtaSimRecoveryParams c_recovery{1};
-    static const UtaSimReadBinaryReq c_read{2, 1};
-    static const UtaSensorSrvHandle c_handle{7};
-    const struct {
-        void (*call)();
-        uint32_t id;
-        const char* packet;
-        bool one_way = false;
-    } c_cases[] = {
-        {[] { RemUtaMsCallCsAcceptCallReq(0, &c_call, c_context); }, 44,
-         "20 00 01 05  7F 2C 16  7F 06 06 02 04 20 00 01 05  7F 81 00 03 o1  w0"},
-        {[] { RemUtaMsCallCsAcceptCallReq(0, nullptr, c_context); }, 44,
-         "20 00 01 05  7F 2C 11  7F 06 06 02 04 20 00 01 05  05 00  w0"},
-        {[] { RemUtaMsCallCsInit(1); }, 33, "20 00 01 00  7F 21 06  w1"},
-        {[] { RemUtaAudioTtyDisable(); }, 102, "20 00 01 00  7F 66 00"},
-        {[] { RemUtaMsCallCsSetTtyDeviceMode(0, 1); }, 311, "20 00 01 00  7F 03 0C  w1 w0"},  // a tag of its own
-        {[] { RemUtaMsSimPbReadEntryReq(0, 1, -2, 3, c_context); }, 154,
-         "20 00 01 05  7F 81 1A 1D  7F 06 06 02 04 20 00 01 05  h3 02 02 FF FE w1 w0"},
-        {[] { RemUtaAudioSetMuteForSource(0xFF, 3, 0, 1); }, 97, "20 00 01 00  7F 61 0C  o1 o0 o3 o255"},
-        // Without a function header, with a presence byte, both.
-        {[] { RemUtaMsSmsSetMemoryAvailableReq(0, c_context); }, 353, "20 00 01 05  7F 06 06 02 04 20 00 01 05  w0"},
-        {[] { RemUtaMsSimRecoveryReq(0, &c_recovery, c_context); }, 380,
-         "20 00 01 05  7F 06 06 02 04 20 00 01 05  o0 w1 w0"},
-        {[] { RemUtaMsSimRecoveryReq(0, nullptr, c_context); }, 380, "20 00 01 05  7F 06 06 02 04 20 00 01 05  o2 w0"},
-        // A callback that is null, output parameters, an array that is null.
-        {[] { RemUtaModeSetReq(1, c_context, nullptr); }, 226,
-         "20 00 01 05  7F 81 62 15  w0  7F 06 06 02 04 20 00 01 05  w1"},
-        {[] {
-             int32_t mode = 9;
-             RemUtaMsCallCsGetTtyDeviceMode(0, &mode);
-         },
-         70, "20 00 01 00  7F 46 0C  w9 w0"},
-        {[] { RemUtaSysGetInfo(4, nullptr, 5); }, 223, "20 00 01 00  7F 81 5F 0E  w5  05 00  w4"},
-        {[] { RemUtaMsSimCreateReadBinaryApdu(1, &c_read, nullptr); }, 356,
-         "20 00 01 00  o2  o0 7F 83 10 07 o1 h2  w1"},
-        {[] { RemUtaSensorSrvClose(&c_handle); }, 330, "20 00 01 00  7F 16 09  7F 03 06 w7", true},
-        {[] { RemUtaBootShutdownReq(2); }, 376, "20 00 01 00  w2", true},
-        {[] { RemUtaRfIncreaseTxPwrLimit4g(7, -2); }, 372, "20 00 01 00  02 02 FF FE  w7", true},
-    };
-    for (const auto& it : c_cases) {
-        reset_fake_transport();
-        it.call();
-        EXPECT_EQ(sent(it.id), to_text(hex(it.packet)));
-        EXPECT_EQ(fake_transport().calls.empty(), it.one_way) << it.packet;
-    }
-    static_assert(std::is_void_v<decltype(RemUtaBootShutdownReq(2))>);
-}
-
-TEST_F(Stubs, CallbackGoesOutAsItsAddress) {
-    uta::Callback<uta::row::UtaModeSetRspCb>* function = [](uint32_t, int32_t, int32_t) {};
-    RemUtaModeSetReq(1, c_context, function);
-    const auto address = static_cast<uint32_t>(reinterpret_cast<uintptr_t>(function));
-    EXPECT_EQ(sent(226), to_text(hex("20 00 01 05  7F 81 62 15  w" + std::to_string(address) +
-                                     "  7F 06 06 02 04 20 00 01 05  w1")));
-    EXPECT_EQ(fake_transport().calls.back().context_id, c_context);
-}
-
 TEST_F(Stubs, OutputParameters) {
-    answer("02 04 FF FF FF FE");
+    s_returns = {"02 04 FF FF FF FE", "w4 w7 o8", "w4 w5 o6 02 01", "w0 05 00", "w0 7F 0D 06 w31", "w0 7F 0D 06 w31"};
     EXPECT_EQ(RemUtaMsCallCsInit(1), -2);
-    answer("w5");
-    EXPECT_EQ(RemUtaModePresetReq(2), 5);
-    answer("w0  7F 0D 06 w31");
-    UtaCallPsPdpContextId cid{0};
-    EXPECT_EQ(RemUtaMsCallPsObtainPdpContextId(0, &cid), 0);
-    EXPECT_EQ(cid.cid, 31);
     // Three of them, last first, as far as the return goes.
     uint8_t status = 1;
     uint8_t index = 2;
     int32_t applied = 3;
-    answer("w4 w7 o8");
     EXPECT_EQ(RemCsiUtaMsTpcGetState(0, &status, &index, &applied), 4);
-    EXPECT_THAT((std::vector<int>{status, index, applied}), ElementsAre(1, 8, 7));
+    EXPECT_TRUE(status == 1 && index == 8 && applied == 7);
     // Damaged: the return as a whole is no answer, and nothing of it is taken.
-    answer("w4 w5 o6 02 01");
     EXPECT_EQ(RemCsiUtaMsTpcGetState(0, &status, &index, &applied), c_rpc_transport_failure);
-    EXPECT_THAT((std::vector<int>{status, index, applied}), ElementsAre(1, 8, 7));
+    EXPECT_TRUE(status == 1 && index == 8 && applied == 7);
     EXPECT_EQ(times_logged(), 1);
-    answer("w0 w7 o8 o9");
-    EXPECT_EQ(RemCsiUtaMsTpcGetState(0, &status, &index, &applied), 0);
-    EXPECT_THAT((std::vector<int>{status, index, applied}), ElementsAre(9, 8, 7));
-    // A record that is null, and memory that nobody wants.
-    answer("w0 05 00");
+    // A record that is null, one that is there, and memory that nobody wants.
+    UtaCallPsPdpContextId cid{9};
+    EXPECT_EQ(RemUtaMsCallPsObtainPdpContextId(0, &cid), 0);
+    EXPECT_EQ(cid.cid, 9);
     EXPECT_EQ(RemUtaMsCallPsObtainPdpContextId(0, &cid), 0);
     EXPECT_EQ(cid.cid, 31);
-    answer("w0 7F 0D 06 w31");
     EXPECT_EQ(RemUtaMsCallPsObtainPdpContextId(0, nullptr), 0);
-    answer("w0 w7");
-    EXPECT_EQ(RemUtaMsCallCsGetTtyDeviceMode(0, nullptr), 0);
-}
-
-// The return of a call with presence bytes may have them or not.
-TEST_F(Stubs, OutputRecordWithPresenceByte) {
-    const std::string record = "7F 82 1D 82 1B 01  55 82 05 01 w261 w0  90 00*260  w2";
-    UtaSimApduData apdu{};
-    for (const std::string& returned :
-         {record, "o0 " + record, std::string("o2"), std::string("05 00"), std::string()}) {
-        apdu = {9, {}};
-        answer("w0 " + returned);
-        EXPECT_EQ(RemUtaMsSimCreateReadBinaryApdu(1, nullptr, &apdu), 0);
-        EXPECT_EQ(apdu.length, returned.size() < record.size() ? 9 : 2) << returned;
+    // No sound return is a transport failure, as is none.
+    s_returns = {"", "02 04 00 00 00", "7F 04 00*4"};
+    for (int i = 0; i < 4; ++i) {
+        EXPECT_EQ(RemUtaMsCallCsInit(0), c_rpc_transport_failure);
     }
 }
 
 // The block of an output record becomes the caller's; one that nobody wants, or of a damaged return, is freed.
 TEST_F(Stubs, OutputRecordWithAPointer) {
     const std::string start = "w0  7F 1A 2C  w1  55 03 w0 w3  07 08 09  00*3  w3  w4 ";
+    s_returns = {start + "w5", start + "w5", start + "7F 04 00 00 00 05"};
     UtaNvmParams nvm{};
-    answer(start + "w5");
     EXPECT_EQ(RemUtaNvmRead(&nvm), 0);
     ASSERT_NE(nvm.data, nullptr);
-    EXPECT_EQ(nvm.data[2], 9);
-    EXPECT_EQ(nvm.area, 5U);
+    EXPECT_TRUE(nvm.data[2] == 9 && nvm.area == 5);
     RPC_MemFree(nvm.data);
-    answer(start + "w5");
     EXPECT_EQ(RemUtaNvmRead(nullptr), 0);
     nvm = {};
-    answer(start + "7F 04 00 00 00 05");
     EXPECT_EQ(RemUtaNvmRead(&nvm), c_rpc_transport_failure);
     EXPECT_EQ(nvm.data, nullptr);
 }
 
 TEST_F(Stubs, ArrayParameter) {
-    char info[6] = "abcde";
-    answer("w0  7F 84 70 12  55 03 w4 w1  56 31 32 00");
+    char info[3000] = "abcde";
+    s_returns = {"w0  7F 84 70 12  55 03 w4 w1  56 31 32 00", "w0  7F 84 70 14  55 06 w6 w0  56 31 32 33 34 35"};
     EXPECT_EQ(RemUtaSysGetInfo(4, info, 5), 0);
+    EXPECT_EQ(RemUtaSysGetInfo(4, info, 5), c_rpc_transport_failure);  // more than the caller has room for
     EXPECT_STREQ(info, "V12");
-    EXPECT_EQ(sent(223), to_text(hex("20 00 01 00  7F 81 5F 24  w5  7F 84 70 14  55 05 w6 w1  61 62 63 64 65 00  w4")));
-    // More than the caller has room for.
-    answer("w0  7F 84 70 14  55 06 w6 w0  56 31 32 33 34 35");
-    EXPECT_EQ(RemUtaSysGetInfo(4, info, 5), c_rpc_transport_failure);
-    EXPECT_STREQ(info, "V12");
+    // A request that does not fit in a packet is not sent.
+    clear_log();
+    RemUtaSysGetInfo(4, info, 1990);
+    EXPECT_EQ(s_sent.back().size(), 2046U);
+    EXPECT_EQ(RemUtaSysGetInfo(4, info, 1991), c_rpc_transport_failure);
+    EXPECT_EQ(s_sent.size(), 3U);
+    EXPECT_EQ(times_logged(), 1);
 }
 
-TEST_F(Stubs, RequestThatDoesNotFitIsNotSent) {
-    std::vector<char> info(3000, 'x');
-    for (const int32_t length : {3000, 1991}) {
-        EXPECT_EQ(RemUtaSysGetInfo(4, info.data(), length), c_rpc_transport_failure);
-        EXPECT_EQ(sent(223), "nothing");
-        EXPECT_EQ(times_logged(), 1);
-        clear_log();
-    }
-    RemUtaSysGetInfo(4, info.data(), 1990);
-    EXPECT_EQ(fake_transport().calls.back().packet.size(), 2046U);
+TEST_F(Stubs, WhatNobodyTakesDoesNothingAndAPacketThatLiesIsLogged) {
+    receive(164, "20 00 01 05  7F 81 24 15  7F 06 06 02 04 20 00 01 05  w7  w0");  // an ignored one
+    receive(80, "20 00 01 05  7F 50 0F  7F 06 06 02 04 20 00 01 05  w0");          // without an entry point
+    EXPECT_EQ(times_logged(), 0);
+    receive(77, "20 00 01 05  7F 4D 25  7F 06 06 02 04 20 00 01 05  7F 81 40 13 w3 w2 w1 w1");
+    EXPECT_EQ(times_logged("packet of function 77 dropped"), 1);
 }
 
-TEST_F(Stubs, NoSoundReturnIsATransportFailure) {
-    EXPECT_EQ(RemUtaMsCallCsInit(0), c_rpc_transport_failure);  // nothing came
-    for (const char* body : {"", "20 00 01", "20 00 01 00", "20 00 01 00  02 04 00 00 00", "20 00 01 00  7F 04 00*4"}) {
-        fake_transport().returns.push_back(hex(body));
-        EXPECT_EQ(RemUtaMsCallCsInit(0), c_rpc_transport_failure) << body;
+TEST_F(Stubs, DynamicCallbacks) {
+    // Nobody registered yet: dropped.
+    const char* c_response = "20 00 01 05  7F 81 63 1B  w9  7F 06 06 02 04 20 00 01 05  w1  w1";
+    receive(227, c_response);
+    EXPECT_EQ(delivered(), "");
+    RemUtaMsCpsSetModeReq(1, 1, 0, on_mode, 0x20000105);
+    RemUtaMsCpsSetModeReq(1, 1, 0, on_mode_too, 0x20000105);
+    RemUtaMsCpsSetModeReq(1, 1, 0, on_mode, 0x20000105);
+    receive(227, c_response);
+    EXPECT_EQ(delivered(), "mode 1159 mode too ");
+    // The other stack has a list of its own, and a stack beyond the second has none.
+    receive(227, "20 00 01 05  7F 81 63 1B  w9  7F 06 06 02 04 20 00 01 05  w1 w0");
+    receive(227, "20 00 01 05  7F 81 63 1B  w9  7F 06 06 02 04 20 00 01 05  w1 02 04 FF FF FF FF");
+    EXPECT_EQ(delivered(), "");
+    RemUtaMsCpsSetModeReq(2, 1, 0, on_mode, 0x20000105);
+    EXPECT_EQ(s_sent.size(), 4U);
+    // Without a sim_id it is the first list; without a function header.
+    RemUtaBootPrepareShutdownReq(1, 0x20000105, on_shutdown);
+    receive(375, "20 00 01 05  w3  7F 06 06 02 04 20 00 01 05");
+    // From a record.
+    const UtaSensorCallback callback{on_measured};
+    RemUtaSensorTpcbOpen(nullptr, &callback, 1, 4);
+    receive(312, "20 00 01 00  7F 82 38 19  7F 0E 0A w1 h2  w3  w4");
+    EXPECT_EQ(delivered(), "shutdown 53 measured 432 ");
+}
+
+template <size_t N>
+void numbered() {}
+
+template <size_t... N>
+std::vector<DynCallback> callbacks(std::index_sequence<N...>) {
+    return {numbered<N>...};
+}
+
+// Each function has a body of its own, but for the linker's merging, which is off here.
+TEST_F(Stubs, RefuseTheEleventhCallbackAndTheFiftyFirstName) {
+    const std::vector<DynCallback> all = callbacks(std::make_index_sequence<11>{});
+    const std::string name(100, 'n');  // kept to 79 characters
+    std::vector<std::thread> threads;
+    for (size_t i = 0; i < 10; ++i) {
+        threads.emplace_back([&, i] { EXPECT_LT(SetDynCBPtr(1, name.c_str(), all[i]), 50); });
     }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    EXPECT_EQ(SetDynCBPtr(1, name.c_str(), all[10]), 50);
+    int32_t entry = -1;
+    EXPECT_EQ(GetDynCBPtrInfo(1, name.c_str(), &entry), 10);
+    EXPECT_NE(GetDynCBPtr(1, entry, 9), nullptr);
+    EXPECT_EQ(GetDynCBPtr(1, entry, 10), nullptr);
+    EXPECT_EQ(GetDynCBPtr(1, 50, 0), nullptr);
+    EXPECT_EQ(GetDynCBPtr(2, 0, 0), nullptr);
+    EXPECT_EQ(SetDynCBPtr(0, nullptr, all[0]), 0);
+    EXPECT_EQ(GetDynCBPtrInfo(0, "never", &entry), -1);
+    int32_t last = 0;
+    for (int i = 0; last < 50 && i < 60; ++i) {
+        last = SetDynCBPtr(1, ("name" + std::to_string(i)).c_str(), all[0]);
+    }
+    EXPECT_EQ(last, 50);
+    // A request whose callback finds no room is not sent.
+    EXPECT_EQ(RemUtaMsCpsSetSimModeReq(1, 1, on_mode, 0x20000105), c_rpc_transport_failure);
+    EXPECT_TRUE(s_sent.empty());
+    EXPECT_EQ(times_logged(), 1);
 }
 
 }  // namespace

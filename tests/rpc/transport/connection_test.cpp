@@ -16,7 +16,6 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
-#include <mutex>
 #include <thread>
 
 #include "ril/utils/thread_stop.h"
@@ -79,22 +78,7 @@ int registerMEH(uint32_t, void (*)(uint32_t)) {
 
 void RPCConnectionChanged(bool) {}
 
-// --- The dispatch thread's unpackers ---------------------------------------------------------------------------------
-
-static std::atomic<bool> s_gate_is_shut{true};
-static std::mutex s_lock;
-static std::vector<uint8_t>& s_unpacked = *new std::vector<uint8_t>;  // last bytes of bodies; the thread outlives main
-
-static int keep_behind_gate(std::span<const uint8_t> body) {
-    while (s_gate_is_shut) {
-        usleep(1000);
-    }
-    const std::lock_guard hold(s_lock);
-    s_unpacked.push_back(body.back());
-    return 0;
-}
-
-static constexpr RPCHostUnpackerRow c_rows[] = {{-1, nullptr}, {45, keep_behind_gate}, {-1, nullptr}};
+static constexpr RPCHostUnpackerRow c_rows[] = {{-1, nullptr}, {-1, nullptr}};
 const RPCHostUnpackerRow* const RPCUnpackerTable = c_rows;
 
 namespace {
@@ -394,18 +378,15 @@ TEST(Connection, WhenTheDaemonGoesWaitingAndNewCallsFailAtOnceUntilItIsBack) {
     });
 }
 
-TEST(Connection, EndOfEitherSocketEndsBoth) {
-    for (const Socket which : {SEND, RECV}) {
-        with_client([=] {
-            close_fd(s_client[which]);
-            if (which == SEND) {
-                EXPECT_EQ(call(44, 5), -99);  // finds out, at once
-                EXPECT_EQ(times_logged("SOCKET NOT WRITTEN\n"), 1);
-            }
-            admit(4);
-            EXPECT_TRUE(soon([] { return RPCMakeContextId() == 0x20000400U; }));
-        });
-    }
+// It finds out, at once.
+TEST(Connection, ACallThatMeetsTheEndOfItsSocketEndsBoth) {
+    with_client([] {
+        close_fd(s_client[SEND]);
+        EXPECT_EQ(call(44, 5), -99);
+        EXPECT_EQ(times_logged("SOCKET NOT WRITTEN\n"), 1);
+        admit(4);
+        EXPECT_TRUE(soon([] { return RPCMakeContextId() == 0x20000400U; }));
+    });
 }
 
 TEST(Connection, DaemonThatNeverReadsBlocksNobody) {
@@ -417,33 +398,6 @@ TEST(Connection, DaemonThatNeverReadsBlocksNobody) {
         EXPECT_GT(times_logged("msgsnd failed due to errno = 11"), 0);
         EXPECT_EQ(call(44, 5), -99);
         EXPECT_EQ(times_logged("timed out"), 0);
-    });
-}
-
-TEST(Dispatch, WhileOneUnpackerIsParkedReturnsGoOnAndTheQueueFills) {
-    with_client([] {
-        put(RECV, packet(45, 5));
-        expect_call(71, 5, 9);
-        std::this_thread::sleep_for(std::chrono::milliseconds(20));  // most likely taken from the queue by then
-        Bytes flood;
-        for (uint8_t i = 0; i < 81; i++) {
-            const Bytes one = packet(45, i);
-            flood.insert(flood.end(), one.begin(), one.end());
-        }
-        put(RECV, flood);
-        ASSERT_TRUE(soon([] { return times_logged("MSG QUEUE --> FULL \n") == 1; }));
-        EXPECT_TRUE(s_unpacked.empty());
-        s_gate_is_shut = false;
-        const auto count = [] {
-            const std::lock_guard hold(s_lock);
-            return s_unpacked.size();
-        };
-        ASSERT_TRUE(soon([&] { return count() == 81; }));
-        for (uint8_t i = 0; i < 80; i++) {
-            EXPECT_EQ(s_unpacked[1 + i], i);
-        }
-        put(RECV, packet(45, 99));
-        ASSERT_TRUE(soon([&] { return count() == 82; }));
     });
 }
 
