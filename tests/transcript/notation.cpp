@@ -176,7 +176,7 @@ void Reader::finish() {
         Case one{title_, {}};
         const Values values = row_values(each_, row);
         for (const std::string& name : each_.names) {
-            one.title += (name == each_.names[0] ? ": " : " ") + values.at(name);
+            one.title += (name == each_.names[0] ? ": " : " ") + on_one_line(values.at(name));
         }
         for (const auto* sources : {&common_, &body_}) {
             for (const Source& source : *sources) {

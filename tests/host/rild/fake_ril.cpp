@@ -2,24 +2,23 @@
 //
 // Its arguments: "-f FD" names the descriptor of the other side, "-b" makes RIL_Init wait for the line "go". Lines from
 // the other side are words:
-//   mode WORD [N]    how requests are answered from now on: canned (a text), hold, thread, twice, text (N letters) or
-//                    park (canned, once told to "unpark")
+//   mode WORD [N]    how requests are answered from now on: canned (a text), hold, twice, text (N letters) or park
+//                    (canned, once told to "go")
 //   release          completes what is on hold, on this thread
 //   unsol N [TEXT]   state N      the radio state is N and Android is told
 //   burst COUNT      COUNT times OEM_HOOK_RAW with 4,000 bytes
 //   timer N TEXT     a callback after N milliseconds that says "timer TEXT"
-//   threads          says how many threads onRequest and the callbacks have run on
 //   ping             says "pong"
 #include <telephony/ril.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <condition_variable>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <mutex>
-#include <set>
 #include <sstream>
 #include <string>
 #include <thread>
@@ -38,7 +37,6 @@ auto& s_mode = *new std::string("canned");
 size_t s_letters = 0;
 bool s_go = false;
 auto& s_held = *new std::vector<RIL_Token>;
-auto& s_threads = *new std::set<std::thread::id>;
 
 void say(const std::string& line) {
     const std::string text = line + "\n";
@@ -53,7 +51,6 @@ void on_request(int request, void* data, size_t length, RIL_Token token) {
     std::unique_lock hold(s_lock);
     say("request " + std::to_string(request) + " " +
         (request == RIL_REQUEST_SEND_USSD ? static_cast<const char*>(data) : std::to_string(length)));
-    s_threads.insert(std::this_thread::get_id());
     const std::string mode = s_mode;
     const size_t letters = s_letters;
     if (mode == "hold") {
@@ -65,10 +62,6 @@ void on_request(int request, void* data, size_t length, RIL_Token token) {
         say("returns");
     }
     hold.unlock();
-    if (mode == "thread") {
-        std::thread([token] { complete(token); }).detach();
-        return;
-    }
     complete(token, mode == "text" ? std::string(letters, 'a') : "canned");
     if (mode == "twice") {
         complete(token);
@@ -82,21 +75,8 @@ void arm(int milliseconds, const std::string& text) {
             auto* words = static_cast<std::string*>(param);
             say("timer " + *words);
             delete words;
-            const std::lock_guard hold(s_lock);
-            s_threads.insert(std::this_thread::get_id());
         },
         new std::string(text), milliseconds == 0 ? nullptr : &relative);
-}
-
-void release() {
-    std::vector<RIL_Token> held;
-    {
-        const std::lock_guard hold(s_lock);
-        held.swap(s_held);
-    }
-    for (RIL_Token token : held) {
-        complete(token);
-    }
 }
 
 void obey(const std::string& line) {
@@ -105,17 +85,17 @@ void obey(const std::string& line) {
     std::string text;
     int number = 0;
     words >> word;
-    if (word == "release") {
-        release();
-        return;
-    }
     if (word == "mode") {
         const std::lock_guard hold(s_lock);
         words >> s_mode >> s_letters;
         return;
     }
     words >> number >> text;
-    if (word == "unsol") {
+    if (word == "release") {
+        const std::lock_guard hold(s_lock);
+        std::for_each(s_held.begin(), s_held.end(), [](RIL_Token token) { complete(token); });
+        s_held.clear();
+    } else if (word == "unsol") {
         s_env->OnUnsolicitedResponse(number, text.empty() ? nullptr : text.c_str(), text.size());
     } else if (word == "state") {
         s_state = number;
@@ -131,12 +111,8 @@ void obey(const std::string& line) {
         say("pong");
     } else {
         const std::lock_guard hold(s_lock);
-        if (word == "threads") {
-            say("threads " + std::to_string(s_threads.size()));
-        } else {  // go or unpark
-            s_go = true;
-            s_changed.notify_all();
-        }
+        s_go = true;
+        s_changed.notify_all();
     }
 }
 
