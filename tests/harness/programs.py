@@ -5,6 +5,7 @@ import struct
 import subprocess
 import time
 
+CONTROL = "/dev/socket/modem_control"
 PATIENCE = 20.0  # a script that runs into it has failed
 
 
@@ -62,6 +63,26 @@ class Lines:
 
     def hear(self):
         return self.stream.readline().rstrip("\n")
+
+
+class Control(Lines):
+    """Of the simulated modem."""
+
+    def __init__(self):
+        super().__init__(connect(CONTROL))
+
+    def __call__(self, command):
+        """The answer up to "ok" or "error ..."."""
+        self.say(command)
+        lines = [self.hear()]
+        while lines[-1] and lines[-1] != "ok" and not lines[-1].startswith("error "):
+            lines.append(self.hear())
+        return "\n".join(lines)
+
+    def does(self, *commands):
+        for command in commands:
+            answer = self(command)
+            assert answer == "ok", f"{command}: {answer}"
 
 
 class Program:

@@ -3,7 +3,7 @@ import os
 import sys
 
 sys.path.append(os.path.join(os.path.dirname(__file__), "../harness"))
-from programs import Client, Lines, Program, connect, until
+from programs import Client, Control, Program, until
 
 SUCCESS, GET_SIM_STATUS = 0, 1
 
@@ -12,18 +12,11 @@ class Phone:
     def __init__(self, modem, rild, library):
         self.processes = [Program(modem, "--quiet", "--latency", "0")]
         until(lambda: os.path.exists("/data/rpcd/rpcd.txt"))
-        self.control = Lines(connect("/dev/socket/modem_control"))
+        self.modem_says = Control()
+        self.modem = self.modem_says.does
         self.processes.append(Program(rild, "-l", library))
         self.client = Client()
         until(lambda: self.card_state() == 1)
-
-    def modem_says(self, command):
-        self.control.say(command)
-        return self.control.hear()
-
-    def modem(self, command):
-        answer = self.modem_says(command)
-        assert answer == "ok", f"{command}: {answer}"
 
     def card_state(self):
         error, value = self.client.ask(GET_SIM_STATUS, [], "iiiii[iiissiii]")

@@ -140,28 +140,25 @@ void Player::play(const Case& one) {
 // The returns of an exchange with all its lines: each is for the packet in the same place of its line.
 void Player::set_returns(const std::vector<Line>& lines, size_t at) {
     std::map<std::string, std::vector<ScriptedModem::Return>> returns;
-    std::map<std::string, bool> is_told;
+    std::set<std::string> told;
     for (size_t i = at; i < lines.size() && (i == at || continues(lines[i])); ++i) {
-        std::vector<std::string> told;
-        for (const std::string& item : items_of(lines[i].columns[2])) {
-            if (is_return(item)) {
-                told.push_back(item);
-            }
-        }
         const std::vector<std::string> packets = items_of(lines[i].columns[1]);
-        for (size_t k = 0; k < packets.size(); ++k) {
-            const std::string name = first_word(packets[k]);
-            is_told[name] = is_told[name] || k < told.size();
-            returns[name].push_back(return_of(name, k < told.size() ? told[k] : "return 0"));
-        }
-        if (told.size() > packets.size()) {
+        std::vector<std::string> items = items_of(lines[i].columns[2]);
+        std::erase_if(items, [](const std::string& item) { return !is_return(item); });
+        if (items.size() > packets.size()) {
             fail("more returns than packets");
         }
-    }
-    for (const auto& [name, list] : returns) {
-        if (is_told[name]) {
-            phone().modem.set_next_returns(find_function_id(name), list);
+        items.resize(packets.size());
+        for (size_t k = 0; k < packets.size(); ++k) {
+            const std::string name = first_word(packets[k]);
+            returns[name].push_back(return_of(name, items[k]));
+            if (!items[k].empty()) {
+                told.insert(name);
+            }
         }
+    }
+    for (const std::string& name : told) {
+        phone().modem.set_next_returns(find_function_id(name), returns[name]);
     }
 }
 

@@ -8,11 +8,11 @@ import struct
 import sys
 
 sys.path.append(os.path.join(os.path.dirname(__file__), "../../harness"))
-from programs import Lines, Program, connect, receive, until
+from programs import CONTROL, Control, Lines, Program, connect, receive, until
 
 MODEM = sys.argv[1]
 REG, SEND, RECV, MARKER = "/data/rpc_reg", "/data/rpc_send", "/data/rpc_recv", "/data/rpcd/rpcd.txt"
-CONTROL, LINK, TAP = "/dev/socket/modem_control", "/dev/socket/modemlink", "/dev/socket/uta_tap"
+LINK, TAP = "/dev/socket/modemlink", "/dev/socket/uta_tap"
 OWN_FILES = [REG, SEND, RECV, MARKER, CONTROL, LINK, TAP]
 
 # The generator's version, which every modem answers: what comes back before it was sent earlier.
@@ -103,24 +103,6 @@ def is_over(connection):
         return connection.recv(1) == b""
     except ConnectionError:
         return True
-
-
-class Control(Lines):
-    def __init__(self):
-        super().__init__(connect(CONTROL))
-
-    def __call__(self, command):
-        """The answer up to "ok" or "error ..."."""
-        self.say(command)
-        lines = [self.hear()]
-        while lines[-1] and lines[-1] != "ok" and not lines[-1].startswith("error "):
-            lines.append(self.hear())
-        return "\n".join(lines)
-
-    def does(self, *commands):
-        for command in commands:
-            answer = self(command)
-            assert answer == "ok", f"{command}: {answer}"
 
 
 # --- Clients that come ----------------------------------------------------------------------------------------------
