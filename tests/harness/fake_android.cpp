@@ -53,21 +53,17 @@ int FakeAndroid::completed(RIL_Token token) {
 
 FakeAndroid::Completion FakeAndroid::wait_completion(RIL_Token token) {
     std::unique_lock lock(lock_);
-    Completion found{};
+    auto found = completions_.end();
     const bool seen = changed_.wait_for(lock, std::chrono::seconds(10), [&] {
-        const auto it = std::find_if(completions_.begin(), completions_.end(),
-                                     [&](const Completion& c) { return c.token == token; });
-        if (it == completions_.end()) {
-            return false;
-        }
-        found = *it;
-        return true;
+        found = std::find_if(completions_.begin(), completions_.end(),
+                             [&](const Completion& c) { return c.token == token; });
+        return found != completions_.end();
     });
     if (!seen) {
         std::fprintf(stderr, "token %p was never completed\n", token);
         std::abort();
     }
-    return found;
+    return *found;
 }
 
 void FakeAndroid::advance(int64_t milliseconds) {

@@ -17,6 +17,17 @@ constexpr uint8_t c_set_sim_mode = 230;
 constexpr const char* c_power_state = "/sys/devices/platform/tqz_boot/state";
 constexpr const char* c_radio_log = "/dev/log/radio";
 
+void make_phone_new() {
+    namespace fs = std::filesystem;
+    fs::resize_file("/dev/__properties__", 0);
+    fs::remove("/system/etc/dun-ril/repository.txt");
+    fs::remove(c_radio_log);
+    const fs::path folder = fs::path(c_power_state).parent_path();
+    fs::remove_all(folder);
+    fs::create_directory(folder);
+    std::ofstream(c_power_state) << "ON";
+}
+
 }  // namespace
 
 void in_own_process(const std::function<void()>& body) {
@@ -42,17 +53,6 @@ bool soon(const std::function<bool()>& condition) {
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
     return true;
-}
-
-void make_phone_new() {
-    namespace fs = std::filesystem;
-    fs::resize_file("/dev/__properties__", 0);
-    fs::remove("/system/etc/dun-ril/repository.txt");
-    fs::remove(c_radio_log);
-    const fs::path folder = fs::path(c_power_state).parent_path();
-    fs::remove_all(folder);
-    fs::create_directory(folder);
-    std::ofstream(c_power_state) << "ON";
 }
 
 std::string radio_log() {

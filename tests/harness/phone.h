@@ -18,12 +18,9 @@
 #include "tests/harness/scripted_modem.h"
 
 // Runs `body` in a process of its own, since the library starts once per process, and with a new phone; its failures
-// are the caller's test's.
+// are the caller's test's. The phone is as it comes out of the box: no property, no configuration file, no log, the
+// modem's power state "ON".
 void in_own_process(const std::function<void()>& body);
-
-// Makes the phone as it comes out of the box: no property, no configuration file, no log, the modem's power state "ON".
-// Before this process touches its properties.
-void make_phone_new();
 
 // The radio log so far.
 std::string radio_log();
