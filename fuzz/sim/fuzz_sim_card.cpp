@@ -1,14 +1,11 @@
 // What a card may answer, in whatever order and at whatever length: the readers of its files, Android's commands, the
-// IMSI and the channels read it, from the entry point of the response to the answer to Android or the property.
-#include <cutils/properties.h>
-
+// IMSI and the channels read it, through the entry points, with the RIL thread behind them.
 #include <algorithm>
 #include <cstring>
-#include <memory>
+#include <deque>
 
 #include "fuzz/decode/input.h"
-#include "ril/core/src/async_ril/context.h"
-#include "ril/core/src/async_ril/radio_state.h"
+#include "ril/core/src/async_ril/async_ril.h"
 #include "ril/core/src/async_ril/request.h"
 #include "ril/core/src/call/ecc_list.h"
 #include "ril/core/src/net/net.h"
@@ -22,85 +19,101 @@
 #include "ril/utils/conversion.h"
 #include "rpc/multi-client/rpc-stubs/ril/entry_points.h"
 #include "rpc/multi-client/rpc-stubs/ril/stubs.h"
+#include "tests/harness/stood_in_rooms.h"
 
 namespace {
 
-std::vector<uint32_t> s_contexts;  // of the commands that went to the card
-uint32_t s_completions = 0;
-bool s_is_command = false;  // the answer is that of a command of Android's
+std::deque<uint32_t> s_owed;  // contexts
+bool s_refuses;
+int s_open_requests;
 
-// The rest of the input, over and over.
-class Octets {
-public:
-    explicit Octets(std::vector<uint8_t> octets) : octets_(std::move(octets)) {}
+// --- Android
 
-    uint8_t next() { return octets_.empty() ? 0 : octets_[at_++ % octets_.size()]; }
-    template <size_t size>
-    void fill(uint8_t (&out)[size]) {
-        std::generate(out, out + size, [this] { return next(); });
-    }
-    // Mostly a length that fits.
-    int32_t length() {
-        const uint8_t kind = next();
-        return kind < 240 ? next() : static_cast<int16_t>(next() << 8U | next());
-    }
-    bool used_up() const { return at_ >= octets_.size(); }
-
-private:
-    std::vector<uint8_t> octets_;
-    size_t at_ = 0;
-};
-
-struct Answer {
-    UtaSimApduCmdRspParam param{};
-    std::unique_ptr<UtaSimApduData> apdu = std::make_unique<UtaSimApduData>();
-
-    explicit Answer(Octets& octets) {
-        const uint8_t flags = octets.next();
-        param.result = (flags & 7U) == 7 ? 1 : 0;
-        param.file.df_len = static_cast<int16_t>((flags & 8U) != 0 ? octets.length() : 0);
-        param.file.ef_len = static_cast<int16_t>((flags & 16U) != 0 ? octets.length() : 0);
-        octets.fill(param.file.df.data);
-        octets.fill(param.file.ef.data);
-        apdu->length = octets.length();
-        octets.fill(apdu->data);
-        param.file.apdu = (flags & 32U) != 0 ? nullptr : apdu.get();
-        if ((flags & 64U) != 0) {  // good status words where there is room
-            end_well(param.file.df.data, param.file.df_len);
-            end_well(param.file.ef.data, param.file.ef_len);
-            end_well(apdu->data, apdu->length);
-        }
-    }
-    template <size_t size>
-    static void end_well(uint8_t (&data)[size], int32_t length) {
-        if (length >= 2 && static_cast<size_t>(length) <= size) {
-            data[length - 2] = 0x90;
-            data[length - 1] = 0;
-        }
-    }
-};
-
-// Answers the commands that are in flight until the input is used up.
-void answer_all(Octets& octets) {
-    for (int i = 0; i < 20 && !s_contexts.empty() && !(i > 0 && octets.used_up()); ++i) {
-        const uint32_t context = s_contexts[octets.next() % s_contexts.size()];
-        const Answer answer(octets);
-        UtaMsSimApduCmdRspCb(0, &answer.param, context);
+void completed(RIL_Token token, RIL_Errno error, void* response, size_t length) {
+    --s_open_requests;
+    FUZZ_CHECK(s_open_requests >= 0 && (response != nullptr || length == 0));
+    if (error == RIL_E_SUCCESS && reinterpret_cast<uintptr_t>(token) == RIL_REQUEST_SIM_IO) {
+        const char* const text = static_cast<RIL_SIM_IO_Response*>(response)->simResponse;
+        FUZZ_CHECK(length == sizeof(RIL_SIM_IO_Response) && (text == nullptr || strlen(text) < 550));
     }
 }
 
-void read_answer_directly(Octets& octets) {
-    const Answer answer(octets);
+const RIL_Env c_env = {completed, [](int, const void*, size_t) {}, [](RIL_TimedCallback, void*, const timeval*) {}};
+
+void handle(int32_t number, void* data, size_t, RIL_Token token) {
+    const ril_request request{0, number, token};
+    request_context context(request, __func__);
+    if (number == RIL_REQUEST_SIM_IO ? sim_io_start(0, *static_cast<const RIL_SIM_IO_v6*>(data), context.id()) == 0
+                                     : context.create_multi_mod_priv(0) && sim_get_imsi(0, context.id()) == 0) {
+        context.in_flight();
+    }
+}
+
+constexpr uintptr_t c_transmit = 1;  // no request's number
+
+void ask(Input& input, uintptr_t number) {
+    RIL_SIM_IO_v6 io{};
+    io.command = input.choice();
+    io.p3 = input.choice();
+    ++s_open_requests;
+    const auto token = reinterpret_cast<RIL_Token>(number);
+    if (number == c_transmit) {
+        ril_request_sim_transmit_basic(0, &io, sizeof(io), token);
+    } else {
+        qelril_post_request(0, static_cast<int>(number), &io, sizeof(io), token);
+    }
+}
+
+// --- The card
+
+// Octets of any number, and a length that mostly fits, with good status words at its end or not.
+template <class Length, size_t size>
+void fill(Input& input, bool good, Length& length, uint8_t (&out)[size]) {
+    const uint8_t kind = input.choice();
+    length = static_cast<int16_t>(kind < 240 ? input.choice() : kind << 8U | input.choice());
+    const auto octets = input.take(length < 0 ? size : static_cast<size_t>(length));
+    std::copy_n(octets.begin(), std::min(octets.size(), size), out);
+    if (good && length >= 2 && static_cast<size_t>(length) <= size) {
+        out[length - 2] = 0x90;
+        out[length - 1] = 0;
+    }
+}
+
+// The contract of each reader, whoever asks.
+void read_directly(const UtaSimApduCmdRspParam& param) {
     sim_file_properties file;
-    const int32_t result = AGGSimAnalyseFilePropertyResult(&answer.param, &file);
+    const int32_t result = AGGSimAnalyseFilePropertyResult(&param, &file);
     FUZZ_CHECK(result == 0 || result == -1);
     FUZZ_CHECK(isSuccessResult(file.status.sw1, file.status.sw2) || (file.file_size == 0 && file.num_records == 0));
     sim_apdu_status status;
-    const int32_t good = sim_analyse_sim_apdu_result(answer.param, status);
-    FUZZ_CHECK((sim_analyse_apdu_result(answer.param, status) == 0) == (good == 1));
+    const int32_t good = sim_analyse_sim_apdu_result(param, status);
+    FUZZ_CHECK((sim_analyse_apdu_result(param, status) == 0) == (good == 1));
     sim_read_result read;
-    if (sms_sim_analyse_read_result(answer.param, read) == 0) {
+    if (sms_sim_analyse_read_result(param, read) == 0) {
         FUZZ_CHECK(good == 1 && read.data.size() < 256);
+    }
+}
+
+void answer(Input& input) {
+    const uint8_t flags = input.choice();
+    const bool good = (flags & 64U) != 0;
+    UtaSimApduCmdRspParam param{};
+    UtaSimApduData apdu{};
+    param.result = (flags & 7U) == 7 ? 1 : 0;
+    if ((flags & 8U) != 0) {
+        fill(input, good, param.file.df_len, param.file.df.data);
+    }
+    if ((flags & 16U) != 0) {
+        fill(input, good, param.file.ef_len, param.file.ef.data);
+    }
+    fill(input, good, apdu.length, apdu.data);
+    param.file.apdu = (flags & 32U) != 0 ? nullptr : &apdu;
+    read_directly(param);
+    if (!s_owed.empty()) {
+        const size_t at = flags % s_owed.size();
+        const uint32_t context_id = s_owed[at];
+        s_owed.erase(s_owed.begin() + static_cast<ptrdiff_t>(at));
+        UtaMsSimApduCmdRspCb(0, &param, context_id);
     }
 }
 
@@ -110,9 +123,7 @@ void convert_header(const std::vector<uint8_t>& octets) {
     std::vector<uint8_t> back(octets.size());
     FUZZ_CHECK(sim_util_convert_hex_to_bin(text.data(), back) == octets.size() && back == octets);
     char header[c_ts_51011_text_size];
-    if (sim_convert_sim_io_fcp(text.data(), header) == 0) {
-        FUZZ_CHECK(strlen(header) == 2 * c_ts_51011_size);
-    }
+    FUZZ_CHECK(sim_convert_sim_io_fcp(text.data(), header) != 0 || strlen(header) == 2 * c_ts_51011_size);
     // As text, good or bad.
     std::vector<char> any(octets.begin(), octets.end());
     any.push_back('\0');
@@ -120,130 +131,72 @@ void convert_header(const std::vector<uint8_t>& octets) {
     sim_util_convert_hex_to_bin(any.data(), std::span(back).first(strlen(any.data()) / 2));
 }
 
-uint32_t context_of(const ril_request& request) {
-    request_context context(request, __func__);
-    FUZZ_CHECK(context && context.create_multi_mod_priv(0));
-    return context.hand_over();
-}
-
-// A command of Android's: it cannot be queued without the thread, but its answer can be taken.
-void answer_command(Octets& octets) {
-    const ril_request request = {0, RIL_REQUEST_SIM_IO, &s_completions};
-    request_context context(request, __func__);
-    RIL_SIM_IO_v6 io{};
-    io.command = octets.next();
-    FUZZ_CHECK(sim_io_start(0, io, context.id()) == -1);
-    const Answer answer(octets);
-    s_is_command = true;
-    sim_apdu_cmd_req_sim_access_cb(0, &answer.param, context.hand_over());
-    s_is_command = false;
-    FUZZ_CHECK(s_completions == 1);
+void step(Input& input) {
+    s_refuses = (input.choice() & 15) == 0;
+    switch (input.choice() % 8) {
+        case 0: {
+            auto info = any<UtaSimInfoType>(input);
+            info.sim_ind = 3;
+            UtaMsSimInfoIndCb(0, &info);
+            break;
+        }
+        case 1: {
+            const auto init = any<UtaSimInitType>(input);
+            UtaMsSimInitIndCb(0, &init);
+            break;
+        }
+        case 2:
+            UtaMsSimFullAccessIndCb(0);
+            break;
+        case 3:
+            ask(input, RIL_REQUEST_GET_IMSI);
+            break;
+        case 4:
+            ask(input, RIL_REQUEST_SIM_IO);
+            break;
+        case 5:
+            ask(input, c_transmit);
+            break;
+        default:
+            answer(input);
+            break;
+    }
 }
 
 }  // namespace
 
-// --- The rooms around
-// --------------------------------------------------------------------------------------------------
-
-const RIL_Env* s_rilenv = nullptr;
-
 int32_t uta::call(uint16_t, const Word* words) {
-    s_contexts.push_back(static_cast<uint32_t>(words[2]));
-    return s_contexts.size() % 16 == 15 ? -1 : 0;
-}
-uint32_t RPCMakeContextId() {
-    return 0x20000100;
-}
-void ril_request_complete(RIL_Token token, RIL_Errno, void* response, size_t length) {
-    if (token == nullptr) {
-        return;
+    if (s_refuses) {
+        return -1;
     }
-    ++s_completions;
-    FUZZ_CHECK(response != nullptr || length == 0);
-    if (s_is_command) {
-        FUZZ_CHECK(length == sizeof(RIL_SIM_IO_Response));
-        const char* const text = static_cast<RIL_SIM_IO_Response*>(response)->simResponse;
-        FUZZ_CHECK(text == nullptr || strlen(text) < 550);
-    }
-}
-void RIL_UnsolicitedResponse(uint32_t, int, const void*, size_t) {}
-int32_t qelril_post_utamsrspcb(uint32_t sim_id, const void* p_params, uint32_t context_id, rilreq_rspcb p_rspcb) {
-    const RunLock lock;
-    if (rilreq_state_info[context_id & 0xFFU].entry_in_use == 1) {
-        p_rspcb(sim_id, p_params, context_id & 0xFFU);
-    }
-    return 0;
-}
-int32_t qelril_post_utamsindcb(uint32_t sim_id, const void* p_params, rilreq_indcb p_indcb) {
-    const RunLock lock;
-    p_indcb(sim_id, p_params);
+    s_owed.push_back(static_cast<uint32_t>(words[2]));
     return 0;
 }
 uint32_t net_attach_is_allowed(uint32_t) {
     return 1;
 }
 void net_clear_modem_registration_state(uint32_t) {}
-RIL_RadioState get_radio_state(uint32_t) {
-    return RADIO_STATE_ON;
-}
-extern "C" {
-int property_get(const char*, char* value, const char* default_value) {
-    strcpy(value, default_value == nullptr ? "" : default_value);
-    return static_cast<int>(strlen(value));
-}
-int property_set(const char*, const char* value) {
-    FUZZ_CHECK(value == nullptr || strlen(value) < PROPERTY_VALUE_MAX);
-    return 0;
-}
-__attribute__((visibility("default"))) int __android_log_buf_print(int, int, const char*, const char*, ...) {
-    return 0;
-}
-__attribute__((visibility("default"))) int __android_log_print(int, const char*, const char*, ...) {
-    return 0;
-}
-}
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     Input input(data, size);
-    const uint8_t kind = input.choice();
-    const bool is_3g = (kind & 0x80U) != 0;
-    Octets octets(input.rest());
-    s_completions = 0;
-    s_contexts.clear();
-    context_table_start();
-    sim_module_init(0);
-    sim_set_inserted_sim_type(0, is_3g ? SIM_CARD_TYPE_3G : SIM_CARD_TYPE_2G);
-    const uint8_t what = kind % 6;
-    switch (what) {
-        case 0:
-            read_answer_directly(octets);
-            break;
-        case 1:
-            convert_header(input.rest());
-            break;
-        case 2:
-            UtaMsSimFullAccessIndCb(0);
-            answer_all(octets);
-            FUZZ_CHECK(sim_get_ecc_records(0) <= c_ecc_entries);
-            sim_check_apn_listed_in_acl(0, "internet");
-            break;
-        case 3:
-            if (sim_get_imsi(0, context_of({0, RIL_REQUEST_GET_IMSI, &s_completions})) == 0) {
-                answer_all(octets);
-            }
-            break;
-        case 4: {
-            RIL_SIM_IO_v6 io{};
-            ril_request_sim_transmit_basic(0, &io, sizeof(io), &s_completions);
-            answer_all(octets);
-            break;
-        }
-        default:
-            answer_command(octets);
-            break;
+    convert_header(input.rest());
+    s_owed.clear();
+    s_refuses = false;
+    s_open_requests = 0;
+    stood_in.handler = handle;
+    stood_in.modem_init = [] {
+        const RunLock lock;
+        sim_module_init(0);
+        sim_set_inserted_sim_type(0, SIM_CARD_TYPE_3G);
+        return 0;
+    };
+    start_engine(&c_env);
+    while (!input.is_empty()) {
+        step(input);
     }
-    context_table_abandon();
-    FUZZ_CHECK(what < 3 || s_completions == 1);
-    sim_clear_acl(0);
+    FUZZ_CHECK(sim_get_ecc_records(0) <= c_ecc_entries);
+    sim_check_apn_listed_in_acl(0, "internet");
+    stop_engine();
+    FUZZ_CHECK(s_open_requests == 0);
     return 0;
 }

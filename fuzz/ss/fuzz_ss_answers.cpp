@@ -22,40 +22,26 @@ int s_open_requests;
 
 // --- Android
 
-bool is_list(size_t length) {
-    return length % sizeof(void*) == 0;
-}
-
-void check_forwards(const void* response, size_t length) {
-    FUZZ_CHECK(is_list(length) && length / sizeof(void*) <= 12);
-    const auto* const* list = static_cast<const RIL_CallForwardInfo* const*>(response);
-    for (size_t i = 0; i < length / sizeof(void*); ++i) {
-        FUZZ_CHECK(strnlen(list[i]->number, 64) < 64 && (list[i]->status == 0 || list[i]->status == 1));
-    }
-}
-
-void check_calls(const void* response, size_t length) {
-    const auto* const* list = static_cast<const RIL_Call* const*>(response);
-    for (size_t i = 0; i < length / sizeof(void*); ++i) {
-        FUZZ_CHECK(list[i]->name == nullptr || strnlen(list[i]->name, 160) < 160);
-    }
-}
-
+// Texts end inside their records, whatever list they are of.
 void completed(RIL_Token token, RIL_Errno error, void* response, size_t length) {
-    --s_open_requests;
-    FUZZ_CHECK(s_open_requests >= 0);
+    FUZZ_CHECK(--s_open_requests >= 0);
     const auto request = reinterpret_cast<uintptr_t>(token);
-    if (error == RIL_E_SUCCESS && request == RIL_REQUEST_QUERY_CALL_FORWARD_STATUS && length > 8) {
-        check_forwards(response, length);
-    } else if (error == RIL_E_SUCCESS && request == RIL_REQUEST_GET_CURRENT_CALLS) {
-        check_calls(response, length);
+    const bool is_forwards = request == RIL_REQUEST_QUERY_CALL_FORWARD_STATUS && length > 8;
+    for (size_t i = 0; error == RIL_E_SUCCESS && i < length / sizeof(void*); ++i) {
+        if (is_forwards) {
+            const RIL_CallForwardInfo& info = *static_cast<const RIL_CallForwardInfo* const*>(response)[i];
+            FUZZ_CHECK(i < 12 && strnlen(info.number, 64) < 64 && (info.status == 0 || info.status == 1));
+        } else if (request == RIL_REQUEST_GET_CURRENT_CALLS) {
+            const RIL_Call& call = *static_cast<const RIL_Call* const*>(response)[i];
+            FUZZ_CHECK(call.name == nullptr || strnlen(call.name, 160) < 160);
+        }
     }
 }
 
 void told(int number, const void* data, size_t length) {
     if (number == RIL_UNSOL_ON_USSD) {
         const auto* const* texts = static_cast<const char* const*>(data);
-        FUZZ_CHECK(strlen(texts[0]) == 1 && is_list(length) && length / sizeof(char*) <= 2);
+        FUZZ_CHECK(strlen(texts[0]) == 1 && (length == sizeof(char*) || length == 2 * sizeof(char*)));
         FUZZ_CHECK(length == sizeof(char*) || texts[1] == nullptr || strnlen(texts[1], 255) < 255);
     }
 }
@@ -114,12 +100,6 @@ void answer(Input& input) {
     }
 }
 
-void call_is_there(uint8_t call_id) {
-    UtaCallCsIncomingCallIndCbParams param{};
-    param.call.call_id = call_id;
-    UtaMsCallCsIncomingCallIndCb(0, &param);
-}
-
 void step(Input& input) {
     s_refuses = (input.choice() & 7) == 0;
     switch (input.choice() % 7) {
@@ -160,11 +140,12 @@ int32_t uta::call(uint16_t id, const uta::Word* words) {
     }
     if (id == uta::row::UtaMsSsSendUssdReq::id) {
         FUZZ_CHECK(reinterpret_cast<const UtaSsSendUssdParamStruct*>(words[1])->length <= 184);
-        s_owed.push_back(static_cast<uint32_t>(words[2]));
     } else if (id == uta::row::UtaMsSsRespondUssd::id) {
         FUZZ_CHECK(reinterpret_cast<const UtaSsRespondUssdParamStruct*>(words[1])->length <= 184);
-        s_owed.push_back(static_cast<uint32_t>(words[2]));
+    } else {
+        return 0;
     }
+    s_owed.push_back(static_cast<uint32_t>(words[2]));
     return 0;
 }
 
@@ -182,7 +163,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         return 0;
     };
     start_engine(&c_env);
-    call_is_there(1);
+    UtaCallCsIncomingCallIndCbParams incoming{};
+    incoming.call.call_id = 1;
+    UtaMsCallCsIncomingCallIndCb(0, &incoming);
     while (!input.is_empty()) {
         step(input);
     }
