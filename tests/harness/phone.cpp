@@ -114,10 +114,11 @@ void Phone::bring_up() {
 void Phone::answer_mode_requests(uint8_t mode) {
     for (const uint8_t function : {c_set_mode, c_set_sim_mode}) {
         const auto answer = static_cast<uint8_t>(function - 1);
-        modem.set_answer(function, "02 04 00 00 00 2F 02 04 00 00 00 " + to_hex({answer}) + "AA AA AA AA 7F 81" +
-                                       to_hex({static_cast<uint8_t>(answer - 0x80)}) +
-                                       "1B 02 04 00 00 00 00 7F 06 06 02 04 AA AA AA AA 02 04 00 00 00" +
-                                       to_hex({mode}) + "02 04 00 00 00" + to_hex({sim_id}));
+        const auto tag = static_cast<uint8_t>(answer - 0x80);
+        modem.set_answer(function,
+                         {2,    4,    0,    0,    0, 0x2F, 2, 4, 0,    0, 0,    answer, 0xAA, 0xAA, 0xAA,  0xAA,
+                          0x7F, 0x81, tag,  0x1B, 2, 4,    0, 0, 0,    0, 0x7F, 6,      6,    2,    4,     0xAA,
+                          0xAA, 0xAA, 0xAA, 2,    4, 0,    0, 0, mode, 2, 4,    0,      0,    0,    sim_id});
     }
 }
 

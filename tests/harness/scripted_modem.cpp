@@ -51,36 +51,6 @@ void write_all(int fd, const Bytes& bytes) {
 
 }  // namespace
 
-Bytes from_hex(const std::string& text) {
-    Bytes bytes;
-    unsigned value = 0;
-    int digits = 0;
-    for (const char c : text) {
-        if (isxdigit(static_cast<unsigned char>(c)) == 0) {
-            continue;
-        }
-        value = value * 16 + static_cast<unsigned>(c <= '9' ? c - '0' : (c | 0x20) - 'a' + 10);
-        if (++digits % 2 == 0) {
-            bytes.push_back(static_cast<uint8_t>(value));
-            value = 0;
-        }
-    }
-    return bytes;
-}
-
-std::string to_hex(const Bytes& bytes) {
-    std::string text;
-    char digits[4];
-    for (const uint8_t byte : bytes) {
-        snprintf(digits, sizeof(digits), "%02X ", byte);
-        text += digits;
-    }
-    if (!text.empty()) {
-        text.pop_back();
-    }
-    return text;
-}
-
 ScriptedModem::ScriptedModem(uint8_t app_id, bool starts) : app_id_(app_id) {
     returns_[32] = {{1249}, {}};
     unlink(c_marker);
@@ -203,7 +173,7 @@ void ScriptedModem::answer(const Bytes& packet) {
     if (values.size() > 1) {
         values.erase(values.begin());
     }
-    Bytes reply = from_hex("02 04");
+    Bytes reply = {2, 4};
     put_word(reply, static_cast<uint32_t>(22 + output.size()));
     reply.insert(reply.end(), {2, 4});
     put_word(reply, id + 1000);
@@ -213,7 +183,7 @@ void ScriptedModem::answer(const Bytes& packet) {
     reply.insert(reply.end(), output.begin(), output.end());
     write_all(recv_, reply);
     if (value == 0 && answers_[id]) {
-        Bytes bytes = from_hex(answers_[id](packet));
+        Bytes bytes = answers_[id](packet);
         const Bytes place = {0xAA, 0xAA, 0xAA, 0xAA};
         for (auto at = std::search(bytes.begin(), bytes.end(), place.begin(), place.end()); at != bytes.end();
              at = std::search(at, bytes.end(), place.begin(), place.end())) {
@@ -248,8 +218,8 @@ void ScriptedModem::set_unseen(uint32_t id) {
     unseen_.insert(id);
 }
 
-void ScriptedModem::set_answer(uint32_t id, const std::string& hex) {
-    set_answer(id, [hex](const Bytes&) { return hex; });
+void ScriptedModem::set_answer(uint32_t id, const Bytes& bytes) {
+    set_answer(id, [bytes](const Bytes&) { return bytes; });
 }
 
 void ScriptedModem::set_answer(uint32_t id, Answer answer) {
@@ -257,9 +227,9 @@ void ScriptedModem::set_answer(uint32_t id, Answer answer) {
     answers_[id] = std::move(answer);
 }
 
-void ScriptedModem::send(const std::string& hex) {
+void ScriptedModem::send(const Bytes& bytes) {
     const std::lock_guard lock(lock_);
-    write_all(recv_, from_hex(hex));
+    write_all(recv_, bytes);
 }
 
 std::vector<Bytes> ScriptedModem::take_received() {

@@ -8,15 +8,10 @@
 #include <map>
 #include <mutex>
 #include <set>
-#include <string>
 #include <thread>
 #include <vector>
 
 using Bytes = std::vector<uint8_t>;
-
-// "02 04 00 2C" to bytes and back; white space is skipped.
-Bytes from_hex(const std::string& text);
-std::string to_hex(const Bytes& bytes);
 
 class ScriptedModem {
 public:
@@ -46,13 +41,13 @@ public:
     void set_next_returns(uint32_t id, std::vector<Return> returns);
     void set_unseen(uint32_t id);  // answered, and not kept as received
     // Bytes that follow the return of `id`: an answer or indication, with the request's context id put in place of
-    // "AA AA AA AA".
-    void set_answer(uint32_t id, const std::string& hex);
+    // AA AA AA AA.
+    void set_answer(uint32_t id, const Bytes& bytes);
     // The same, made from the request's bytes; null for none.
-    using Answer = std::function<std::string(const Bytes& request)>;
+    using Answer = std::function<Bytes(const Bytes& request)>;
     void set_answer(uint32_t id, Answer answer);
 
-    void send(const std::string& hex);
+    void send(const Bytes& bytes);
 
     // What came since the last call, returns not counted.
     std::vector<Bytes> take_received();

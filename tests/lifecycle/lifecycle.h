@@ -12,8 +12,8 @@ constexpr uint32_t c_event_up = 0xB2000000;
 
 // For the modem to send: an answer to what has this context, or an indication. Without a context the scripted modem
 // puts that of the request in.
-inline std::string from_modem(const std::string& text, uint32_t context = 0xAAAAAAAA) {
-    return to_hex(packet_of(words_of(text), context, 0x20000100, 0));
+inline Bytes from_modem(const std::string& text, uint32_t context = 0xAAAAAAAA) {
+    return packet_of(words_of(text), context, 0x20000100, 0);
 }
 
 // An indication that the RIL thread takes.

@@ -64,13 +64,15 @@ void send_requests(Phone& phone, const std::atomic<bool>& ending, std::vector<RI
 
 // Indications for the RIL thread, and answers to any context, of which some are in flight and most are not.
 void send_from_modem(Phone& phone, const std::atomic<bool>& ending) {
-    const std::string indications =
-        from_modem(c_card_removed) +
-        from_modem("NetRegistrationInfoIndCb second_cause=255 network.plmn.mcc=262 network.plmn.mnc=1 network.rat=1") +
-        from_modem("SimInfoIndCb sim_ind=3 uicc_id=31323334353637383930 app_class=255 chv1_status=5 chv2_status=1");
+    constexpr const char* c_indications[] = {
+        c_card_removed,
+        "NetRegistrationInfoIndCb second_cause=255 network.plmn.mcc=262 network.plmn.mnc=1 network.rat=1",
+        "SimInfoIndCb sim_ind=3 uicc_id=31323334353637383930 app_class=255 chv1_status=5 chv2_status=1"};
     std::minstd_rand random(1);
     while (!ending) {
-        phone.modem.send(indications);
+        for (const char* const indication : c_indications) {
+            phone.modem.send(from_modem(indication));
+        }
         const std::string answer = random() % 2 == 0 ? "CpsSetModeRsp mode=" : "CpsSetSimModeRsp mode=";
         phone.modem.send(from_modem(answer + std::to_string(random() % 3), random() & 0xFF));
         std::this_thread::sleep_for(std::chrono::microseconds(500));
@@ -93,7 +95,7 @@ TEST(Restart, AThousandCrashesUnderTraffic) {
         // Of five commands to the card one has no answer: it and those behind it end with the modem.
         int commands = 0;
         phone.modem.set_answer(146, [&commands, answer = from_modem("SimApduCmdRspCb")](const Bytes&) {
-            return ++commands % 5 == 0 ? std::string() : answer;
+            return ++commands % 5 == 0 ? Bytes() : answer;
         });
         // Each end and each start sends these four in a row.
         constexpr int c_change[] = {1010, 1001, 1002, 1019};

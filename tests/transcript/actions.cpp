@@ -153,7 +153,7 @@ const Player::Action Player::c_actions[] = {
              p.phone().modem.set_answer(id, ScriptedModem::Answer());
          } else {
              constexpr uint32_t c_place = 0xAAAAAAAA;  // of the request's context
-             p.phone().modem.set_answer(id, to_hex(packet_of({w.begin() + 1, w.end()}, c_place, p.client_, p.sim_id_)));
+             p.phone().modem.set_answer(id, packet_of({w.begin() + 1, w.end()}, c_place, p.client_, p.sim_id_));
          }
      }},
     {"write", true, [](Player&, const Words& w) { std::ofstream(word(w, 0)) << word(w, 1); }},

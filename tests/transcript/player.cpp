@@ -5,6 +5,7 @@
 #include <future>
 
 #include "host/console/protocol.h"
+#include "host/modem/capture_format.h"
 #include "tests/harness/sleeps.h"
 #include "tests/transcript/android.h"
 #include "tests/transcript/packets.h"
@@ -294,7 +295,7 @@ void Player::answer(const Line& line) {
             const std::lock_guard lock(lock_);
             fences_.push_back(false);
         }
-        phone().modem.send(to_hex(packet));
+        phone().modem.send(packet);
     }
 }
 
@@ -377,7 +378,7 @@ void Player::pass_fence() {
         passed = passed_;
         fences_.push_back(true);
     }
-    phone().modem.send(to_hex(packet_of(words_of(c_fence), 0, client_, sim_id_)));
+    phone().modem.send(packet_of(words_of(c_fence), 0, client_, sim_id_));
     const bool came = soon([&] {
         const std::lock_guard lock(lock_);
         return passed_ != passed;
