@@ -249,8 +249,7 @@ void Player::start_phone(const std::string& state, const std::vector<std::string
 }
 
 void Player::changed_modem() {
-    const std::lock_guard lock(lock_);
-    fences_.clear();
+    is_fenced_ = false;
     may_be_away_ = modem_is_up_ && daemon_is_there_;
 }
 

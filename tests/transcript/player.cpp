@@ -289,13 +289,8 @@ void Player::answer(const Line& line) {
         const std::string named = take_name(item);
         const std::string name = named.empty() ? name_ : named;
         const auto context = contexts_.find(name);
-        const Bytes packet =
-            packet_of(words_of(item), context == contexts_.end() ? client_ : context->second, client_, sim_id_);
-        if (packet == packet_of(words_of(c_fence), 0, client_, sim_id_)) {
-            const std::lock_guard lock(lock_);
-            fences_.push_back(false);
-        }
-        phone().modem.send(packet);
+        phone().modem.send(
+            packet_of(words_of(item), context == contexts_.end() ? client_ : context->second, client_, sim_id_));
     }
 }
 
@@ -372,18 +367,9 @@ void Player::pass_fence() {
     if (!modem_is_up_ || !daemon_is_there_) {
         return;
     }
-    size_t passed = 0;
-    {
-        const std::lock_guard lock(lock_);
-        passed = passed_;
-        fences_.push_back(true);
-    }
+    is_fenced_ = true;
     phone().modem.send(packet_of(words_of(c_fence), 0, client_, sim_id_));
-    const bool came = soon([&] {
-        const std::lock_guard lock(lock_);
-        return passed_ != passed;
-    });
-    if (!came) {
+    if (!soon([this] { return !is_fenced_; })) {
         fail("the library does not come to rest");
     }
 }
@@ -405,13 +391,9 @@ void Player::wait_until_served() {
 void Player::add_event(Event event) {
     event.text = on_one_line(event.text);
     const std::lock_guard lock(lock_);
-    if (event.what == "OEM_HOOK_RAW" && event.text == c_fence_seen && !fences_.empty()) {
-        const bool is_fence = fences_.front();
-        fences_.pop_front();
-        if (is_fence) {
-            ++passed_;
-            return;
-        }
+    if (event.what == "OEM_HOOK_RAW" && event.text == c_fence_seen && is_fenced_) {
+        is_fenced_ = false;
+        return;
     }
     events_.push_back(std::move(event));
 }

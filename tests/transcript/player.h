@@ -1,6 +1,7 @@
 // Plays a case of a transcript on a phone of its own.
 #pragma once
 
+#include <atomic>
 #include <deque>
 #include <map>
 #include <memory>
@@ -64,8 +65,9 @@ private:
     uint32_t sim_id_ = 0;
     bool modem_is_up_ = false;
     bool daemon_is_there_ = false;
-    bool may_be_away_ = false;  // the library may not serve requests yet
-    size_t log_start_ = 0;      // of what the last action left in the log
+    std::atomic<bool> is_fenced_{false};  // a fence is on its way
+    bool may_be_away_ = false;            // the library may not serve requests yet
+    size_t log_start_ = 0;                // of what the last action left in the log
     int line_ = 0;
 
     std::deque<Bytes> packets_;  // that the modem got and no line has told
@@ -79,6 +81,4 @@ private:
     std::deque<Event> events_;
     std::map<RIL_Token, std::pair<std::string, int>> requests_;  // name and number by token
     std::set<RIL_Token> completed_;
-    std::deque<bool> fences_;  // indications on their way that look like a fence: whether they are one
-    size_t passed_ = 0;        // fences
 };

@@ -13,11 +13,10 @@ namespace {
 
 using testing::HasSubstr;
 
-std::string print(const std::string& hex, bool one_field_a_line = false) {
-    const Bytes bytes = from_hex(hex).value_or(Bytes{});
+std::string print(const std::string& hex, const PrintOptions& options = {.with_time = false}) {
     std::string text;
-    for (const PrintedPacket& packet : read_captured({0, 0, Channel::SEND, true, bytes})) {
-        text += print_packet({}, packet, {.one_field_a_line = one_field_a_line, .with_time = false});
+    for (const PrintedPacket& packet : read_captured({0, 0, Channel::SEND, true, from_hex(hex).value()})) {
+        text += print_packet({}, packet, options);
     }
     return text;
 }
@@ -51,7 +50,7 @@ TEST(Print, Golden) {
         EXPECT_THAT(print(golden.hex), testing::StartsWith(golden.text));
     }
     EXPECT_THAT(
-        print(c_accepted, true),
+        print(c_accepted, {.one_field_a_line = true, .with_time = false}),
         HasSubstr("20000105 sim_id             = 0 : i32\n"
                   "response   UtaMsCallCsAcceptCallRspCb                  20000105 param.call.call_id = 1 : u8\n"));
 }

@@ -146,13 +146,10 @@ def messages_are_put_together_and_taken_apart():
         for byte in request(38, 1):
             client.socket.sendall(bytes([byte]))
         client.hears(answer(1, 0, "canned"))
-        client.socket.sendall(b"".join(request(38, serial) for serial in range(300)))
+        client.socket.sendall(b"".join(request(38, serial) for serial in range(301))[:-6])  # the last one is a half
         rild.hear(*["request 38 0"] * 301)
         client.hears(*[answer(serial, 0, "canned") for serial in range(300)])
-        client.socket.sendall((request(38, 0) * 2)[:18])  # a whole one and a half
-        client.hears(answer(0, 0, "canned"))
         client.socket.close()
-        rild.hear("request 38 0")
         RilClient().is_served(rild)
 
 
