@@ -12,7 +12,6 @@
 #include "ril/core/src/sim/acl.h"
 #include "ril/core/src/sim/apdu.h"
 #include "ril/core/src/sim/channels.h"
-#include "ril/core/src/sim/fcp.h"
 #include "ril/core/src/sim/imsi.h"
 #include "ril/core/src/sim/sim.h"
 #include "ril/core/src/sim/sim_io.h"
@@ -30,8 +29,7 @@ int s_open_requests;
 // --- Android
 
 void completed(RIL_Token token, RIL_Errno error, void* response, size_t length) {
-    --s_open_requests;
-    FUZZ_CHECK(s_open_requests >= 0 && (response != nullptr || length == 0));
+    FUZZ_CHECK(--s_open_requests >= 0 && (response != nullptr || length == 0));
     if (error == RIL_E_SUCCESS && reinterpret_cast<uintptr_t>(token) == RIL_REQUEST_SIM_IO) {
         const char* const text = static_cast<RIL_SIM_IO_Response*>(response)->simResponse;
         FUZZ_CHECK(length == sizeof(RIL_SIM_IO_Response) && (text == nullptr || strlen(text) < 550));
@@ -55,6 +53,9 @@ void ask(Input& input, uintptr_t number) {
     RIL_SIM_IO_v6 io{};
     io.command = input.choice();
     io.p3 = input.choice();
+    auto text = input.take(input.choice() % 64);
+    text.push_back('\0');
+    io.path = io.data = reinterpret_cast<char*>(text.data());
     ++s_open_requests;
     const auto token = reinterpret_cast<RIL_Token>(number);
     if (number == c_transmit) {
@@ -117,20 +118,6 @@ void answer(Input& input) {
     }
 }
 
-void convert_header(const std::vector<uint8_t>& octets) {
-    std::vector<char> text(2 * octets.size() + 1);
-    FUZZ_CHECK(sim_util_convert_bin_to_hex(octets, text.data()) == 2 * octets.size());
-    std::vector<uint8_t> back(octets.size());
-    FUZZ_CHECK(sim_util_convert_hex_to_bin(text.data(), back) == octets.size() && back == octets);
-    char header[c_ts_51011_text_size];
-    FUZZ_CHECK(sim_convert_sim_io_fcp(text.data(), header) != 0 || strlen(header) == 2 * c_ts_51011_size);
-    // As text, good or bad.
-    std::vector<char> any(octets.begin(), octets.end());
-    any.push_back('\0');
-    sim_convert_sim_io_fcp(any.data(), header);
-    sim_util_convert_hex_to_bin(any.data(), std::span(back).first(strlen(any.data()) / 2));
-}
-
 void step(Input& input) {
     s_refuses = (input.choice() & 15) == 0;
     switch (input.choice() % 8) {
@@ -179,7 +166,6 @@ void net_clear_modem_registration_state(uint32_t) {}
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     Input input(data, size);
-    convert_header(input.rest());
     s_owed.clear();
     s_refuses = false;
     s_open_requests = 0;

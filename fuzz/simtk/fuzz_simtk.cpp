@@ -30,8 +30,7 @@ int s_responses;
 // --- Android
 
 void completed(RIL_Token, RIL_Errno error, void* data, size_t length) {
-    --s_open_requests;
-    FUZZ_CHECK(s_open_requests >= 0 && (error == RIL_E_SUCCESS || (data == nullptr && length == 0)));
+    FUZZ_CHECK(--s_open_requests >= 0 && (error == RIL_E_SUCCESS || (data == nullptr && length == 0)));
 }
 
 void told(int number, const void* data, size_t length) {
