@@ -94,28 +94,6 @@ TEST(ModemDown, LateAnswerDoesNotBringTheRadioBack) {
     });
 }
 
-// A request of the first instance only, and only with the modem up.
-TEST(ModemDown, ResetIsAskedForByTheFirstInstance) {
-    for (const bool second_instance : {false, true}) {
-        in_own_process([&] {
-            Phone phone(second_instance ? std::vector<std::string>{"--client", "2"} : std::vector<std::string>{});
-            phone.sim_id = second_instance ? 1 : 0;
-            const auto shut_down = reinterpret_cast<void (*)()>(phone.symbol("ShutdownCb"));
-            phone.bring_up();
-            shut_down();
-            EXPECT_TRUE(second_instance || soon([&] { return phone.manager_requests == 1; }));
-            EXPECT_EQ(phone.last_manager_request, second_instance ? 0 : 0xA1000000U);
-            phone.leave_mode_requests_open();
-            RIL_Token open = phone.request(RIL_REQUEST_RADIO_POWER, 1);
-            phone.event(c_event_down);
-            EXPECT_EQ(phone.answer(open).error, RIL_E_RADIO_NOT_AVAILABLE);  // the RIL thread has ended
-            shut_down();
-            std::this_thread::sleep_for(std::chrono::milliseconds(20));
-            EXPECT_EQ(phone.manager_requests, second_instance ? 0U : 1U);
-        });
-    }
-}
-
 // What rild is given: a list of requests that differs from what the gate lets through, and the same library when it
 // asks again. A stray signal ends no thread.
 TEST(RilInit, IsOnce) {

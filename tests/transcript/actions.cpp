@@ -134,6 +134,12 @@ const Player::Action Player::c_actions[] = {
     {"timers", true,
      [](Player& p, const Words& w) { expect(word(w, 0), [&] { return std::to_string(p.phone().android.timers()); }); }},
     {"open", true, [](Player& p, const Words& w) { expect(word(w, 0), [&] { return std::to_string(p.open()); }); }},
+    {"asked", true,
+     [](Player& p, const Words& w) {
+         expect(line(w), [&] {
+             return std::to_string(p.phone().manager_requests) + " " + std::to_string(p.phone().last_manager_request);
+         });
+     }},
     {"slept", true,
      [](Player&, const Words& w) { expect(word(w, 0, "*"), [] { return std::to_string(harness_take_slept()); }); }},
     {"return", true, [](Player& p, const Words& w) { set_return(p.phone().modem, w); }},
