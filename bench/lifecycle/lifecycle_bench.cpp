@@ -32,12 +32,12 @@ void measure(Results& results, size_t process) {
     Phone phone;
     std::atomic<bool> is_on_its_way{false};
     Clock::time_point radio_state;  // written before is_on_its_way
-    phone.android.set_unsolicited_hook([&](int number) {
-        if (number == RIL_UNSOL_RESPONSE_RADIO_STATE_CHANGED && is_on_its_way) {
-            radio_state = Clock::now();
-            is_on_its_way = false;
-        }
-    });
+    phone.android.set_observer({{}, [&](int number, const void*, size_t) {
+                                    if (number == RIL_UNSOL_RESPONSE_RADIO_STATE_CHANGED && is_on_its_way) {
+                                        radio_state = Clock::now();
+                                        is_on_its_way = false;
+                                    }
+                                }});
     phone.bring_up();
     results.init[process] = milliseconds(phone.init_time());
     for (double& restart : results.restart[process]) {

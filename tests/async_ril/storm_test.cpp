@@ -7,7 +7,6 @@
 #include <thread>
 
 #include "ril/core/src/async_ril/async_ril.h"
-#include "ril/utils/mem_util.h"
 #include "ril/utils/ril_instance.h"
 #include "tests/harness/fake_android.h"
 #include "tests/harness/stood_in_rooms.h"
@@ -86,33 +85,23 @@ TEST(Storm, EveryTokenIsCompletedOnceOverTenThousandRestarts) {
             }
         });
     }
-    threads.emplace_back([&] {
-        for (uint32_t n = 0; !ending; ++n) {
-            uint32_t value = n % 1000;
-            const auto complete = [](uint32_t, const void* p, uint32_t ctxt_id) {
-                EXPECT_NE(*static_cast<const uint32_t*>(p), 0xDEADU);
-                qelril_complete_and_return(ctxt_id, RIL_E_SUCCESS, nullptr, 0);
-            };
-            if (qelril_post_utamsrspcb(0, &value, 0x20000100 | (n & 0xFF), complete) != 0) {
-                std::this_thread::yield();
+    for (int i = 0; i < 2; ++i) {
+        threads.emplace_back([&] {
+            for (uint32_t n = 0; !ending; ++n) {
+                uint32_t value = n % 1000;
+                const auto complete = [](uint32_t, const void* p, uint32_t ctxt_id) {
+                    EXPECT_NE(*static_cast<const uint32_t*>(p), 0xDEADU);
+                    qelril_complete_and_return(ctxt_id, RIL_E_SUCCESS, nullptr, 0);
+                };
+                const auto look = [](uint32_t, const void* p) { EXPECT_NE(*static_cast<const uint32_t*>(p), 0xDEADU); };
+                if (qelril_post_utamsrspcb(0, &value, 0x20000100 | (n & 0xFF), complete) != 0 ||
+                    qelril_post_utamsindcb(ril_instance, &value, look) != 0) {
+                    std::this_thread::yield();
+                }
+                value = 0xDEAD;
             }
-            value = 0xDEAD;
-        }
-    });
-    threads.emplace_back([&] {
-        for (uint32_t n = 0; !ending; ++n) {
-            uint32_t value = n % 1000;
-            const auto allocate = [](uint32_t, const void* p) {
-                EXPECT_NE(*static_cast<const uint32_t*>(p), 0xDEADU);
-                void* block = MEM_ALLOC(128);
-                MEM_FREE(block);
-            };
-            if (qelril_post_utamsindcb(ril_instance, &value, allocate) != 0) {
-                std::this_thread::yield();
-            }
-            value = 0xDEAD;
-        }
-    });
+        });
+    }
     // Stray signals at every thread.
     std::thread signals([&] {
         for (size_t n = 0; !ending; ++n) {

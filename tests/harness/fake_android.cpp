@@ -25,11 +25,6 @@ void FakeAndroid::reset() {
     std::exchange(unsolicited_, {});
 }
 
-void FakeAndroid::set_unsolicited_hook(std::function<void(int number)> hook) {
-    const std::lock_guard lock(lock_);
-    hook_ = std::move(hook);
-}
-
 void FakeAndroid::set_observer(Observer observer) {
     const std::lock_guard lock(lock_);
     observer_ = std::move(observer);
@@ -99,17 +94,12 @@ void FakeAndroid::on_complete(RIL_Token token, RIL_Errno error, void* response, 
 
 void FakeAndroid::on_unsolicited(int number, const void* data, size_t length) {
     FakeAndroid& android = instance();
-    std::unique_lock lock(android.lock_);
+    const std::lock_guard lock(android.lock_);
     android.unsolicited_.push_back(number);
     if (android.observer_.told) {
         android.observer_.told(number, data, length);
     }
     android.changed_.notify_all();
-    const std::function<void(int)> hook = android.hook_;
-    lock.unlock();
-    if (hook) {
-        hook(number);
-    }
 }
 
 void FakeAndroid::on_timed(RIL_TimedCallback callback, void* param, const struct timeval* relative) {

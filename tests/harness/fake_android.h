@@ -26,9 +26,6 @@ public:
 
     void reset();
 
-    // Called on the library's thread with the number of each unsolicited response, behind its record here.
-    void set_unsolicited_hook(std::function<void(int number)> hook);
-
     // Called on the library's thread with each completion and unsolicited response, while what it points to is valid.
     struct Observer {
         std::function<void(RIL_Token token, RIL_Errno error, const void* data, size_t length)> completed;
@@ -57,7 +54,6 @@ private:
     std::condition_variable changed_;
     std::vector<Completion> completions_;
     std::vector<int> unsolicited_;
-    std::function<void(int)> hook_;
     Observer observer_;
     std::multimap<int64_t, std::pair<RIL_TimedCallback, void*>> timers_;  // by due time in milliseconds
     int64_t now_ = 0;

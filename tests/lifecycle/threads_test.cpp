@@ -80,12 +80,12 @@ TEST(ModemDown, LateAnswerDoesNotBringTheRadioBack) {
         const uint32_t context = context_of(phone.modem.take_received().back());
         phone.android.reset();
         std::atomic<bool> first{true};
-        phone.android.set_unsolicited_hook([&](int number) {
-            if (number == RIL_UNSOL_RESPONSE_RADIO_STATE_CHANGED && first.exchange(false)) {
-                phone.modem.send(from_modem("CpsSetModeRsp mode=1", context));
-                phone.wait_radio_state(RADIO_STATE_ON);
-            }
-        });
+        phone.android.set_observer({{}, [&](int number, const void*, size_t) {
+                                        if (number == RIL_UNSOL_RESPONSE_RADIO_STATE_CHANGED && first.exchange(false)) {
+                                            phone.modem.send(from_modem("CpsSetModeRsp mode=1", context));
+                                            phone.wait_radio_state(RADIO_STATE_ON);
+                                        }
+                                    }});
         phone.event(c_event_down);
         EXPECT_EQ(phone.answer(token).error, RIL_E_SUCCESS);
         phone.wait_radio_state(RADIO_STATE_UNAVAILABLE);
