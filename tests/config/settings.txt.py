@@ -23,7 +23,6 @@ ROWS = [
     # sections
     (D5, DEFAULTS), ("[control] junk\n" + D5, DELAY_5), ("[con trol\t]\n" + D5, DELAY_5),
     ("[[con[trol]]\n" + D5, DELAY_5), ("[control\n" + D5, DEFAULTS), (C + "[nosuch]\n" + D5, DEFAULTS),
-    (C + "[]\n" + D5, DELAY_5),
     # where lines end: behind 256 octets at the latest, comments too
     (C + D5.strip(), DEFAULTS),
     (C + " " * 236 + "xfdor_delay_timer=56\n", (2, 56, 30)), (C + " " * 236 + "xfdor_delay_timer=56", (2, 56, 30)),
