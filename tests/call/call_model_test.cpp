@@ -372,10 +372,11 @@ struct CallModel {
         } else if ((function == HOLD && !good) || (function == RETRIEVE && (!good || call.id < 0))) {
             pending = c_none;
         } else if (function != SETUP && good) {
-            function == HOLD    ? move(call, c_active, c_held)
-            : function == JOIN  ? join()
-            : function == SPLIT ? split(call)
-                                : move(call, c_held, c_active);
+            function == HOLD       ? move(call, c_active, c_held)
+            : function == JOIN     ? join()
+            : function == SPLIT    ? split(call)
+            : function == TRANSFER ? void(call.state = c_active)
+                                   : move(call, c_held, c_active);
             if (function == SWAP) {
                 move(find(other), c_active, c_held);
             }
