@@ -58,15 +58,6 @@ static void on_mode_too(uint32_t, int32_t, uint32_t, int32_t) {
     s_delivered += "mode too ";
 }
 
-static void on_measured(int32_t context, int32_t result, const UtaSensorValue* value) {
-    s_delivered +=
-        "measured " + std::to_string(context) + std::to_string(result) + std::to_string(value->degrees) + " ";
-}
-
-static void on_shutdown(uint32_t context_id, int32_t value) {
-    s_delivered += "shutdown " + std::to_string(context_id & 0xFF) + std::to_string(value) + " ";
-}
-
 namespace {
 
 class Stubs : public testing::Test {
@@ -171,14 +162,6 @@ TEST_F(Stubs, DynamicCallbacks) {
     EXPECT_EQ(delivered(), "");
     RemUtaMsCpsSetModeReq(2, 1, 0, on_mode, 0x20000105);
     EXPECT_EQ(s_sent.size(), 4U);
-    // Without a sim_id it is the first list; without a function header.
-    RemUtaBootPrepareShutdownReq(1, 0x20000105, on_shutdown);
-    receive(375, "20 00 01 05  w3  7F 06 06 02 04 20 00 01 05");
-    // From a record.
-    const UtaSensorCallback callback{on_measured};
-    RemUtaSensorTpcbOpen(nullptr, &callback, 1, 4);
-    receive(312, "20 00 01 00  7F 82 38 19  7F 0E 0A w1 h2  w3  w4");
-    EXPECT_EQ(delivered(), "shutdown 53 measured 432 ");
 }
 
 template <size_t N>

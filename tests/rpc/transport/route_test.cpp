@@ -1,9 +1,8 @@
 // What becomes of received bytes: routing, the queue, the slots of the calls that wait.
 #include <gtest/gtest.h>
-#include <sys/syscall.h>
-#include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <random>
 
 #include "rpc/multi-client/rpc-stubs/ril/transport.h"
@@ -14,18 +13,7 @@
 #include "tests/rpc/stubs/fake_log.h"
 #include "tests/rpc/stubs/hex.h"
 
-// Every wait for a return has its five seconds behind it.
-extern "C" int clock_gettime(clockid_t clock, timespec* time) noexcept {
-    const long result = syscall(SYS_clock_gettime, clock, time);
-    time->tv_sec -= clock == CLOCK_REALTIME ? 10 : 0;
-    return static_cast<int>(result);
-}
-
-extern "C" int registerMEH(uint32_t, void (*)(uint32_t)) {
-    return 0;
-}
-
-void RPCConnectionChanged(bool) {}
+extern std::atomic<int64_t> g_realtime_back_ms;  // how far CLOCK_REALTIME lags
 
 static int ignore(std::span<const uint8_t>) {
     return 0;
@@ -116,6 +104,7 @@ TEST(Slots, AsTheListOfThoseWhoWait) {
     std::mt19937 random(1);
     const auto any = [&](size_t below) { return random() % below; };
     size_t most = 0;
+    g_realtime_back_ms = 5000;  // every wait for a return is over as it begins
     CreateFuncIdIndexMap();
     for (int step = 0; step < 40000; ++step) {
         const auto id = static_cast<uint32_t>(71 + any(3));
@@ -172,6 +161,8 @@ TEST(Slots, AsTheListOfThoseWhoWait) {
         }
     }
     EXPECT_EQ(most, c_synch_sem_count);
+    g_realtime_back_ms = -3600000;
+    clear_log();
 }
 
 }  // namespace
