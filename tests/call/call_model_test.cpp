@@ -18,17 +18,9 @@
 
 namespace {
 
-enum Function {
-    SETUP = 34,
-    RELEASE = 39,
-    ACCEPT = 44,
-    SWAP = 47,
-    HOLD = 49,
-    RETRIEVE = 51,
-    SPLIT = 53,
-    JOIN = 55,
-    TRANSFER = 57,
-};
+// The modem's functions.
+constexpr int c_setup = 34, c_release = 39, c_accept_call = 44, c_swap = 47, c_hold_call = 49, c_retrieve_call = 51,
+              c_split = 53, c_join = 55, c_transfer = 57;
 enum Indication { DIALING, ALERTING, INCOMING, CONNECTED, STATUS, DISCONNECTED };
 
 std::string line(const char* what, std::initializer_list<int> values) {
@@ -54,14 +46,14 @@ std::vector<Sent> s_answerable;  // what was sent for requests
 
 // The modem's end of each call.
 int32_t uta::call(uint16_t id, const uta::Word* words) {
-    const bool has_record = id == SETUP || id == RELEASE || id == ACCEPT || id == SPLIT;
+    const bool has_record = id == c_setup || id == c_release || id == c_accept_call || id == c_split;
     const auto context_id = static_cast<uint32_t>(words[has_record ? 2 : 1]);
     const bool for_request = (context_id & 0xFFU) != 0;
     const char* const what = for_request ? "sends" : "follows";
-    if (id == RELEASE) {
+    if (id == c_release) {
         const auto& p = *reinterpret_cast<const UtaCallCsReleaseCallReqParams*>(words[1]);
         s_seen += line(what, {id, p.release_scope, p.call.call_id, p.cause});
-    } else if (id == ACCEPT || id == SPLIT) {
+    } else if (id == c_accept_call || id == c_split) {
         s_seen += line(what, {id, reinterpret_cast<const UtaCallCsCallId*>(words[1])->call_id});
     } else {
         s_seen += line(what, {id});
@@ -109,14 +101,14 @@ std::function<void(const Values&)> says(void (*entry_point)(uint32_t, const Reco
 }
 
 const std::map<int, std::function<void(const Values&)>> c_says = {
-    {DIALING, says(UtaMsCallCsDialingIndCb)},        {ALERTING, says(UtaMsCallCsAlertingIndCb)},
-    {INCOMING, says(UtaMsCallCsIncomingCallIndCb)},  {CONNECTED, says(UtaMsCallCsConnectedIndCb)},
-    {STATUS, says(UtaMsCallCsCallStatusIndCb)},      {DISCONNECTED, says(UtaMsCallCsDisconnectedIndCb)},
-    {SETUP, says(UtaMsCallCsSetupCallRspCb)},        {RELEASE, says(UtaMsCallCsReleaseCallRspCb)},
-    {ACCEPT, says(UtaMsCallCsAcceptCallRspCb)},      {SWAP, says(UtaMsCallCsSwapCallsRspCb)},
-    {HOLD, says(UtaMsCallCsHoldCallRspCb)},          {RETRIEVE, says(UtaMsCallCsRetrieveCallRspCb)},
-    {SPLIT, says(UtaMsCallCsSplitMptyRspCb)},        {JOIN, says(UtaMsCallCsJoinCallsRspCb)},
-    {TRANSFER, says(UtaMsCallCsTransferCallsRspCb)},
+    {DIALING, says(UtaMsCallCsDialingIndCb)},          {ALERTING, says(UtaMsCallCsAlertingIndCb)},
+    {INCOMING, says(UtaMsCallCsIncomingCallIndCb)},    {CONNECTED, says(UtaMsCallCsConnectedIndCb)},
+    {STATUS, says(UtaMsCallCsCallStatusIndCb)},        {DISCONNECTED, says(UtaMsCallCsDisconnectedIndCb)},
+    {c_setup, says(UtaMsCallCsSetupCallRspCb)},        {c_release, says(UtaMsCallCsReleaseCallRspCb)},
+    {c_accept_call, says(UtaMsCallCsAcceptCallRspCb)}, {c_swap, says(UtaMsCallCsSwapCallsRspCb)},
+    {c_hold_call, says(UtaMsCallCsHoldCallRspCb)},     {c_retrieve_call, says(UtaMsCallCsRetrieveCallRspCb)},
+    {c_split, says(UtaMsCallCsSplitMptyRspCb)},        {c_join, says(UtaMsCallCsJoinCallsRspCb)},
+    {c_transfer, says(UtaMsCallCsTransferCallsRspCb)},
 };
 
 // What a request is: its operation of 3GPP TS 22.030, 6.5.5.1, whether with a call's index, and its response timer.
@@ -204,62 +196,65 @@ struct CallModel {
         const int waiting = last(c_waiting), ringing = last(c_ringing);
         const Slot& call = find(id);
         if (operation == 0) {
-            return held           ? send({RELEASE, 0, waiting >= 0 ? waiting : last(c_held), 21})
-                   : waiting >= 0 ? send({RELEASE, 5, waiting, 17})
-                   : ringing >= 0 ? send({RELEASE, 0, ringing, 17})
+            return held           ? send({c_release, 0, waiting >= 0 ? waiting : last(c_held), 21})
+                   : waiting >= 0 ? send({c_release, 5, waiting, 17})
+                   : ringing >= 0 ? send({c_release, 0, ringing, 17})
                                   : -1;
         }
         if (operation == 3) {
-            return held && active ? send({JOIN}) : -1;
+            return held && active ? send({c_join}) : -1;
         }
         if (operation == 4) {
-            return held && (active || has(c_alerting)) ? send({TRANSFER}) : -1;
+            return held && (active || has(c_alerting)) ? send({c_transfer}) : -1;
         }
         if (id != 0 && call.id < 0) {
             return -1;
         }
         if (operation == 1 && id != 0) {
-            return send({RELEASE, 0, id, call.state == c_ringing ? 21 : 16});
+            return send({c_release, 0, id, call.state == c_ringing ? 21 : 16});
         }
         if (operation == 1 && active) {
-            const int result = send({RELEASE, 2, 0, 16});
+            const int result = send({c_release, 2, 0, 16});
             const int follows = waiting >= 0 ? c_accept : held ? c_retrieve : pending;
             pending = result == 0 ? follows : c_none;
             return result;
         }
         if (operation == 1 && waiting >= 0) {
-            const int result = remember(send({ACCEPT, waiting}), accept_by, token);
+            const int result = remember(send({c_accept_call, waiting}), accept_by, token);
             accepting = accepting || result == 0;
             return result;
         }
         if (operation == 1) {
             pending = held ? c_retrieve : pending;
-            return held ? send({RETRIEVE}) : -1;
+            return held ? send({c_retrieve_call}) : -1;
         }
         if (id != 0) {
-            return call.member != 0 ? send({SPLIT, id}) : call.state != c_held ? -1 : send({active ? SWAP : RETRIEVE});
+            return call.member != 0       ? send({c_split, id})
+                   : call.state != c_held ? -1
+                                          : send({active ? c_swap : c_retrieve_call});
         }
         if (active && held) {
-            return send({SWAP});
+            return send({c_swap});
         }
         if (active && (waiting >= 0 || hold_by == 0)) {
-            const int result = remember(send({HOLD}), waiting >= 0 ? accept_by : hold_by, token);
+            const int result = remember(send({c_hold_call}), waiting >= 0 ? accept_by : hold_by, token);
             pending = result != 0 ? pending : waiting >= 0 ? c_accept_after_hold : c_hold;
             return result;
         }
         if (waiting >= 0 || (!active && !held)) {
             const int id_to_accept = waiting >= 0 ? waiting : ringing;
-            return id_to_accept >= 0 ? send({ACCEPT, id_to_accept}) : -1;
+            return id_to_accept >= 0 ? send({c_accept_call, id_to_accept}) : -1;
         }
-        return active || retrieve_by != 0 ? c_call_control_ignored : remember(send({RETRIEVE}), retrieve_by, token);
+        return active || retrieve_by != 0 ? c_call_control_ignored
+                                          : remember(send({c_retrieve_call}), retrieve_by, token);
     }
 
     void ask(const Request& request, int id, int token) {
         const int ringing = first(c_ringing);
-        const int result = request.number == RIL_REQUEST_DIAL ? send({SETUP})
+        const int result = request.number == RIL_REQUEST_DIAL ? send({c_setup})
                            : request.number != RIL_REQUEST_ANSWER
                                ? control(request.operation, request.has_index ? id : 0, token)
-                           : ringing >= 0 ? send({ACCEPT, ringing})
+                           : ringing >= 0 ? send({c_accept_call, ringing})
                                           : -1;
         open[token] = request.seconds == 0 ? INT64_MAX : now + request.seconds;
         if (result != 0) {
@@ -302,8 +297,8 @@ struct CallModel {
         const int waiting = first(c_waiting);
         const bool retrieves = pending == c_retrieve && has(c_held);
         const bool accepts = pending == c_accept && waiting >= 0;
-        const bool sent =
-            retrieves ? send({RETRIEVE}, "follows") == 0 : accepts && send({ACCEPT, waiting}, "follows") == 0;
+        const bool sent = retrieves ? send({c_retrieve_call}, "follows") == 0
+                                    : accepts && send({c_accept_call, waiting}, "follows") == 0;
         pending = (retrieves || accepts) && !sent ? c_none : pending;
         if (!retrieves || !sent) {
             tell();
@@ -354,36 +349,36 @@ struct CallModel {
         }
         Slot& call = find(id);
         const int function = sent.function;
-        hold_by = function == HOLD ? 0 : hold_by;
-        retrieve_by = function == RETRIEVE ? 0 : retrieve_by;
-        if (function == ACCEPT) {
+        hold_by = function == c_hold_call ? 0 : hold_by;
+        retrieve_by = function == c_retrieve_call ? 0 : retrieve_by;
+        if (function == c_accept_call) {
             accepted(call, good);
-        } else if (function == RELEASE && good) {
+        } else if (function == c_release && good) {
             (id != 0 ? call : nobody) = {};
-        } else if (function == RELEASE) {
+        } else if (function == c_release) {
             pending = pending == c_retrieve || pending == c_accept ? c_none : pending;
-        } else if (function == HOLD && good && pending == c_accept_after_hold) {
+        } else if (function == c_hold_call && good && pending == c_accept_after_hold) {
             move(call, c_active, c_held);
             const int waiting = first(c_waiting);
-            if (waiting >= 0 && send({ACCEPT, waiting}) == 0) {
+            if (waiting >= 0 && send({c_accept_call, waiting}) == 0) {
                 return;
             }
             good = false;
-        } else if ((function == HOLD && !good) || (function == RETRIEVE && (!good || call.id < 0))) {
+        } else if ((function == c_hold_call && !good) || (function == c_retrieve_call && (!good || call.id < 0))) {
             pending = c_none;
-        } else if (function != SETUP && good) {
-            function == HOLD       ? move(call, c_active, c_held)
-            : function == JOIN     ? join()
-            : function == SPLIT    ? split(call)
-            : function == TRANSFER ? void(call.state = c_active)
-                                   : move(call, c_held, c_active);
-            if (function == SWAP) {
+        } else if (function != c_setup && good) {
+            function == c_hold_call  ? move(call, c_active, c_held)
+            : function == c_join     ? join()
+            : function == c_split    ? split(call)
+            : function == c_transfer ? void(call.state = c_active)
+                                     : move(call, c_held, c_active);
+            if (function == c_swap) {
                 move(find(other), c_active, c_held);
             }
             tell();
         }
         finish(sent.token, good ? RIL_E_SUCCESS : RIL_E_GENERIC_FAILURE);
-        if (function == ACCEPT || (function == SETUP && !good)) {
+        if (function == c_accept_call || (function == c_setup && !good)) {
             tell();
         }
     }
