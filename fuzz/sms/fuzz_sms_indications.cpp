@@ -15,7 +15,6 @@
 #include "ril/core/src/sim/apdu.h"
 #include "ril/core/src/sms/sms.h"
 #include "rpc/multi-client/rpc-stubs/ril/entry_points.h"
-#include "rpc/multi-client/rpc-stubs/ril/mem_table.h"
 #include "rpc/multi-client/rpc-stubs/ril/stubs.h"
 #include "tests/harness/stood_in_rooms.h"
 
@@ -23,7 +22,7 @@ namespace {
 
 constexpr int32_t c_ack_success = 39;
 constexpr int32_t c_ack_replaced = 0;
-constexpr int32_t c_ack_no_memory = 16;
+constexpr int32_t c_ack_memory_exceeded = 40;
 constexpr int32_t c_sent = 541;
 
 // What the library asked for and is owed.
@@ -75,7 +74,6 @@ void handle(int32_t request, void* data, size_t length, RIL_Token token) {
         {RIL_REQUEST_SMS_ACKNOWLEDGE, ROW(ril_request_sms_acknowledge)},
         {RIL_REQUEST_WRITE_SMS_TO_SIM, ROW(ril_request_write_sms_to_sim)},
         {RIL_REQUEST_DELETE_SMS_ON_SIM, ROW(ril_request_delete_sms_on_sim)},
-        {RIL_REQUEST_REPORT_SMS_MEMORY_STATUS, ROW(ril_request_report_sms_memory_status)},
     };
     const request_row& row = c_rows.at(request);
     row.run(row, {0, request, token}, {data, length});
@@ -94,16 +92,10 @@ void acknowledge(int success, int cause) {
     s_world.says_yes = s_world.waits = false;
 }
 
-void work(uint8_t choice) {
+void write_or_delete(bool writes) {
     char pdu[] = "0100039121F3000003C1E010";
-    switch (choice % 4) {
-        case 0:
-            return ask(RIL_REQUEST_WRITE_SMS_TO_SIM, RIL_SMS_WriteArgs{1, pdu, nullptr});
-        case 1:
-            return ask(RIL_REQUEST_DELETE_SMS_ON_SIM, 2);
-        default:
-            return ask(RIL_REQUEST_REPORT_SMS_MEMORY_STATUS, choice % 4 - 2);
-    }
+    writes ? ask(RIL_REQUEST_WRITE_SMS_TO_SIM, RIL_SMS_WriteArgs{1, pdu, nullptr})
+           : ask(RIL_REQUEST_DELETE_SMS_ON_SIM, 2);
 }
 
 // --- The network
@@ -122,6 +114,7 @@ void send_first() {
 }
 
 void lose_patience() {
+    s_world.centre.has_memory = true;
     if (s_world.centre.under_way != 0) {
         sms::try_later(s_world.centre);
     }
@@ -132,7 +125,7 @@ bool is_for_nobody(const sms::Waiting& waiting) {
     return waiting.message.pid == 0x41 && waiting.message.data.dcs == 0;
 }
 
-// To Android twice, to the card, downloaded, replacing without and with acknowledgement.
+// Reports, and messages that are shown, that replace others, that are for the card, downloaded and shown at once.
 void deliver(Input& input) {
     static constexpr std::pair<uint8_t, uint8_t> c_pid_and_dcs[] = {
         {0, 0}, {0x41, 0}, {0, 0xF2}, {0x7F, 0xF2}, {0x41, 0xF0}};
@@ -168,8 +161,6 @@ void answer(Input& input) {
             const UtaSmsDataDownloadResParam param{owed.id, is_any ? 4 : 0, is_any ? 17 : c_sent, {}};
             return UtaMsSmsDataDownloadRspCb(0, &param, owed.ctxt_id);
         }
-        case uta::row::UtaMsSmsSetMemoryAvailableReq::id:
-            return UtaMsSmsSetMemoryAvailableRspCb(0, 0, owed.ctxt_id);
         default: {
             UtaSimApduCmdRspParam param{};
             param.result = is_any ? 1 : 0;
@@ -183,10 +174,8 @@ void take_ack(const UtaSmsIncSmsAckParam& ack) {
     const bool is_success = ack.ack_type == c_ack_success;
     FUZZ_CHECK(!is_success || std::exchange(s_world.stored, false) || s_world.says_yes);
     const bool is_done = is_success || ack.ack_type == c_ack_replaced;
-    sms::acknowledge(s_world.centre, ack.id,
-                     is_done                           ? sms::Fate::DELIVERED
-                     : ack.ack_type == c_ack_no_memory ? sms::Fate::NO_MEMORY
-                                                       : sms::Fate::REFUSED);
+    const sms::Fate refusal = ack.ack_type == c_ack_memory_exceeded ? sms::Fate::NO_MEMORY : sms::Fate::REFUSED;
+    sms::acknowledge(s_world.centre, ack.id, is_done ? sms::Fate::DELIVERED : refusal);
 }
 
 // --- Accidents
@@ -216,7 +205,7 @@ void step(Input& input) {
     } else if (choice < 22) {
         acknowledge(input.choice() % 3, input.choice());
     } else if (choice < 26) {
-        work(input.choice());
+        write_or_delete(input.choice() % 2 == 0);
     } else if (choice == 26) {
         UtaMsSmsSimMsgCacheFinishedIndCb(0, input.choice() % 2);
     } else if (choice == 27) {
@@ -245,12 +234,10 @@ void answer_all() {
 void settle() {
     s_world.refuses = false;
     answer_all();
-    ask(RIL_REQUEST_REPORT_SMS_MEMORY_STATUS, 1);
     for (size_t rounds = 2 * s_world.centre.waiting.size() + 2; rounds > 0; --rounds) {
         answer_all();
         acknowledge(1, 0);
         lose_patience();
-        s_world.centre.has_memory = true;
         send_first();
     }
     const auto& waiting = s_world.centre.waiting;
@@ -283,20 +270,6 @@ int32_t uta::call(uint16_t id, const uta::Word* words) {
             break;
         case uta::row::UtaMsSmsDataDownloadReq::id:
             s_world.owed.push_back({id, context, nullptr, reinterpret_cast<UtaSmsDataDownloadParam*>(words[1])->id});
-            break;
-        case uta::row::UtaMsSmsSetMemoryAvailableReq::id:
-            s_world.owed.push_back({id, static_cast<uint32_t>(words[1]) & 0xFFU, nullptr, 0});
-            break;
-        case uta::row::UtaMsSimAnalyseReadResult::id: {
-            auto& read = *reinterpret_cast<UtaSimReadResult*>(words[2]);
-            read.status.sw1 = 0x90;
-            read.length = 2;
-            read.data = static_cast<uint8_t*>(RPC_MemAlloc(2));
-            read.data[0] = read.data[1] = 0xFE;
-            break;
-        }
-        case uta::row::UtaMsSimAnalyseSimApduResult::id:
-            reinterpret_cast<UtaSimApduResult*>(words[2])->sw1 = 0x90;
             break;
         default:
             break;

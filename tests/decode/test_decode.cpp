@@ -237,16 +237,4 @@ TEST(Decode, EightBitOutput) {
     }
 }
 
-TEST(Decode, Uint16StringRefusals) {
-    const std::vector<uint16_t> codes = {'a', 'b', 'c'};
-    const uint32_t cases[][4] = {{2, 1, 1, 0}, {3, 1, 1, 1}, {4, 1, 1, 1}, {4, 1, 3, 0}, {4, 2, 1, 0}, {4, 1, 0, 1}};
-    for (const auto& [size, flag, kind, result] : cases) {
-        std::vector<char> out(size, '?');
-        size_t length = c_untouched;
-        EXPECT_EQ(uint16str_to_str(out, codes, flag, kind, &length), result);
-        EXPECT_EQ(std::string(out.data(), 2), result == 1 ? "ab" : "??");
-        EXPECT_EQ(length, result == 1 ? 3U : 0U);
-    }
-}
-
 }  // namespace

@@ -222,23 +222,4 @@ TEST(SmsFields, NumbersIntoFields) {
     EXPECT_EQ(sms_get_type_of_phone_number_address(nullptr), 129U);
 }
 
-TEST(SmsFields, Hexadecimal) {
-    const struct {
-        std::string text;
-        int32_t result;
-        Bytes octets;
-    } cases[] = {{"009aFf0", 0, {0x00, 0x9A, 0xFF}},
-                 {"0000", -1, {0xEE}},
-                 {"00G0", -10, {0, 0xEE}},
-                 {"/:", -10, {0xEE}},
-                 {"@`", -10, {0xEE}}};
-    for (const auto& c : cases) {
-        Bytes out(c.octets.size(), 0xEE);
-        size_t length = 0;
-        EXPECT_EQ(sms_convert_hexstring_to_hexbuffer(c.text, out, &length), c.result) << c.text;
-        EXPECT_EQ(out, c.octets) << c.text;
-        EXPECT_EQ(length, c.result == 0 ? c.text.size() / 2 : 0) << c.text;
-    }
-}
-
 }  // namespace

@@ -17,13 +17,10 @@ TEST(Text, PartsAndTheirAlphabets) {
         size_t length;  // of the first part
         size_t parts;
     } c_cases[] = {
-        {"", 0, 0, 1},
         {"€[]", 0, 6, 1},
-        {"@£$¥èéùìò\n", 0, 10, 1},
         {std::string(160, 'a'), 0, 160, 1},
         {std::string(161, 'a'), 0, 160, 2},  // 153 characters behind a header of 7 septets
         {std::string(152, 'a') + "€" + std::string(10, 'b'), 0, 159, 2},
-        {"😀", 8, 4, 1},
         {std::string(69, 'a') + "ы", 8, 140, 1},
         {std::string(70, 'a') + "ы", 8, 140, 2},
         {std::string(66, 'a') + "😀" + std::string(10, 'b'), 8, 138, 2},
