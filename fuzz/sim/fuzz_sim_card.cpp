@@ -1,6 +1,7 @@
 // What a card may answer, in whatever order and at whatever length: the readers of its files, Android's commands, the
 // IMSI and the channels read it, through the entry points, with the RIL thread behind them.
 #include <algorithm>
+#include <array>
 #include <cstring>
 #include <deque>
 
@@ -47,9 +48,10 @@ void handle(int32_t number, void* data, size_t, RIL_Token token) {
     }
 }
 
-constexpr uintptr_t c_transmit = 1;  // no request's number
-
-void ask(Input& input, uintptr_t number) {
+void ask(Input& input) {
+    constexpr uintptr_t c_transmit = 1;  // no request's number
+    const uintptr_t number =
+        std::array{c_transmit, uintptr_t{RIL_REQUEST_GET_IMSI}, uintptr_t{RIL_REQUEST_SIM_IO}}[input.choice() % 3];
     RIL_SIM_IO_v6 io{};
     io.command = input.choice();
     io.p3 = input.choice();
@@ -120,7 +122,7 @@ void answer(Input& input) {
 
 void step(Input& input) {
     s_refuses = (input.choice() & 15) == 0;
-    switch (input.choice() % 8) {
+    switch (input.choice() % 6) {
         case 0: {
             auto info = any<UtaSimInfoType>(input);
             info.sim_ind = 3;
@@ -136,13 +138,7 @@ void step(Input& input) {
             UtaMsSimFullAccessIndCb(0);
             break;
         case 3:
-            ask(input, RIL_REQUEST_GET_IMSI);
-            break;
-        case 4:
-            ask(input, RIL_REQUEST_SIM_IO);
-            break;
-        case 5:
-            ask(input, c_transmit);
+            ask(input);
             break;
         default:
             answer(input);
