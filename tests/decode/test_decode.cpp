@@ -226,9 +226,10 @@ TEST(Decode, EightBitOutput) {
     EXPECT_EQ(gsm_coded_to_cscs(out, wide, 1, &length), 1U);
     EXPECT_EQ(std::string(out.data(), length), ira);
     const Bytes some = {0x10, 'a', 0x80, 27, 0x65};
+    const std::string copied = std::string("\x10") + "a\x1B" + "e";
     const std::map<uint32_t, std::string> by_set = {{AGG_CSCS_PCCP437, std::string("\x94") + "a\xAC"},
-                                                    {AGG_CSCS_GSM, std::string("\x10") + "a\x1B" + "e"},
-                                                    {AGG_CSCS_IRA, std::string("\x10") + "a\x1B" + "e"},
+                                                    {AGG_CSCS_GSM, copied},
+                                                    {AGG_CSCS_IRA, copied},
                                                     {AGG_CSCS_HEX, ""}};
     for (const auto& [set, text] : by_set) {
         convert_gsm_to_text(some, out, set, &length);

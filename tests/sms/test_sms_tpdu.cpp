@@ -195,8 +195,6 @@ TEST(SmsFields, FirstOctetAndReference) {
     uint8_t first = c_untouched, mr = c_untouched;
     sms_pdu_extract_first_octet_and_msgref(hex("02911111AA"), &first, &mr);
     EXPECT_EQ(std::make_pair(first, mr), std::make_pair(uint8_t{0x11}, uint8_t{0xAA}));
-    sms_pdu_extract_first_octet_and_msgref(hex("0211"), &first, &mr);
-    EXPECT_EQ(std::make_pair(first, mr), std::make_pair(uint8_t{0}, uint8_t{0}));
 }
 
 TEST(SmsFields, NumbersIntoFields) {
