@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <initializer_list>
 #include <span>
 
 #include "host/android/rild/forms.h"
@@ -21,9 +22,9 @@ void touch(const void* data, size_t size) {
     }
 }
 
-void touch_text(const char* text) {
-    if (text != nullptr) {
-        s_sink = s_sink + std::strlen(text);
+void touch_texts(std::initializer_list<const char*> texts) {
+    for (const char* text : texts) {
+        s_sink = s_sink + (text != nullptr ? std::strlen(text) : 0);
     }
 }
 
@@ -37,54 +38,40 @@ const T& record(const Arguments& arguments) {
 }
 
 void touch_dial(const RIL_Dial& dial) {
-    touch_text(dial.address);
+    touch_texts({dial.address});
     if (dial.uusInfo != nullptr) {
         touch(dial.uusInfo, sizeof(*dial.uusInfo));
         touch(dial.uusInfo->uusData, static_cast<size_t>(dial.uusInfo->uusLength));
     }
 }
 
-void touch_sim_io(const RIL_SIM_IO_v6& io) {
-    for (const char* text : {io.path, io.data, io.pin2, io.aidPtr}) {
-        touch_text(text);
-    }
-}
-
-void touch_array_of_pointers(const Arguments& arguments, bool texts) {
-    const std::span pointers(static_cast<char**>(arguments.data), arguments.length / sizeof(char*));
-    for (const char* pointer : pointers) {
-        if (texts) {
-            touch_text(pointer);
-        } else {
-            touch(pointer, sizeof(RIL_GSM_BroadcastSmsConfigInfo));
-        }
-    }
-}
-
 void on_request(const Request& request) {
     const Arguments& arguments = request.arguments;
+    const std::span pointers(static_cast<char**>(arguments.data), arguments.length / sizeof(char*));
     switch (form_of_request(request.number).argument) {
         case Form::string:
-            touch_text(static_cast<const char*>(arguments.data));
+            touch_texts({static_cast<const char*>(arguments.data)});
             break;
         case Form::strings:
-            touch_array_of_pointers(arguments, true);
+            std::for_each(pointers.begin(), pointers.end(), [](const char* text) { touch_texts({text}); });
             break;
         case Form::broadcast_config:
-            touch_array_of_pointers(arguments, false);
+            std::for_each(pointers.begin(), pointers.end(),
+                          [](const char* range) { touch(range, sizeof(RIL_GSM_BroadcastSmsConfigInfo)); });
             break;
         case Form::dial:
             touch_dial(record<RIL_Dial>(arguments));
             break;
-        case Form::sim_io:
-            touch_sim_io(record<RIL_SIM_IO_v6>(arguments));
+        case Form::sim_io: {
+            const auto& io = record<RIL_SIM_IO_v6>(arguments);
+            touch_texts({io.path, io.data, io.pin2, io.aidPtr});
             break;
+        }
         case Form::sms_write:
-            touch_text(record<RIL_SMS_WriteArgs>(arguments).pdu);
-            touch_text(record<RIL_SMS_WriteArgs>(arguments).smsc);
+            touch_texts({record<RIL_SMS_WriteArgs>(arguments).pdu, record<RIL_SMS_WriteArgs>(arguments).smsc});
             break;
         case Form::call_forward:
-            touch_text(record<RIL_CallForwardInfo>(arguments).number);
+            touch_texts({record<RIL_CallForwardInfo>(arguments).number});
             break;
         default:
             touch(arguments.data, arguments.length);

@@ -95,88 +95,88 @@ void set_return(ScriptedModem& modem, const std::vector<Word>& words) {
 }  // namespace
 
 // NOLINTBEGIN(readability-identifier-length): the player, and the words behind the action's
-const Player::Action Player::c_actions[] = {
-    {"phone", false, [](Player& p, const Words& w) { p.start_phone(word(w, 0), texts_of(w, 1)); }},
-    {"clock", false, [](Player& p, const Words& w) { p.phone().android.advance(std::stoll(word(w, 0))); }},
-    {"call", false, [](Player& p, const Words& w) { p.call(w); }},
-    {"event", false,
-     [](Player& p, const Words& w) {
-         const std::string& event = word(w, 0);
-         const auto known = c_modem_events.find(event);
-         if (event == "down" || event == "up") {
-             p.modem_is_up_ = event == "up" && word(w, 1, "") != "&";
-             p.changed_modem();
-         }
-         p.phone().event(known != c_modem_events.end() ? known->second : static_cast<uint32_t>(number(event)));
-     }},
-    {"daemon", false,
-     [](Player& p, const Words& w) {
-         p.daemon_is_there_ = word(w, 0) == "start";
-         p.changed_modem();
-         p.daemon_is_there_ ? p.phone().modem.start() : p.phone().modem.stop();
-     }},
-    {"set", false, [](Player&, const Words& w) { property_set(word(w, 0).c_str(), word(w, 1, "").c_str()); }},
-    {"forget", false, [](Player& p, const Words&) { p.forget(); }},
-    {"prop", true,
-     [](Player&, const Words& w) { expect(word(w, 1, "(unset)"), [&] { return property(word(w, 0)); }); }},
-    {"log", true,
-     [](Player& p, const Words& w) { expect("*" + line(w) + "*", [&] { return radio_log().substr(p.log_start_); }); }},
-    {"nolog", true,
-     [](Player& p, const Words& w) {
-         if (radio_log().find(word(w, 0), p.log_start_) != std::string::npos) {
-             fail("  seen: " + radio_log().substr(p.log_start_));
-         }
-     }},
-    {"state", true,
-     [](Player& p, const Words& w) {
-         expect(word(w, 0), [&] { return std::string(value_name("radio", p.functions()->onStateRequest())); });
-     }},
-    {"timers", true,
-     [](Player& p, const Words& w) { expect(word(w, 0), [&] { return std::to_string(p.phone().android.timers()); }); }},
-    {"open", true, [](Player& p, const Words& w) { expect(word(w, 0), [&] { return std::to_string(p.open()); }); }},
-    {"asked", true,
-     [](Player& p, const Words& w) {
-         expect(line(w), [&] {
-             return std::to_string(p.phone().manager_requests) + " " + std::to_string(p.phone().last_manager_request);
-         });
-     }},
-    {"slept", true,
-     [](Player&, const Words& w) { expect(word(w, 0, "*"), [] { return std::to_string(harness_take_slept()); }); }},
-    {"return", true, [](Player& p, const Words& w) { set_return(p.phone().modem, w); }},
-    {"silent", true,
-     [](Player& p, const Words& w) {
-         p.phone().modem.set_silent(find_function_id(word(w, 0)), word(w, 1, "") != "no");
-     }},
-    {"unseen", true,
-     [](Player& p, const Words& w) {
-         set_return(p.phone().modem, w);
-         p.phone().modem.set_unseen(find_function_id(word(w, 0)));
-     }},
-    {"answer", true,
-     [](Player& p, const Words& w) {
-         const uint32_t id = find_function_id(word(w, 0));
-         if (w.size() == 1) {
-             p.phone().modem.set_answer(id, ScriptedModem::Answer());
-         } else {
-             constexpr uint32_t c_place = 0xAAAAAAAA;  // of the request's context
-             p.phone().modem.set_answer(id, packet_of({w.begin() + 1, w.end()}, c_place, p.client_, p.sim_id_));
-         }
-     }},
-    {"write", true, [](Player&, const Words& w) { std::ofstream(word(w, 0)) << word(w, 1); }},
-    {"powerless", true, [](Player&, const Words&) { give_up_network_rights(); }},
-    {"shell", true,
-     [](Player&, const Words& w) { expect(word(w, 1, "*"), [&] { return output_of_shell(word(w, 0)); }); }},
+const std::map<std::string, Player::Action> Player::c_actions = {
+    {"phone", {false, [](Player& p, const Words& w) { p.start_phone(word(w, 0), texts_of(w, 1)); }}},
+    {"clock", {false, [](Player& p, const Words& w) { p.phone().android.advance(std::stoll(word(w, 0))); }}},
+    {"call", {false, [](Player& p, const Words& w) { p.call(w); }}},
+    {"event",
+     {false,
+      [](Player& p, const Words& w) {
+          const std::string& event = word(w, 0);
+          const auto known = c_modem_events.find(event);
+          if (event == "down" || event == "up") {
+              p.modem_is_up_ = event == "up" && word(w, 1, "") != "&";
+              p.changed_modem();
+          }
+          p.phone().event(known != c_modem_events.end() ? known->second : static_cast<uint32_t>(number(event)));
+      }}},
+    {"daemon",
+     {false,
+      [](Player& p, const Words& w) {
+          p.daemon_is_there_ = word(w, 0) == "start";
+          p.changed_modem();
+          p.daemon_is_there_ ? p.phone().modem.start() : p.phone().modem.stop();
+      }}},
+    {"set", {false, [](Player&, const Words& w) { property_set(word(w, 0).c_str(), word(w, 1, "").c_str()); }}},
+    {"forget", {false, [](Player& p, const Words&) { p.forget(); }}},
+    {"prop",
+     {true, [](Player&, const Words& w) { expect(word(w, 1, "(unset)"), [&] { return property(word(w, 0)); }); }}},
+    {"log",
+     {true, [](Player& p,
+               const Words& w) { expect("*" + line(w) + "*", [&] { return radio_log().substr(p.log_start_); }); }}},
+    {"nolog",
+     {true,
+      [](Player& p, const Words& w) {
+          if (radio_log().find(word(w, 0), p.log_start_) != std::string::npos) {
+              fail("  seen: " + radio_log().substr(p.log_start_));
+          }
+      }}},
+    {"state",
+     {true,
+      [](Player& p, const Words& w) {
+          expect(word(w, 0), [&] { return std::string(value_name("radio", p.functions()->onStateRequest())); });
+      }}},
+    {"timers",
+     {true, [](Player& p,
+               const Words& w) { expect(word(w, 0), [&] { return std::to_string(p.phone().android.timers()); }); }}},
+    {"open", {true, [](Player& p, const Words& w) { expect(word(w, 0), [&] { return std::to_string(p.open()); }); }}},
+    {"asked",
+     {true,
+      [](Player& p, const Words& w) {
+          expect(line(w), [&] {
+              return std::to_string(p.phone().manager_requests) + " " + std::to_string(p.phone().last_manager_request);
+          });
+      }}},
+    {"slept",
+     {true,
+      [](Player&, const Words& w) { expect(word(w, 0, "*"), [] { return std::to_string(harness_take_slept()); }); }}},
+    {"return", {true, [](Player& p, const Words& w) { set_return(p.phone().modem, w); }}},
+    {"silent",
+     {true, [](Player& p,
+               const Words& w) { p.phone().modem.set_silent(find_function_id(word(w, 0)), word(w, 1, "") != "no"); }}},
+    {"unseen",
+     {true,
+      [](Player& p, const Words& w) {
+          set_return(p.phone().modem, w);
+          p.phone().modem.set_unseen(find_function_id(word(w, 0)));
+      }}},
+    {"answer",
+     {true,
+      [](Player& p, const Words& w) {
+          const uint32_t id = find_function_id(word(w, 0));
+          if (w.size() == 1) {
+              p.phone().modem.set_answer(id, ScriptedModem::Answer());
+          } else {
+              constexpr uint32_t c_place = 0xAAAAAAAA;  // of the request's context
+              p.phone().modem.set_answer(id, packet_of({w.begin() + 1, w.end()}, c_place, p.client_, p.sim_id_));
+          }
+      }}},
+    {"write", {true, [](Player&, const Words& w) { std::ofstream(word(w, 0)) << word(w, 1); }}},
+    {"powerless", {true, [](Player&, const Words&) { give_up_network_rights(); }}},
+    {"shell",
+     {true, [](Player&, const Words& w) { expect(word(w, 1, "*"), [&] { return output_of_shell(word(w, 0)); }); }}},
 };
 // NOLINTEND(readability-identifier-length)
-
-const Player::Action* Player::find_action(const std::string& name) {
-    for (const Action& action : c_actions) {
-        if (name == action.word) {
-            return &action;
-        }
-    }
-    return nullptr;
-}
 
 void Player::call(const Words& words) {
     using Function = intptr_t (*)(intptr_t, intptr_t, intptr_t);

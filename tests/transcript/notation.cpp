@@ -101,9 +101,8 @@ private:
     std::vector<Source> common_;  // in front of the first case
     std::vector<Source> body_;
     std::string title_;
-    Table each_;                           // of the case
-    std::map<std::string, Table> tables_;  // with a name
-    Table* filled_ = &each_;               // by the rows that come
+    std::map<std::string, Table> tables_;  // that of the case has no name
+    Table* filled_ = &tables_[""];         // by the rows that come
 };
 
 void Reader::read_file(const std::string& path) {
@@ -143,12 +142,8 @@ void Reader::take(const Source& source) {
     } else if (word == "case") {
         finish();
         title_ = rest;
-    } else if (word == "each") {
-        each_.names = raw_words(rest);
-        filled_ = &each_;
-    } else if (word == "table") {
-        const std::string name = take_word(rest);
-        filled_ = &tables_[name];
+    } else if (word == "each" || word == "table") {
+        filled_ = &tables_[word == "each" ? "" : take_word(rest)];
         filled_->names = raw_words(rest);
     } else if (word == "+") {
         // A value in quotes loses them; the last name's value is all that is left of the row.
@@ -169,14 +164,15 @@ void Reader::finish() {
     if (title_.empty()) {
         return;
     }
-    if (each_.rows.empty()) {
-        each_.rows.push_back({});
+    Table& each = tables_[""];
+    if (each.rows.empty()) {
+        each.rows.push_back({});
     }
-    for (const std::vector<std::string>& row : each_.rows) {
+    for (const std::vector<std::string>& row : each.rows) {
         Case one{title_, {}};
-        const Values values = row_values(each_, row);
-        for (const std::string& name : each_.names) {
-            one.title += (name == each_.names[0] ? ": " : " ") + on_one_line(values.at(name));
+        const Values values = row_values(each, row);
+        for (const std::string& name : each.names) {
+            one.title += (name == each.names[0] ? ": " : " ") + on_one_line(values.at(name));
         }
         for (const auto* sources : {&common_, &body_}) {
             for (const Source& source : *sources) {
@@ -186,7 +182,7 @@ void Reader::finish() {
         cases.push_back(std::move(one));
     }
     body_.clear();
-    each_ = {};
+    each = {};
 }
 
 Values Reader::row_values(const Table& table, const std::vector<std::string>& row) {

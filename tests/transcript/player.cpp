@@ -170,15 +170,15 @@ void Player::act(const Line& line) {
         return;
     }
     Words words = words_of(text);
-    const Action* action = find_action(words[0].text);
-    if (action == nullptr || !action->only_looks) {
+    const auto action = c_actions.find(words[0].text);
+    if (action == c_actions.end() || !action->second.only_looks) {
         log_start_ = radio_log().size();
     }
-    if (action == nullptr) {
+    if (action == c_actions.end()) {
         request(text);
     } else {
         words.erase(words.begin());
-        action->run(*this, words);
+        action->second.run(*this, words);
     }
 }
 

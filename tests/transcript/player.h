@@ -29,12 +29,10 @@ private:
     };
     using Words = std::vector<Word>;
     struct Action {
-        const char* word;
         bool only_looks;  // is not done to the phone
         void (*run)(Player& player, const Words& words);
     };
-    static const Action c_actions[];
-    static const Action* find_action(const std::string& name);
+    static const std::map<std::string, Action> c_actions;
 
     void set_returns(const std::vector<Line>& lines, size_t at);
     void act(const Line& line);
