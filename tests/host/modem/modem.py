@@ -159,9 +159,10 @@ def attempts_that_fail_keep_nobody_out():
             first.send.sendall(b"DEREGISTER\x01" + bytes.fromhex(VERSION_CALL) * 100)
             second.take_app_id()
             second.say_deregister()
-            for byte in bytes.fromhex(VERSION_CALL):
-                second.send.sendall(bytes([byte]))
-            first.hears(*[VERSION_RETURN] * 100)
+            for piece in VERSION_CALL[:8], VERSION_CALL[8:]:
+                second.write(piece)
+                first.write(VERSION_CALL)
+                first.hears(*[VERSION_RETURN] * (101 if piece == VERSION_CALL[:8] else 1))
             second.hears(VERSION_RETURN)
             assert (first.app_id, second.app_id) == (1, 2)
 
@@ -305,6 +306,16 @@ def functions_refuse_are_late_and_drop():
         client.hears(*[it.replace("0105", context) for it, context in [
             (SET_MODE_RETURN, "0105"), (SET_MODE_RETURN, "0106"), (SET_MODE_RESPONSE, "0106"),
             (SET_MODE_RESPONSE, "0105")]])
+        # What is on its way at a crash never comes.
+        control.does("late UtaMsCpsSetModeRsp 50 once")
+        client.write(SET_MODE)
+        client.hears(SET_MODE_RETURN)
+        control.does("modem crash", "late UtaMsCpsSetModeRsp 100 once")
+        client.write(VERSION_CALL)
+        while client.packet() != bytes.fromhex(VERSION_RETURN):
+            pass  # the response, had the crash been late
+        client.write(SET_MODE.replace("0105", "0106"))
+        client.hears(SET_MODE_RETURN.replace("0105", "0106"), SET_MODE_RESPONSE.replace("0105", "0106"))
         control.does("drop UtaMsSimOpenReq", "drop UtaMsCpsSetModeRsp once")  # not even refused
         client.write(OPEN, SET_MODE)
         client.hears(SET_MODE_RETURN)
