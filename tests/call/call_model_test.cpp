@@ -1,4 +1,4 @@
-// Calls against a small model of them, over random orders of requests, indications, answers and time.
+// Calls against a small model of them without conferences, over random orders of requests, indications, answers, time.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -19,8 +19,7 @@
 namespace {
 
 // The modem's functions.
-constexpr int c_setup = 34, c_release = 39, c_accept_call = 44, c_swap = 47, c_hold_call = 49, c_retrieve_call = 51,
-              c_split = 53, c_join = 55, c_transfer = 57;
+constexpr int c_setup = 34, c_release = 39, c_accept_call = 44, c_swap = 47, c_hold_call = 49, c_retrieve_call = 51;
 enum Indication { DIALING, ALERTING, INCOMING, CONNECTED, STATUS, DISCONNECTED };
 
 std::string line(const char* what, std::initializer_list<int> values) {
@@ -46,14 +45,14 @@ std::vector<Sent> s_answerable;  // what was sent for requests
 
 // The modem's end of each call.
 int32_t uta::call(uint16_t id, const uta::Word* words) {
-    const bool has_record = id == c_setup || id == c_release || id == c_accept_call || id == c_split;
+    const bool has_record = id == c_setup || id == c_release || id == c_accept_call;
     const auto context_id = static_cast<uint32_t>(words[has_record ? 2 : 1]);
     const bool for_request = (context_id & 0xFFU) != 0;
     const char* const what = for_request ? "sends" : "follows";
     if (id == c_release) {
         const auto& p = *reinterpret_cast<const UtaCallCsReleaseCallReqParams*>(words[1]);
         s_seen += line(what, {id, p.release_scope, p.call.call_id, p.cause});
-    } else if (id == c_accept_call || id == c_split) {
+    } else if (id == c_accept_call) {
         s_seen += line(what, {id, reinterpret_cast<const UtaCallCsCallId*>(words[1])->call_id});
     } else {
         s_seen += line(what, {id});
@@ -107,8 +106,6 @@ const std::map<int, std::function<void(const Values&)>> c_says = {
     {c_setup, says(UtaMsCallCsSetupCallRspCb)},        {c_release, says(UtaMsCallCsReleaseCallRspCb)},
     {c_accept_call, says(UtaMsCallCsAcceptCallRspCb)}, {c_swap, says(UtaMsCallCsSwapCallsRspCb)},
     {c_hold_call, says(UtaMsCallCsHoldCallRspCb)},     {c_retrieve_call, says(UtaMsCallCsRetrieveCallRspCb)},
-    {c_split, says(UtaMsCallCsSplitMptyRspCb)},        {c_join, says(UtaMsCallCsJoinCallsRspCb)},
-    {c_transfer, says(UtaMsCallCsTransferCallsRspCb)},
 };
 
 // What a request is: its operation of 3GPP TS 22.030, 6.5.5.1, whether with a call's index, and its response timer.
@@ -127,9 +124,7 @@ const Request c_requests[] = {
     {RIL_REQUEST_HANGUP_FOREGROUND_RESUME_BACKGROUND, ROW(ril_request_call_control), 1, false, 10},
     {RIL_REQUEST_SWITCH_WAITING_OR_HOLDING_AND_ACTIVE, ROW(ril_request_call_control), 2, false, 10},
     {RIL_REQUEST_UDUB, ROW(ril_request_call_control), 0, false, 10},
-    {RIL_REQUEST_CONFERENCE, ROW(ril_request_conference), 3, false, 0},
     {RIL_REQUEST_SEPARATE_CONNECTION, ROW(ril_request_separate_connection), 2, true, 0},
-    {RIL_REQUEST_EXPLICIT_CALL_TRANSFER, ROW(ril_request_explicit_call_transfer), 4, false, 0},
 };
 
 // --- The model -------------------------------------------------------------------------------------------------------
@@ -141,7 +136,7 @@ constexpr int c_none = 0, c_retrieve = 1, c_accept = 2, c_accept_after_hold = 3,
 // The calls of one phone, by the rules for operations, answers and indications and nothing else.
 struct CallModel {
     struct Slot {
-        int id = -1, state = c_free, mt = 2, member = 0;
+        int id = -1, state = c_free, mt = 2;
     };
     std::array<Slot, c_call_slots> slots;
     Slot nobody;
@@ -201,12 +196,6 @@ struct CallModel {
                    : ringing >= 0 ? send({c_release, 0, ringing, 17})
                                   : -1;
         }
-        if (operation == 3) {
-            return held && active ? send({c_join}) : -1;
-        }
-        if (operation == 4) {
-            return held && (active || has(c_alerting)) ? send({c_transfer}) : -1;
-        }
         if (id != 0 && call.id < 0) {
             return -1;
         }
@@ -229,9 +218,7 @@ struct CallModel {
             return held ? send({c_retrieve_call}) : -1;
         }
         if (id != 0) {
-            return call.member != 0       ? send({c_split, id})
-                   : call.state != c_held ? -1
-                                          : send({active ? c_swap : c_retrieve_call});
+            return call.state != c_held ? -1 : send({active ? c_swap : c_retrieve_call});
         }
         if (active && held) {
             return send({c_swap});
@@ -267,14 +254,14 @@ struct CallModel {
         Slot& call = find(id);
         switch (what) {
             case DIALING:
-                (call.id < 0 ? find(-1) : call) = {id, c_dialing, 0, call.member};
+                (call.id < 0 ? find(-1) : call) = {id, c_dialing, 0};
                 return tell();
             case ALERTING:
-                call = {id, c_alerting, 0, call.member};
+                call = {id, c_alerting, 0};
                 return tell();
             case INCOMING: {
                 const bool waits = has(c_active) || has(c_held) || has(c_dialing) || has(c_alerting);
-                find(-1) = {id, waits ? c_waiting : c_ringing, 1, 0};
+                find(-1) = {id, waits ? c_waiting : c_ringing, 1};
                 tell();
                 return tell(RIL_UNSOL_CALL_RING);
             }
@@ -307,33 +294,6 @@ struct CallModel {
         tell();
     }
 
-    // A call, and with a member all members.
-    void move(Slot& call, int from, int to) {
-        if (call.member == 0) {
-            call.state = to;
-            return;
-        }
-        for (Slot& slot : slots) {
-            slot.state = slot.member != 0 && slot.state == from ? to : slot.state;
-        }
-    }
-
-    void join() {
-        for (Slot& slot : slots) {
-            slot.member = slot.member != 0 || slot.state <= c_held;
-            slot.state = slot.state <= c_held ? c_active : slot.state;
-        }
-        pending = c_none;
-    }
-
-    void split(Slot& call) {
-        for (Slot& slot : slots) {
-            slot.state = slot.state == c_active ? c_held : slot.state;
-        }
-        call.member = 0;
-        call.state = c_active;
-    }
-
     void accepted(Slot& call, bool good) {
         if (good || accepting || pending == c_accept_after_hold) {
             call.state = c_active;
@@ -358,7 +318,7 @@ struct CallModel {
         } else if (function == c_release) {
             pending = pending == c_retrieve || pending == c_accept ? c_none : pending;
         } else if (function == c_hold_call && good && pending == c_accept_after_hold) {
-            move(call, c_active, c_held);
+            call.state = c_held;
             const int waiting = first(c_waiting);
             if (waiting >= 0 && send({c_accept_call, waiting}) == 0) {
                 return;
@@ -367,13 +327,9 @@ struct CallModel {
         } else if ((function == c_hold_call && !good) || (function == c_retrieve_call && (!good || call.id < 0))) {
             pending = c_none;
         } else if (function != c_setup && good) {
-            function == c_hold_call  ? move(call, c_active, c_held)
-            : function == c_join     ? join()
-            : function == c_split    ? split(call)
-            : function == c_transfer ? void(call.state = c_active)
-                                     : move(call, c_held, c_active);
+            call.state = function == c_hold_call ? c_held : c_active;
             if (function == c_swap) {
-                move(find(other), c_active, c_held);
+                find(other).state = c_held;
             }
             tell();
         }
@@ -480,9 +436,8 @@ protected:
         for (size_t i = 0; i < c_call_slots; ++i) {
             const callmngr_call& call = callmngr_calls(0)[i];
             const CallModel::Slot& slot = model.slots[i];
-            calls += line("call", {call.call_id, static_cast<int>(call.call_state), static_cast<int>(call.is_mt),
-                                   call.is_multi_party});
-            wanted += line("call", {slot.id, slot.state, slot.mt, slot.member});
+            calls += line("call", {call.call_id, static_cast<int>(call.call_state), static_cast<int>(call.is_mt)});
+            wanted += line("call", {slot.id, slot.state, slot.mt});
         }
         ASSERT_EQ(calls, wanted);
     }
