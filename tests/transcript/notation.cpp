@@ -196,7 +196,11 @@ Values Reader::row_values(const Table& table, const std::vector<std::string>& ro
 void Reader::put_lines(const Source& source, const Values& row, std::vector<Line>& lines) const {
     std::string rest = source.text;
     if (take_word(rest) == "rows") {
-        const Table& table = tables_.at(take_word(rest));
+        const std::string name = take_word(rest);
+        if (!tables_.contains(name)) {
+            fail(source.file + ":" + std::to_string(source.number) + ": no table " + name);
+        }
+        const Table& table = tables_.at(name);
         for (const std::vector<std::string>& one : table.rows) {
             put_lines({source.file, source.number, with_values(rest, row_values(table, one))}, row, lines);
         }
