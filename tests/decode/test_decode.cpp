@@ -113,9 +113,9 @@ TEST(Decode, PacksPublishedTexts) {
             EXPECT_EQ(std::string(characters.begin(), characters.begin() + static_cast<ptrdiff_t>(length)), text);
         }
     }
-    // An escape is not left alone: of "^^" in two octets only the first fits.
-    Bytes two(2);
-    EXPECT_EQ(gsm_pack_text(std::string("^^"), two).septets, 2U);
+    // An escape is not left alone: of "^^" in three octets only the first fits.
+    Bytes three(3);
+    EXPECT_EQ(gsm_pack_text(std::string("^^"), three).septets, 2U);
 }
 
 TEST(Decode, EscapesInTexts) {
@@ -235,6 +235,12 @@ TEST(Decode, EightBitOutput) {
         convert_gsm_to_text(some, out, set, &length);
         EXPECT_EQ(std::string(out.data(), length), text) << set;
         EXPECT_EQ(is_gsmconversion_needed(set), set == 2 || set == 3 ? 0U : 1U);
+    }
+    // By flag and kind; an output that is too small is refused in the fuzzing.
+    const uint32_t calls[][3] = {{1, 1, 1}, {2, 1, 0}, {1, 2, 0}, {1, 3, 0}};
+    for (const auto& [flag, kind, result] : calls) {
+        EXPECT_EQ(uint16str_to_str(out, std::vector<uint16_t>{'a'}, flag, kind, &length), result);
+        EXPECT_EQ(length, result);
     }
 }
 
