@@ -154,4 +154,20 @@ TEST(BringUp, PacketsWaitForTheModules) {
     });
 }
 
+// Until all services are open, Android is answered as without a modem.
+TEST(BringUp, RequestsAreAnsweredMeanwhile) {
+    constexpr uint32_t c_net_open = 134;
+    in_own_process([] {
+        Phone phone;
+        phone.bring_up();
+        phone.event(c_event_down);
+        phone.wait_radio_state(RADIO_STATE_UNAVAILABLE);
+        phone.modem.set_silent(c_net_open, true);
+        phone.event(c_event_up);
+        ASSERT_TRUE(phone.modem.wait_for(c_net_open, 2));
+        RIL_Token token = phone.request(RIL_REQUEST_DEVICE_IDENTITY, nullptr, 0);
+        EXPECT_EQ(phone.answer(token).error, RIL_E_RADIO_NOT_AVAILABLE);
+    });
+}
+
 }  // namespace
