@@ -70,6 +70,33 @@ TEST(ModemDown, ReleasesATimerThatIsParked) {
     });
 }
 
+// rild's tokens are addresses, so a request may have the token, and the context too, of one that ended with the modem.
+TEST(ModemDown, AWaitIsNotThatOfTheNextRequestWithItsToken) {
+    constexpr uint32_t c_attach = 71;
+    in_own_process([] {
+        Phone phone;
+        phone.bring_up();
+        property_set("gsm.sim2.state", "READY");
+        RIL_Token token = FakeAndroid::token(4711);
+        const auto attach = [&] {
+            phone.ril()->onRequest(RIL_REQUEST_SET_NETWORK_SELECTION_AUTOMATIC, nullptr, 0, token);
+        };
+        attach();
+        phone.event(c_event_down);
+        EXPECT_EQ(phone.answer(token).error, RIL_E_RADIO_NOT_AVAILABLE);
+        phone.event(c_event_up);
+        phone.wait_radio_state(RADIO_STATE_OFF);
+        phone.modem.take_received();
+        attach();
+        property_set("gsm.nondatasim.registered", "true");
+        phone.android.advance(1000);
+        EXPECT_TRUE(phone.modem.wait_for(c_attach));
+        phone.event(c_event_down);
+        phone.wait_radio_state(RADIO_STATE_UNAVAILABLE);
+        EXPECT_EQ(phone.modem.take_received().size(), 1U);
+    });
+}
+
 // The modem's answer to a mode request overtakes its own end: the radio is unavailable all the same.
 TEST(ModemDown, LateAnswerDoesNotBringTheRadioBack) {
     in_own_process([] {
