@@ -2,7 +2,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "fuzz/decode/input.h"
+#include "fuzz/input.h"
 #include "ril/core/src/decode/decode.h"
 
 namespace {

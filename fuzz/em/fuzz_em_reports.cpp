@@ -2,7 +2,7 @@
 // thread behind it.
 #include <cstring>
 
-#include "fuzz/decode/input.h"
+#include "fuzz/input.h"
 #include "ril/core/src/async_ril/request.h"
 #include "ril/core/src/call/call.h"
 #include "ril/core/src/em/em.h"

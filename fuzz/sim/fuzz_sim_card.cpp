@@ -5,7 +5,7 @@
 #include <cstring>
 #include <deque>
 
-#include "fuzz/decode/input.h"
+#include "fuzz/input.h"
 #include "ril/core/src/async_ril/async_ril.h"
 #include "ril/core/src/async_ril/request.h"
 #include "ril/core/src/call/ecc_list.h"

@@ -5,7 +5,7 @@
 #include <deque>
 #include <string>
 
-#include "fuzz/decode/input.h"
+#include "fuzz/input.h"
 #include "ril/core/src/agg_request/handlers.h"
 #include "ril/core/src/async_ril/async_ril.h"
 #include "ril/core/src/sim/sim.h"

@@ -8,7 +8,7 @@
 #include <set>
 #include <utility>
 
-#include "fuzz/decode/input.h"
+#include "fuzz/input.h"
 #include "host/sms/mailbox.h"
 #include "ril/core/src/agg_request/handlers.h"
 #include "ril/core/src/async_ril/async_ril.h"
@@ -285,6 +285,7 @@ int32_t sim_apdu_cmd_req(uint32_t, const UtaSimApduCmdReqParam& req, rilreq_rspc
     s_world.owed.push_back({0, ctxt_id, callback, 0});
     return 0;
 }
+
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     Input input(data, size);
     s_world = {};

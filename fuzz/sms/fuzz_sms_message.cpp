@@ -1,5 +1,5 @@
 // What a phone may give to the simulated network, and the network to people: read, described and written again.
-#include "fuzz/decode/input.h"
+#include "fuzz/input.h"
 #include "host/sms/message.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {

@@ -4,7 +4,7 @@
 #include <cstring>
 #include <tuple>
 
-#include "fuzz/decode/input.h"
+#include "fuzz/input.h"
 #include "ril/core/src/sms/sms_tpdu.h"
 
 namespace {

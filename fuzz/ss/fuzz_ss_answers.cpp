@@ -4,7 +4,7 @@
 #include <cstring>
 #include <deque>
 
-#include "fuzz/decode/input.h"
+#include "fuzz/input.h"
 #include "ril/core/src/agg_request/handlers.h"
 #include "ril/core/src/async_ril/async_ril.h"
 #include "ril/core/src/call/call.h"

@@ -164,6 +164,7 @@ void end_by_network() {
         }
     }
 }
+
 void crash() {
     stop_engine();
     s_contexts.clear();

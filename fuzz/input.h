@@ -1,5 +1,5 @@
-// What the fuzz targets of the codecs share. Buffers are heap blocks of the exact size, so that a sanitizer sees one
-// element too many; a broken promise of a contract ends the run.
+// What the fuzz targets share that take their input apart. Buffers are heap blocks of the exact size, so that a
+// sanitizer sees one element too many; a broken promise of a contract ends the run.
 #pragma once
 
 #include <algorithm>
