@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Puts the faults of mutations.txt into a copy of the code, one at a time, and prints which tests find each.
 
-    tests/mutations.py [--only REGEX] [--every] [--tests CTEST_REGEX --targets NAME...] [--build DIR] [--list]
+    tests/mutations.py [--only REGEX] [--every] [--tests CTEST_REGEX] [--build DIR] [--list]
 
 The tests of the fault's own room run first, then the transcripts, then all; the first that fails ends it, but for --every.
 --build is a build folder inside the copy, kept from one run to the next. A fault whose text no longer stands in its file
@@ -66,7 +66,6 @@ def main():
     arguments.add_argument("--only", default="", help="faults whose line fits this")
     arguments.add_argument("--every", action="store_true", help="all tests that find it")
     arguments.add_argument("--tests", default=".", help="of ctest, -R")
-    arguments.add_argument("--targets", nargs="*", default=["all"], help="what these tests want built")
     arguments.add_argument("--build", default=ROOT / "build/mutations", type=pathlib.Path)
     arguments.add_argument("--list", action="store_true")
     options = arguments.parse_args()
@@ -79,7 +78,7 @@ def main():
     build = copy / "build"
     copy_to(copy)
     run("cmake", "--preset", "i386", "-B", str(build), "-DCMAKE_BUILD_TYPE=Debug", "-DCMAKE_CXX_FLAGS=-O0 -g0", cwd=copy)
-    sound = run("cmake", "--build", str(build), "--target", *options.targets)
+    sound = run("cmake", "--build", str(build))
     if sound.returncode != 0:
         sys.exit("the code does not build:\n" + sound.stdout[-3000:])
     missed = 0
@@ -90,7 +89,7 @@ def main():
             print(f"stale   {file}: {what}", flush=True)
             continue
         path.write_text(text.replace(old, new, 1))
-        compiled = run("cmake", "--build", str(build), "--target", *options.targets)
+        compiled = run("cmake", "--build", str(build))
         if compiled.returncode != 0:
             print(f"broken  {file}: {what}\n{compiled.stdout[-800:]}", flush=True)
         else:
