@@ -2,7 +2,7 @@
 // thread behind it.
 #include <cstring>
 
-#include "fuzz/input.h"
+#include "fuzz/requests.h"
 #include "ril/core/src/async_ril/request.h"
 #include "ril/core/src/call/call.h"
 #include "ril/core/src/em/em.h"
@@ -18,17 +18,16 @@ namespace {
 constexpr uint8_t c_cells = c_em_pages + 1;
 
 bool s_refuses;
-int s_open_requests;
+Requests s_requests;
 
 void completed(RIL_Token token, RIL_Errno error, void* data, size_t length) {
-    --s_open_requests;
-    FUZZ_CHECK(s_open_requests >= 0);
+    const int32_t what = s_requests.complete(token);
     if (error != RIL_E_SUCCESS) {
         return;
     }
-    if (reinterpret_cast<uintptr_t>(token) - 1 < c_cells) {
+    if (what < c_cells) {
         const char* const text = *static_cast<char**>(data);
-        const char* const head = reinterpret_cast<uintptr_t>(token) == 1 ? "\r\n+CGED: " : "\r\n+XCGEDPAGE:\r\n";
+        const char* const head = what == 0 ? "\r\n+CGED: " : "\r\n+XCGEDPAGE:\r\n";
         FUZZ_CHECK(length == sizeof(char*) && strnlen(text, 8191) <= 8190 && strstr(text, head) == text);
     } else {
         const auto* const* list = static_cast<const RIL_NeighboringCell* const*>(data);
@@ -81,7 +80,7 @@ int32_t sim_get_inserted_sim_type(uint32_t) {
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     Input input(data, size);
-    s_open_requests = 0;
+    s_requests = {};
     stood_in.handler = handle;
     stood_in.modem_init = [] {
         em_module_init(0);
@@ -93,11 +92,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         const uint8_t choice = input.choice();
         const uint8_t what = choice % (c_cells + 1);
         s_refuses = (choice & 0xE0) == 0xE0;
-        ++s_open_requests;
-        qelril_post_request(0, what, nullptr, 0, reinterpret_cast<RIL_Token>(uintptr_t{what} + 1));
+        qelril_post_request(0, what, nullptr, 0, s_requests.add(what));
         report(input);
     }
     stop_engine();
-    FUZZ_CHECK(s_open_requests == 0);
+    FUZZ_CHECK(s_requests.are_complete());
     return 0;
 }

@@ -5,7 +5,7 @@
 #include <cstring>
 #include <deque>
 
-#include "fuzz/input.h"
+#include "fuzz/requests.h"
 #include "ril/core/src/async_ril/async_ril.h"
 #include "ril/core/src/async_ril/request.h"
 #include "ril/core/src/call/ecc_list.h"
@@ -25,13 +25,14 @@ namespace {
 
 std::deque<uint32_t> s_owed;  // contexts
 bool s_refuses;
-int s_open_requests;
+Requests s_requests;
 
 // --- Android
 
 void completed(RIL_Token token, RIL_Errno error, void* response, size_t length) {
-    FUZZ_CHECK(--s_open_requests >= 0 && (response != nullptr || length == 0));
-    if (error == RIL_E_SUCCESS && reinterpret_cast<uintptr_t>(token) == RIL_REQUEST_SIM_IO) {
+    const int32_t number = s_requests.complete(token);
+    FUZZ_CHECK(response != nullptr || length == 0);
+    if (error == RIL_E_SUCCESS && number == RIL_REQUEST_SIM_IO) {
         const char* const text = static_cast<RIL_SIM_IO_Response*>(response)->simResponse;
         FUZZ_CHECK(length == sizeof(RIL_SIM_IO_Response) && (text == nullptr || strlen(text) < 550));
     }
@@ -49,21 +50,19 @@ void handle(int32_t number, void* data, size_t, RIL_Token token) {
 }
 
 void ask(Input& input) {
-    constexpr uintptr_t c_transmit = 1;  // no request's number
-    const uintptr_t number =
-        std::array{c_transmit, uintptr_t{RIL_REQUEST_GET_IMSI}, uintptr_t{RIL_REQUEST_SIM_IO}}[input.choice() % 3];
+    constexpr int32_t c_transmit = 1;  // no request's number
+    const int32_t number = std::array{c_transmit, RIL_REQUEST_GET_IMSI, RIL_REQUEST_SIM_IO}[input.choice() % 3];
     RIL_SIM_IO_v6 io{};
     io.command = input.choice();
     io.p3 = input.choice();
     auto text = input.take(input.choice() % 64);
     text.push_back('\0');
     io.path = io.data = reinterpret_cast<char*>(text.data());
-    ++s_open_requests;
-    const auto token = reinterpret_cast<RIL_Token>(number);
+    RIL_Token token = s_requests.add(number);
     if (number == c_transmit) {
         ril_request_sim_transmit_basic(0, &io, sizeof(io), token);
     } else {
-        qelril_post_request(0, static_cast<int>(number), &io, sizeof(io), token);
+        qelril_post_request(0, number, &io, sizeof(io), token);
     }
 }
 
@@ -164,7 +163,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     Input input(data, size);
     s_owed.clear();
     s_refuses = false;
-    s_open_requests = 0;
+    s_requests = {};
     stood_in.handler = handle;
     stood_in.modem_init = [] {
         const RunLock lock;
@@ -179,6 +178,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     FUZZ_CHECK(sim_get_ecc_records(0) <= c_ecc_entries);
     sim_check_apn_listed_in_acl(0, "internet");
     stop_engine();
-    FUZZ_CHECK(s_open_requests == 0);
+    FUZZ_CHECK(s_requests.are_complete());
     return 0;
 }

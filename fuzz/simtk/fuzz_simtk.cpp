@@ -5,7 +5,7 @@
 #include <deque>
 #include <string>
 
-#include "fuzz/input.h"
+#include "fuzz/requests.h"
 #include "ril/core/src/agg_request/handlers.h"
 #include "ril/core/src/async_ril/async_ril.h"
 #include "ril/core/src/sim/sim.h"
@@ -23,14 +23,15 @@ struct Owed {
 
 std::deque<Owed> s_owed;
 bool s_refuses;
-int s_open_requests;
+Requests s_requests;
 int s_to_android;
 int s_responses;
 
 // --- Android
 
-void completed(RIL_Token, RIL_Errno error, void* data, size_t length) {
-    FUZZ_CHECK(--s_open_requests >= 0 && (error == RIL_E_SUCCESS || (data == nullptr && length == 0)));
+void completed(RIL_Token token, RIL_Errno error, void* data, size_t length) {
+    s_requests.complete(token);
+    FUZZ_CHECK(error == RIL_E_SUCCESS || (data == nullptr && length == 0));
 }
 
 void told(int number, const void* data, size_t length) {
@@ -58,8 +59,7 @@ void ask(Input& input) {
     for (const uint8_t octet : input.take(input.choice() * 3U)) {
         text += octet < 0xF8 ? "0123456789abcdefABCDEF"[octet % 22] : static_cast<char>(octet);
     }
-    ++s_open_requests;
-    qelril_post_request(0, number, text.data(), sizeof(char*), reinterpret_cast<RIL_Token>(1));
+    qelril_post_request(0, number, text.data(), sizeof(char*), s_requests.add(number));
 }
 
 // --- The modem and the card
@@ -145,7 +145,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     Input input(data, size);
     s_owed.clear();
     s_refuses = false;
-    s_open_requests = 0;
+    s_requests = {};
     stood_in.handler = handle;
     stood_in.modem_init = [] {
         stk_module_init(0);
@@ -156,6 +156,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         step(input);
     }
     stop_engine();
-    FUZZ_CHECK(s_open_requests == 0);
+    FUZZ_CHECK(s_requests.are_complete());
     return 0;
 }

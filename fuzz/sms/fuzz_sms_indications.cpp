@@ -5,10 +5,9 @@
 #include <cstring>
 #include <deque>
 #include <map>
-#include <set>
 #include <utility>
 
-#include "fuzz/input.h"
+#include "fuzz/requests.h"
 #include "host/sms/mailbox.h"
 #include "ril/core/src/agg_request/handlers.h"
 #include "ril/core/src/async_ril/async_ril.h"
@@ -36,8 +35,7 @@ struct Owed {
 struct World {
     sms::Mailbox centre;
     std::deque<Owed> owed;
-    std::set<RIL_Token> open;  // requests
-    uintptr_t tokens = 0;
+    Requests requests;
     bool refuses = false;
     bool waits = false;     // Android was told of a message and has not said a word
     bool says_yes = false;  // its acknowledgement is being carried out
@@ -48,7 +46,7 @@ World s_world;
 // --- Android
 
 void completed(RIL_Token token, RIL_Errno, void*, size_t) {
-    FUZZ_CHECK(s_world.open.erase(token) == 1);
+    s_world.requests.complete(token);
 }
 
 void told(int number, const void* data, size_t length) {
@@ -81,9 +79,7 @@ void handle(int32_t request, void* data, size_t length, RIL_Token token) {
 
 template <typename Data>
 void ask(int number, Data data) {
-    const auto token = reinterpret_cast<RIL_Token>(++s_world.tokens);
-    s_world.open.insert(token);
-    qelril_post_request(0, number, &data, sizeof(data), token);
+    qelril_post_request(0, number, &data, sizeof(data), s_world.requests.add(number));
 }
 
 void acknowledge(int success, int cause) {
@@ -182,7 +178,7 @@ void take_ack(const UtaSmsIncSmsAckParam& ack) {
 
 void crash() {
     stop_engine();
-    FUZZ_CHECK(s_world.open.empty());
+    FUZZ_CHECK(s_world.requests.are_complete());
     s_world.owed.clear();
     s_world.waits = false;
     sms::lose_contact(s_world.centre);
@@ -242,7 +238,7 @@ void settle() {
     }
     const auto& waiting = s_world.centre.waiting;
     FUZZ_CHECK(std::all_of(waiting.begin(), waiting.end(), is_for_nobody));
-    FUZZ_CHECK(s_world.open.empty());
+    FUZZ_CHECK(s_world.requests.are_complete());
     FUZZ_CHECK(std::none_of(rilreq_state_info.begin(), rilreq_state_info.end(),
                             [](const rilreq_state& entry) { return entry.entry_in_use != 0; }));
 }

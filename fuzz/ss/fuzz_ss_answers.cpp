@@ -4,7 +4,7 @@
 #include <cstring>
 #include <deque>
 
-#include "fuzz/input.h"
+#include "fuzz/requests.h"
 #include "ril/core/src/agg_request/handlers.h"
 #include "ril/core/src/async_ril/async_ril.h"
 #include "ril/core/src/call/call.h"
@@ -18,14 +18,13 @@ namespace {
 
 std::deque<uint32_t> s_owed;  // contexts
 bool s_refuses;
-int s_open_requests;
+Requests s_requests;
 
 // --- Android
 
 // Texts end inside their records, whatever list they are of.
 void completed(RIL_Token token, RIL_Errno error, void* response, size_t length) {
-    FUZZ_CHECK(--s_open_requests >= 0);
-    const auto request = reinterpret_cast<uintptr_t>(token);
+    const int32_t request = s_requests.complete(token);
     const bool is_forwards = request == RIL_REQUEST_QUERY_CALL_FORWARD_STATUS && length > 8;
     for (size_t i = 0; error == RIL_E_SUCCESS && i < length / sizeof(void*); ++i) {
         if (is_forwards) {
@@ -59,9 +58,7 @@ void handle(int32_t request, void* data, size_t length, RIL_Token token) {
 }
 
 void ask(int number, const void* data, size_t length) {
-    ++s_open_requests;
-    qelril_post_request(0, number, const_cast<void*>(data), length,
-                        reinterpret_cast<RIL_Token>(static_cast<uintptr_t>(number)));
+    qelril_post_request(0, number, const_cast<void*>(data), length, s_requests.add(number));
 }
 
 // --- The modem
@@ -153,7 +150,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     Input input(data, size);
     s_owed.clear();
     s_refuses = false;
-    s_open_requests = 0;
+    s_requests = {};
     stood_in.handler = handle;
     stood_in.modem_init = [] {
         const RunLock lock;
@@ -170,6 +167,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         step(input);
     }
     stop_engine();
-    FUZZ_CHECK(s_open_requests == 0);
+    FUZZ_CHECK(s_requests.are_complete());
     return 0;
 }
