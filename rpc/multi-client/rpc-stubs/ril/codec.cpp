@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "rpc/multi-client/rpc-stubs/ril/flat.h"
+#include "rpc/multi-client/rpc-stubs/ril/image.h"
 #include "rpc/multi-client/rpc-stubs/ril/wire_cursor.h"
 
 namespace uta {
@@ -36,6 +37,60 @@ static void store(uint8_t* memory, T value) {
 
 static const Record& record_at(uint16_t id) {
     return c_records[id];
+}
+
+// --- Images ----------------------------------------------------------------------------------------------------------
+
+static const uint8_t* bytes_of(const image::Image& image) {
+    return image::c_tables.bytes.data() + image.bytes;
+}
+
+static std::span<const image::Spot> spots_of(const image::Image& image, size_t kind) {
+    return {image::c_tables.spots.data() + image.spots[kind], image.n_spots[kind]};
+}
+
+template <typename Unsigned>
+static void fill(const image::Image& image, uint8_t* wire, const uint8_t* memory) {
+    for (const image::Spot& spot : spots_of(image, image::kind_of(sizeof(Unsigned)))) {
+        store(wire + spot.wire, wire::big_endian(load<Unsigned>(memory + spot.memory)));
+    }
+}
+
+static uint8_t* image_below(uint8_t* at, const uint8_t* base, const image::Image& image, const uint8_t* memory) {
+    if (static_cast<size_t>(at - base) < image.size) [[unlikely]] {
+        return nullptr;
+    }
+    at -= image.size;
+    memcpy(at, bytes_of(image), image.size);
+    fill<uint32_t>(image, at, memory);
+    fill<uint16_t>(image, at, memory);
+    fill<uint8_t>(image, at, memory);
+    return at;
+}
+
+// Takes the values of one width; not 0 if a number's header is not 02 and its width.
+template <typename Unsigned>
+static unsigned take_out(const image::Image& image, const uint8_t* wire, uint8_t* memory) {
+    constexpr unsigned c_header = 0x02U | static_cast<unsigned>(sizeof(Unsigned)) << 8;
+    unsigned difference = 0;
+    for (const image::Spot& spot : spots_of(image, image::kind_of(sizeof(Unsigned)))) {
+        difference |= load<uint16_t>(wire + spot.wire - 2) ^ c_header;
+        store(memory + spot.memory, wire::big_endian(load<Unsigned>(wire + spot.wire)));
+    }
+    return difference;
+}
+
+// The values of the `image.size` bytes at `wire`, into `memory`. False if they are not this image: `memory` has been
+// written to then.
+static bool take_image(const image::Image& image, const uint8_t* wire, uint8_t* memory) {
+    unsigned difference = 0;
+    for (const image::Spot& spot : spots_of(image, image::c_headers)) {
+        difference |= load<uint32_t>(wire + spot.wire) ^ load<uint32_t>(bytes_of(image) + spot.wire);
+    }
+    difference |= take_out<uint8_t>(image, wire, memory);
+    difference |= take_out<uint16_t>(image, wire, memory);
+    difference |= take_out<uint32_t>(image, wire, memory);
+    return difference == 0;
 }
 
 // NOLINTBEGIN(misc-no-recursion): records nest as deep as the catalogue says, whatever the packet.
@@ -110,8 +165,9 @@ static uint8_t* row_below(uint8_t* at, const uint8_t* base, const uint8_t* memor
     return at;
 }
 
-// A record below `at`, its header included. Null when it does not fit above `base`, else where it begins.
-static uint8_t* pack_below(uint8_t* at, uint8_t* base, size_t id, const uint8_t* bytes, size_t array_count) {
+// Step by step. In line it would slow down the way of the image.
+[[gnu::noinline]] static uint8_t* steps_below(uint8_t* at, uint8_t* base, size_t id, const uint8_t* bytes,
+                                              size_t array_count) {
     const uint8_t* ends[flat::c_sums.max_depth] = {};  // of the records that have begun
     const uint8_t** end = ends;
     for (const flat::Step& step : flat::steps_of(id)) {
@@ -166,6 +222,12 @@ static uint8_t* pack_below(uint8_t* at, uint8_t* base, size_t id, const uint8_t*
         }
     }
     return at;
+}
+
+// A record below `at`, its header included. Null when it does not fit above `base`, else where it begins.
+static uint8_t* pack_below(uint8_t* at, uint8_t* base, size_t id, const uint8_t* bytes, size_t array_count) {
+    const image::Image& image = image::c_tables.images[id];
+    return image.size != 0 ? image_below(at, base, image, bytes) : steps_below(at, base, id, bytes, array_count);
 }
 
 size_t pack_record(const Record& record, const void* memory, ExWriteCursor& cursor, size_t array_count) {
@@ -350,7 +412,13 @@ static const uint8_t* own_row(const uint8_t* next, const uint8_t* end, uint8_t* 
 
 bool unpack_record(const Record& record, void* memory, ExReadCursor& cursor, MemTable& mem_table, size_t array_count) {
     auto* bytes = static_cast<uint8_t*>(memory);
-    const std::span<const flat::Step> steps = flat::steps_of(static_cast<size_t>(&record - c_records.data()));
+    const auto id = static_cast<size_t>(&record - c_records.data());
+    if (const image::Image& image = image::c_tables.images[id];
+        image.size != 0 && left(cursor) >= image.size && take_image(image, cursor.next, bytes)) {
+        cursor.next += image.size;
+        return true;
+    }
+    const std::span<const flat::Step> steps = flat::steps_of(id);
     const uint8_t* ends[flat::c_sums.max_depth] = {};  // of what is around the records that have been entered
     const uint8_t** outer = ends;
     size_t lengths[flat::c_sums.max_counted] = {};

@@ -67,7 +67,7 @@ constexpr size_t length_size(size_t length) {
 
 // Writes a length below `at`, where there is room for it, and returns where it begins. Up to 127 in one byte; above
 // that 80|n and n little-endian bytes, where X.690 would have them big-endian.
-inline uint8_t* length_below(uint8_t* at, size_t length) {
+constexpr uint8_t* length_below(uint8_t* at, size_t length) {
     if (length < 0x80) {
         *--at = static_cast<uint8_t>(length);
         return at;
@@ -88,13 +88,13 @@ inline uint8_t* length_below(uint8_t* at, size_t length) {
 
 // Whether `size` bytes fit above `base`. The exact size is only asked for where `at_most` would not.
 template <typename Size>
-bool fits(const uint8_t* at, const uint8_t* base, size_t at_most, Size size) {
+constexpr bool fits(const uint8_t* at, const uint8_t* base, size_t at_most, Size size) {
     const auto room = static_cast<size_t>(at - base);
     return room >= at_most || room >= size();
 }
 
 // Writes a record's or a function's header below `at`. Null when it does not fit above `base`, else where it begins.
-inline uint8_t* header_below(uint8_t* at, const uint8_t* base, const ExTag& tag, size_t length) {
+constexpr uint8_t* header_below(uint8_t* at, const uint8_t* base, const ExTag& tag, size_t length) {
     if (!fits(at, base, 1 + 3 + 5, [&] { return 1 + tag.count + length_size(length); })) [[unlikely]] {
         return nullptr;
     }
