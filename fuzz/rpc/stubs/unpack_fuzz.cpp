@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <cstring>
 #include <vector>
 
 #include "rpc/multi-client/rpc-stubs/ril/codec.h"
@@ -66,8 +67,17 @@ void unpack_return(const uta::Function& function, std::span<const uint8_t> body)
     }
     int32_t result = 0;
     uta::unpack_return(function, body, words, result);
-    if (function.id == uta::row::UtaNvmRead::id) {  // the only one with a pointer, which is the caller's to free
-        RPC_MemFree(reinterpret_cast<UtaNvmParams*>(memory[0].data())->data);
+    for (size_t i = 0; i < parameters.size(); ++i) {
+        if (!parameters[i].output || parameters[i].type != uta::Type::record) {
+            continue;
+        }
+        for (const uta::Field& field : uta::fields_of(uta::c_records[parameters[i].aux])) {
+            if (field.type == uta::Type::counted_octets) {  // the caller's to free
+                void* block = nullptr;
+                memcpy(&block, memory[i].data() + field.offset, sizeof(block));
+                RPC_MemFree(block);
+            }
+        }
     }
 }
 
