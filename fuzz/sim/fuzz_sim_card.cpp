@@ -43,6 +43,9 @@ const RIL_Env c_env = {completed, [](int, const void*, size_t) {}, [](RIL_TimedC
 void handle(int32_t number, void* data, size_t, RIL_Token token) {
     const ril_request request{0, number, token};
     request_context context(request, __func__);
+    if (!context) {
+        return;
+    }
     if (number == RIL_REQUEST_SIM_IO ? sim_io_start(0, *static_cast<const RIL_SIM_IO_v6*>(data), context.id()) == 0
                                      : context.create_multi_mod_priv(0) && sim_get_imsi(0, context.id()) == 0) {
         context.in_flight();
