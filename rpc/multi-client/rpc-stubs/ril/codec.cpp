@@ -46,7 +46,8 @@ static const uint8_t* bytes_of(const image::Image& image) {
 }
 
 static std::span<const image::Spot> spots_of(const image::Image& image, size_t kind) {
-    return {image::c_tables.spots.data() + image.spots[kind], image.n_spots[kind]};
+    const image::Spot* spots = image::c_tables.spots.data();
+    return {spots + image.spots[kind], spots + image.spots[kind + 1]};
 }
 
 template <typename Unsigned>
@@ -68,13 +69,16 @@ static uint8_t* image_below(uint8_t* at, const uint8_t* base, const image::Image
     return at;
 }
 
-// Takes the values of one width; not 0 if a number's header is not 02 and its width.
+// A number's header in our own form, as it is loaded.
+template <typename Unsigned>
+constexpr unsigned c_header = 0x02U | static_cast<unsigned>(sizeof(Unsigned)) << 8;
+
+// Takes the values of one width; not 0 if a number has another header.
 template <typename Unsigned>
 static unsigned take_out(const image::Image& image, const uint8_t* wire, uint8_t* memory) {
-    constexpr unsigned c_header = 0x02U | static_cast<unsigned>(sizeof(Unsigned)) << 8;
     unsigned difference = 0;
     for (const image::Spot& spot : spots_of(image, image::kind_of(sizeof(Unsigned)))) {
-        difference |= load<uint16_t>(wire + spot.wire - 2) ^ c_header;
+        difference |= load<uint16_t>(wire + spot.wire - 2) ^ c_header<Unsigned>;
         store(memory + spot.memory, wire::big_endian(load<Unsigned>(wire + spot.wire)));
     }
     return difference;
@@ -394,13 +398,12 @@ static void settle_counts(const Record& record, uint8_t* memory, const size_t* l
 // behind them.
 template <typename Unsigned>
 static const uint8_t* own_row(const uint8_t* next, const uint8_t* end, uint8_t* memory, const flat::Step& step) {
-    constexpr unsigned c_header = 0x02U | static_cast<unsigned>(sizeof(Unsigned)) << 8;
     if (static_cast<size_t>(end - next) < step.aux) {
         return nullptr;
     }
     uint8_t* at = memory + step.count * sizeof(Unsigned);
     do {
-        if (load<uint16_t>(next) != c_header) {
+        if (load<uint16_t>(next) != c_header<Unsigned>) {
             return nullptr;
         }
         at -= sizeof(Unsigned);

@@ -25,8 +25,7 @@ struct Spot {
 struct Image {
     uint16_t size;  // 0: the record has none
     uint16_t bytes;
-    uint16_t spots[c_kinds];  // the first of each kind
-    uint16_t n_spots[c_kinds];
+    uint16_t spots[c_kinds + 1];  // the first of each kind, and the end of the last
 };
 
 struct Drawing {
@@ -88,62 +87,59 @@ constexpr Drawing draw(std::span<const flat::Step> steps) {
     return it;
 }
 
-// Takes the images; the arrays are null when they are only counted.
-struct Taker {
-    Image* images;
-    uint8_t* bytes;
-    Spot* spots;
-    size_t n_bytes;
-    size_t n_spots;
-
-    constexpr void take_all() {
-        for (size_t id = 0; id < c_records.size(); ++id) {
-            if (is_fixed(flat::steps_of(id))) {
-                take(id, draw(flat::steps_of(id)));
-            }
+// Of every record that is fixed.
+template <typename Take>
+constexpr void draw_all(Take&& take) {
+    for (size_t id = 0; id < c_records.size(); ++id) {
+        if (is_fixed(flat::steps_of(id))) {
+            take(id, draw(flat::steps_of(id)));
         }
     }
+}
 
-    constexpr void take(size_t id, const Drawing& drawing) {
-        Image image{static_cast<uint16_t>(drawing.size), static_cast<uint16_t>(n_bytes), {}, {}};
-        for (size_t i = Drawing::c_most - drawing.size; i < Drawing::c_most; ++i, ++n_bytes) {
-            if (bytes != nullptr) {
-                bytes[n_bytes] = drawing.bytes[i];
-            }
-        }
-        for (size_t kind = 0; kind < c_kinds; ++kind) {
-            image.spots[kind] = static_cast<uint16_t>(n_spots);
-            image.n_spots[kind] = static_cast<uint16_t>(drawing.n_spots[kind]);
-            for (size_t i = 0; i < drawing.n_spots[kind]; ++i, ++n_spots) {
-                if (spots != nullptr) {
-                    const Spot& spot = drawing.spots[kind][i];
-                    spots[n_spots] = {spot.memory, static_cast<uint16_t>(spot.wire - (Drawing::c_most - drawing.size))};
-                }
-            }
-        }
-        if (images != nullptr) {
-            images[id] = image;
-        }
-    }
+struct Sums {
+    size_t bytes;
+    size_t spots;
 };
 
-inline constexpr Taker c_sums = [] {
-    Taker taker{};
-    taker.take_all();
-    return taker;
+inline constexpr Sums c_sums = [] {
+    Sums sums{};
+    draw_all([&](size_t, const Drawing& drawing) {
+        sums.bytes += drawing.size;
+        for (const size_t count : drawing.n_spots) {
+            sums.spots += count;
+        }
+    });
+    return sums;
 }();
-static_assert(c_sums.n_bytes <= UINT16_MAX && c_sums.n_spots <= UINT16_MAX, "positions are 16 bits wide");
+static_assert(c_sums.bytes <= UINT16_MAX && c_sums.spots <= UINT16_MAX, "positions are 16 bits wide");
 
 struct Tables {
     std::array<Image, detail::c_record_count> images;
-    std::array<uint8_t, c_sums.n_bytes> bytes;
-    std::array<Spot, c_sums.n_spots> spots;
+    std::array<uint8_t, c_sums.bytes> bytes;
+    std::array<Spot, c_sums.spots> spots;
 };
 
 inline constexpr Tables c_tables = [] {
     Tables tables{};
-    Taker taker{tables.images.data(), tables.bytes.data(), tables.spots.data(), 0, 0};
-    taker.take_all();
+    Sums used{};
+    draw_all([&](size_t id, const Drawing& drawing) {
+        Image& image = tables.images[id];
+        const size_t unused = Drawing::c_most - drawing.size;
+        image.size = static_cast<uint16_t>(drawing.size);
+        image.bytes = static_cast<uint16_t>(used.bytes);
+        for (size_t i = unused; i < Drawing::c_most; ++i) {
+            tables.bytes[used.bytes++] = drawing.bytes[i];
+        }
+        for (size_t kind = 0; kind < c_kinds; ++kind) {
+            image.spots[kind] = static_cast<uint16_t>(used.spots);
+            for (size_t i = 0; i < drawing.n_spots[kind]; ++i) {
+                const Spot& spot = drawing.spots[kind][i];
+                tables.spots[used.spots++] = {spot.memory, static_cast<uint16_t>(spot.wire - unused)};
+            }
+        }
+        image.spots[c_kinds] = static_cast<uint16_t>(used.spots);
+    });
     return tables;
 }();
 
